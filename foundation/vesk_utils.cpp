@@ -1,0 +1,181 @@
+// The rules for bands and channels stand here and nowhere else.
+#include "foundation/vesk_utils.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr int macBytes = 6;
+constexpr int noBand = 5;
+
+struct ChannelRange {
+    int first;
+    int last;
+    int band;
+};
+constexpr ChannelRange channelRanges[] = { { 1, 13, 0 }, { 36, 99, 1 }, { 100, 165, 2 } };
+
+constexpr int radioOfBand[] = { 0, 1, 2, 1, 1 };
+
+bool is_hex_pair(const char *token)
+{
+    return strlen(token) == 2 && isxdigit(static_cast<unsigned char>(token[0])) &&
+           isxdigit(static_cast<unsigned char>(token[1]));
+}
+
+/** Number of ":"-separated tokens, -1 as soon as one isn't two hexadecimal digits. Alters the text. */
+int count_hex_pairs(char *text)
+{
+    int count = 0;
+    char *rest = nullptr;
+    for (char *token = strtok_r(text, ":", &rest); token != nullptr; token = strtok_r(nullptr, ":", &rest)) {
+        if (!is_hex_pair(token))
+            return -1;
+        ++count;
+    }
+    return count;
+}
+
+} // namespace
+
+void vesk_utils_resource_strim(char *s)
+{
+    char *to = s;
+    for (const char *from = s; *from != '\0'; ++from)
+        if (!isspace(static_cast<unsigned char>(*from)))
+            *to++ = *from;
+    *to = '\0';
+}
+
+int vesk_utils_mac2str(const uint8_t *mac, char *text)
+{
+    const int length =
+        snprintf(text, 18, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    return length < 0 ? -1 : 0;
+}
+
+// Tokens alone would let "::" and a leading ":" pass, the scan alone one-digit numbers and a tail.
+int vesk_utils_str2mac(const char *text, uint8_t *mac)
+{
+    char *copy = strdup(text);
+    if (copy == nullptr)
+        return -1;
+    const int tokens = count_hex_pairs(copy);
+    free(copy);
+    unsigned v[macBytes];
+    if (tokens != macBytes ||
+        sscanf(text, "%02x:%02x:%02x:%02x:%02x:%02x", &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]) != macBytes)
+        return -1;
+    std::transform(v, v + macBytes, mac, [](unsigned value) { return static_cast<uint8_t>(value); });
+    return 0;
+}
+
+int vesk_utils_translate_channelInt2Str(const uint32_t *channels, int count, char *out, int size)
+{
+    if (size < count)
+        return 1;
+    if (size <= 0)
+        return 0;
+    memset(out, 0, static_cast<size_t>(size));
+    int used = 0;
+    for (int i = 0; i < count; ++i) {
+        if (channels[i] == 0)
+            continue;
+        const int length =
+            snprintf(out + used, static_cast<size_t>(size - used), "%d ", static_cast<int>(channels[i]));
+        if (length < 0 || length >= size - used) {
+            out[used] = '\0'; // no half numbers
+            break;
+        }
+        used += length;
+    }
+    return 0;
+}
+
+int vesk_utils_mapping_band(int band)
+{
+    if (band < 0 || band >= static_cast<int>(std::size(radioOfBand)))
+        return -1;
+    return radioOfBand[band];
+}
+
+int vesk_utils_get_band_by_channel(int channel)
+{
+    for (const ChannelRange &range : channelRanges)
+        if (channel >= range.first && channel <= range.last)
+            return range.band;
+    return noBand;
+}
+
+int vesk_utils_channel_to_freq(int channel)
+{
+    const int band = vesk_utils_get_band_by_channel(channel);
+    if (band == noBand)
+        return 0;
+    return band == 0 ? (channel - 1) * 5 + 2412 : channel * 5 + 5000;
+}
+
+char *vesk_util_strncpy(char *dst, const char *src, size_t size)
+{
+    if (size == 0)
+        return dst;
+    const size_t length = std::min(strnlen(src, size), size - 1);
+    memcpy(dst, src, length);
+    dst[length] = '\0';
+    return dst;
+}
+
+int vesk_create_detached_pthread(void *(*start)(void *), void *arg, pthread_t *thread)
+{
+    pthread_attr_t attr;
+    if (start == nullptr || pthread_attr_init(&attr) != 0)
+        return -1;
+    int result = -1;
+    if (pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED) == 0) {
+        result = pthread_create(thread, &attr, start, arg);
+        if (result != 0)
+            fputs("failed to create pthread", stderr);
+    }
+    pthread_attr_destroy(&attr);
+    return result;
+}
+
+int vesk_utils_str2array(char *text, char (*names)[16], int max)
+{
+    if (text == nullptr)
+        return -1;
+    vesk_utils_resource_strim(text);
+    int count = 0;
+    char *rest = nullptr;
+    for (char *token = strtok_r(text, ",", &rest); token != nullptr && count < max;
+         token = strtok_r(nullptr, ",", &rest))
+        vesk_util_strncpy(names[count++], token, sizeof names[0]);
+    return count;
+}
+
+int vesk_utils_get_mac_by_ioctl(const char *ifname, uint8_t *mac)
+{
+    ifreq request = {};
+    memcpy(request.ifr_name, ifname, strnlen(ifname, sizeof request.ifr_name));
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const int result = ioctl(fd, SIOCGIFHWADDR, &request);
+    if (fd >= 0)
+        close(fd);
+    if (result != 0) {
+        fprintf(stderr, "Could not obtain MAC address of interface %s. \n", ifname);
+        return -1;
+    }
+    memcpy(mac, request.ifr_hwaddr.sa_data, macBytes);
+    return 0;
+}
