@@ -1,0 +1,164 @@
+// Objects and their types: created, removed, looked up.
+#include "bundled/busd/busd.h"
+
+#include <algorithm>
+
+namespace
+{
+// A signature is a row of named tables, one per method; anything else voids the whole type.
+bool signature_whole(blob_attr *signature)
+{
+    size_t rem;
+    blob_attr *method;
+    blob_for_each_attr(method, signature, rem)
+    {
+        if (blobmsg_type(method) != BLOBMSG_TYPE_TABLE || !blobmsg_check_attr_len(method, true, rem))
+            return false;
+    }
+    return true;
+}
+
+ObjectType *type_of_request(const Request &request)
+{
+    if (request.attr[UBUS_ATTR_OBJTYPE])
+        return find(broker().types, blob_get_u32(request.attr[UBUS_ATTR_OBJTYPE]));
+    blob_attr *signature = request.attr[UBUS_ATTR_SIGNATURE];
+    if (!signature || !signature_whole(signature))
+        return nullptr;
+    auto *type =
+        new ObjectType{ fresh_id(broker().types), 0,
+                        std::string(static_cast<char *>(blob_data(signature)), blob_len(signature)) };
+    broker().types.emplace(type->id, type);
+    return type;
+}
+
+void release_type(ObjectType *type)
+{
+    if (!type || --type->objects)
+        return;
+    broker().types.erase(type->id);
+    delete type;
+}
+
+void take_off(Object *object)
+{
+    broker().objects.erase(object->id);
+    if (object->named)
+        broker().paths.erase(object->path);
+    event_forget(*object);
+}
+
+void announce(const char *event, const Object &object)
+{
+    if (object.named)
+        event_object_changed(event, object);
+}
+
+void destroy(Object *object)
+{
+    release_type(object->type);
+    delete object;
+}
+
+void send_hit(const Request &request, const Object &object)
+{
+    if (!object.type)
+        return;
+    OutMessage out;
+    answer_begin(request, out, UBUS_MSG_DATA);
+    out_string(out, UBUS_ATTR_OBJPATH, object.path.c_str());
+    out_u32(out, UBUS_ATTR_OBJID, object.id);
+    out_u32(out, UBUS_ATTR_OBJTYPE, object.type->id);
+    out_bytes(out, UBUS_ATTR_SIGNATURE, object.type->signature.data(), object.type->signature.size());
+    client_send(request.client, out);
+}
+
+void send_object(const Request &request, uint32_t objectId, const ObjectType *type)
+{
+    OutMessage out;
+    answer_begin(request, out, UBUS_MSG_DATA);
+    out_u32(out, UBUS_ATTR_OBJID, objectId);
+    if (type)
+        out_u32(out, UBUS_ATTR_OBJTYPE, type->id);
+    client_send(request.client, out);
+}
+} // namespace
+
+int object_add(Request &request)
+{
+    Broker &bus = broker();
+    const blob_attr *path = request.attr[UBUS_ATTR_OBJPATH];
+    if (path && bus.paths.count(blob_get_string(path)))
+        return UBUS_STATUS_INVALID_ARGUMENT;
+    ObjectType *type = type_of_request(request);
+    if (type)
+        type->objects++;
+    auto *object = new Object{
+        fresh_id(bus.objects), &request.client, type, path != nullptr, path ? blob_get_string(path) : "", {}
+    };
+    bus.objects.emplace(object->id, object);
+    request.client.objects.push_back(object);
+    if (object->named)
+        bus.paths.emplace(object->path, object);
+    announce("ubus.object.add", *object);
+    send_object(request, object->id, request.attr[UBUS_ATTR_SIGNATURE] ? type : nullptr);
+    return UBUS_STATUS_OK;
+}
+
+int object_remove(Request &request)
+{
+    if (!request.attr[UBUS_ATTR_OBJID])
+        return UBUS_STATUS_INVALID_ARGUMENT;
+    Object *object = find(broker().objects, blob_get_u32(request.attr[UBUS_ATTR_OBJID]));
+    if (!object)
+        return UBUS_STATUS_NOT_FOUND;
+    if (object->owner != &request.client)
+        return UBUS_STATUS_PERMISSION_DENIED;
+    std::vector<Object *> &owned = request.client.objects;
+    owned.erase(std::find(owned.begin(), owned.end(), object));
+    take_off(object);
+    const bool lastOfType = object->type && object->type->objects == 1;
+    send_object(request, object->id, lastOfType ? object->type : nullptr);
+    announce("ubus.object.remove", *object);
+    destroy(object);
+    return UBUS_STATUS_OK;
+}
+
+int object_lookup(Request &request)
+{
+    const auto &paths = broker().paths;
+    if (!request.attr[UBUS_ATTR_OBJPATH]) {
+        for (const auto &[path, object] : paths)
+            send_hit(request, *object);
+        return UBUS_STATUS_OK;
+    }
+    std::string pattern = blob_get_string(request.attr[UBUS_ATTR_OBJPATH]);
+    if (pattern.empty())
+        return UBUS_STATUS_INVALID_ARGUMENT;
+    if (pattern.back() != '*') {
+        const Object *object = find(paths, pattern);
+        if (!object)
+            return UBUS_STATUS_NOT_FOUND;
+        send_hit(request, *object);
+        return UBUS_STATUS_OK;
+    }
+    pattern.pop_back();
+    int status = UBUS_STATUS_NOT_FOUND;
+    for (auto hit = paths.lower_bound(pattern); hit != paths.end() && hit->first.starts_with(pattern);
+         ++hit) {
+        send_hit(request, *hit->second);
+        status = UBUS_STATUS_OK;
+    }
+    return status;
+}
+
+void objects_of_gone_client(Client &client)
+{
+    while (!client.objects.empty()) {
+        Object *object = client.objects.back();
+        client.objects.pop_back();
+        take_off(object);
+        announce("ubus.object.remove", *object);
+        destroy(object);
+    }
+}
