@@ -1,0 +1,201 @@
+// The connection to the broker, and its return after a loss.
+//
+// The bus library's connect waits for the broker's greeting without limit. So a non-blocking connection of
+// our own, the probe, goes first, and only when the greeting has arrived there does the library connect
+// too. In the loop the probe is a descriptor among others and one timer paces the attempts; at start-up,
+// when there is no loop yet, the probe is waited for with a limit.
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "platform/merka/merka_internal.h"
+
+namespace
+{
+
+constexpr int retryMs = 250;         // between attempts when the broker can't be reached
+constexpr int greetingMs = 1000;     // how long an accepted connection may stay without a greeting
+constexpr int greetingBytes = 12;    // sent by the broker in one write
+constexpr int settleMs = 1000;       // listeners reconnect as well: let them be back before we send
+constexpr int statusBadGreeting = 9; // ubus_reconnect: connected, but greeted wrongly
+
+void on_retry(uloop_timeout *timer);
+void on_probe(uloop_fd *fd, unsigned events);
+
+struct Connection {
+    ubus_context *ctx; // made by the first success, kept for good
+    bool up;
+    bool inLoop;
+    uloop_timeout retry;
+    uloop_fd probe;
+} bus = { nullptr, false, false, {}, { .cb = on_probe, .fd = -1 } };
+
+enum class Greeting { Missing, Ready, Refused };
+
+/** A non-blocking connection to the broker, or -1. */
+int open_probe()
+{
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, merka::socket_path(), sizeof address.sun_path - 1);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return -1;
+    if (connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
+        return fd;
+    close(fd);
+    return -1;
+}
+
+Greeting look_for_greeting(int fd)
+{
+    char bytes[greetingBytes];
+    const ssize_t length = recv(fd, bytes, sizeof bytes, MSG_PEEK | MSG_DONTWAIT);
+    if (length == greetingBytes)
+        return Greeting::Ready;
+    if (length < 0 && (errno == EAGAIN || errno == EINTR))
+        return Greeting::Missing;
+    return Greeting::Refused;
+}
+
+int64_t now_ms()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{ now.tv_sec } * 1000 + now.tv_nsec / 1000000;
+}
+
+/** Whether a broker greets within the time limit. */
+bool broker_greets()
+{
+    const int fd = open_probe();
+    if (fd < 0)
+        return false;
+    const int64_t deadline = now_ms() + greetingMs;
+    Greeting greeting = look_for_greeting(fd);
+    for (int64_t left = greetingMs; greeting == Greeting::Missing && left > 0; left = deadline - now_ms()) {
+        pollfd entry = { fd, POLLIN, 0 };
+        poll(&entry, 1, static_cast<int>(left));
+        greeting = look_for_greeting(fd);
+    }
+    close(fd);
+    return greeting == Greeting::Ready;
+}
+
+void try_again_in(int ms)
+{
+    bus.retry.cb = on_retry;
+    uloop_timeout_set(&bus.retry, ms);
+}
+
+/**
+ * Runs inside a bus call as well as from the loop, and twice for one loss, so it does no more than arm the
+ * timer. Without it the library's default would end the loop, or leave it running on a dead connection.
+ */
+void on_connection_lost(ubus_context *)
+{
+    if (!bus.up)
+        return;
+    bus.up = false;
+    try_again_in(retryMs);
+}
+
+/** Connects the library, for the first time or anew with its objects. */
+bool connect_library()
+{
+    if (bus.ctx == nullptr) {
+        bus.ctx = ubus_connect(merka::socket_path());
+        return bus.ctx != nullptr;
+    }
+    merka::remember_objects(bus.ctx);
+    const int status = ubus_reconnect(bus.ctx, merka::socket_path());
+    if (status == statusBadGreeting)
+        bus.ctx->sock.fd = -1; // already closed; the next attempt would close a stranger's descriptor
+    return status == 0 && !bus.ctx->sock.eof;
+}
+
+/** A reconnect restores objects, but neither the place in the loop nor the event subscriptions. */
+bool bring_up(int settle)
+{
+    if (!connect_library())
+        return false;
+    bus.up = true;
+    bus.ctx->connection_lost = on_connection_lost;
+    fcntl(bus.ctx->sock.fd, F_SETFD, FD_CLOEXEC);
+    uloop_timeout_cancel(&bus.retry);
+    ubus_add_uloop(bus.ctx);
+    merka::restore_objects(bus.ctx);
+    merka::renew_registrations(bus.ctx);
+    if (bus.up)
+        merka::resume_sending(settle);
+    return true;
+}
+
+void close_probe()
+{
+    if (bus.probe.fd < 0)
+        return;
+    uloop_fd_delete(&bus.probe);
+    close(bus.probe.fd);
+    bus.probe.fd = -1;
+}
+
+/** Each attempt starts over with a new probe: the socket's path may belong to a new broker by now. */
+void on_retry(uloop_timeout *)
+{
+    close_probe();
+    if (bus.ctx != nullptr)
+        uloop_fd_delete(&bus.ctx->sock); // a half-closed one would keep the loop busy
+    bus.probe.fd = open_probe();
+    if (bus.probe.fd >= 0)
+        uloop_fd_add(&bus.probe, ULOOP_READ);
+    try_again_in(bus.probe.fd >= 0 ? greetingMs : retryMs);
+}
+
+void on_probe(uloop_fd *fd, unsigned)
+{
+    const Greeting greeting = look_for_greeting(fd->fd);
+    if (greeting == Greeting::Missing && !fd->error && !fd->eof)
+        return;
+    close_probe();
+    if (greeting != Greeting::Ready || !bring_up(settleMs))
+        try_again_in(retryMs);
+}
+
+} // namespace
+
+ubus_context *merka::connected_context()
+{
+    return bus.up ? bus.ctx : nullptr;
+}
+
+void merka::connect_before_loop()
+{
+    if (bus.up || !broker_greets())
+        return;
+    const bool first = bus.ctx == nullptr;
+    bring_up(first ? 0 : settleMs);
+}
+
+void merka::enter_loop()
+{
+    bus.inLoop = true;
+    if (!bus.up)
+        try_again_in(0);
+}
+
+void merka::leave_loop()
+{
+    bus.inLoop = false;
+}
+
+bool merka::in_loop()
+{
+    return bus.inLoop;
+}

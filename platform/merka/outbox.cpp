@@ -1,0 +1,147 @@
+// Signals that go out. A signal is handed to the broker without waiting for its answer, and only while
+// the socket takes it: the bus library's send waits until the whole message is out. What can't go now
+// waits in a ring, and as long as anything waits there, later signals go behind it.
+#include <poll.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/merka/merka_internal.h"
+
+namespace
+{
+
+constexpr unsigned ringSize = 1024;
+constexpr int pollMs = 10;          // how often a full socket is looked at again
+constexpr uint32_t eventObject = 1; // the broker's own object that passes events on
+// A Unix socket is writable while no more than a quarter of its send buffer (160 KiB and up) is used, so
+// that a message of this size always fits when it is.
+constexpr int largestPayload = 32768;
+
+/** The payload follows in the same block. */
+struct Waiting {
+    int size;
+    char name[merka::longestName + 1];
+};
+
+struct Outbox {
+    Waiting *ring[ringSize];
+    unsigned first;
+    unsigned count;
+    unsigned dropped; // since it was last reported
+    bool settling;    // the bus is back, its listeners may not be
+    uloop_timeout timer;
+    blob_buf message; // memory is kept from signal to signal
+} out = {};
+
+bool socket_takes_it()
+{
+    ubus_context *ctx = merka::connected_context();
+    if (ctx == nullptr || ctx->sock.eof)
+        return false;
+    pollfd entry = { ctx->sock.fd, POLLOUT, 0 };
+    return poll(&entry, 1, 0) == 1 && entry.revents == POLLOUT;
+}
+
+/** The request isn't completed, so the library keeps no trace of it and ignores the broker's answer. */
+bool hand_over(const char *name, const void *payload, int size)
+{
+    blob_buf_init(&out.message, 0);
+    blobmsg_add_string(&out.message, "id", name);
+    void *data = blobmsg_open_table(&out.message, "data");
+    if (size > 0)
+        blobmsg_add_field(&out.message, BLOBMSG_TYPE_UNSPEC, "payload", payload, static_cast<unsigned>(size));
+    blobmsg_close_table(&out.message, data);
+    ubus_request request = {};
+    return ubus_invoke_async(merka::connected_context(), eventObject, "send", out.message.head, &request) ==
+           0;
+}
+
+void drop_first()
+{
+    free(out.ring[out.first]);
+    out.ring[out.first] = nullptr;
+    out.first = (out.first + 1) % ringSize;
+    --out.count;
+}
+
+int put_aside(const char *name, const void *payload, int size)
+{
+    auto *entry = static_cast<Waiting *>(malloc(sizeof(Waiting) + static_cast<size_t>(size)));
+    if (entry == nullptr) {
+        ++out.dropped;
+        return -1;
+    }
+    entry->size = size;
+    strcpy(entry->name, name);
+    if (size > 0)
+        memcpy(entry + 1, payload, static_cast<size_t>(size));
+    if (out.count == ringSize) {
+        drop_first();
+        ++out.dropped;
+    }
+    out.ring[(out.first + out.count++) % ringSize] = entry;
+    return 0;
+}
+
+void report_dropped()
+{
+    if (out.dropped == 0)
+        return;
+    fprintf(stderr, "merka: the bus is back, %u signals were dropped\n", out.dropped);
+    out.dropped = 0;
+}
+
+void on_timer(uloop_timeout *);
+
+void look_again_in(int ms)
+{
+    out.timer.cb = on_timer;
+    uloop_timeout_set(&out.timer, ms);
+}
+
+/** Sends what waits for as long as the socket takes it. Without a connection resume_sending starts anew. */
+void send_waiting()
+{
+    while (out.count > 0 && socket_takes_it()) {
+        report_dropped();
+        const Waiting *entry = out.ring[out.first];
+        if (!hand_over(entry->name, entry + 1, entry->size))
+            break;
+        drop_first();
+    }
+    if (out.count > 0 && merka::connected_context() != nullptr)
+        look_again_in(pollMs);
+}
+
+void on_timer(uloop_timeout *)
+{
+    out.settling = false;
+    send_waiting();
+}
+
+} // namespace
+
+int merka::send_signal(const char *name, const void *payload, int size)
+{
+    if (name == nullptr || name[0] == '\0' || strlen(name) > longestName)
+        return -1;
+    if (size < 0 || size > largestPayload || (payload == nullptr && size > 0))
+        return -1;
+    if (out.count == 0 && !out.settling && socket_takes_it() && hand_over(name, payload, size))
+        return 0;
+    const int result = put_aside(name, payload, size);
+    if (connected_context() != nullptr && !out.timer.pending)
+        look_again_in(pollMs);
+    return result;
+}
+
+void merka::resume_sending(int settleMs)
+{
+    out.settling = settleMs > 0;
+    if (out.settling)
+        look_again_in(settleMs);
+    else
+        send_waiting();
+}
