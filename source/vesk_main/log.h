@@ -1,0 +1,76 @@
+// The log statement. Every statement looks at the size of the log file first (and rotates it above 1 MiB), then
+// at the level; only then are its arguments evaluated and the line written and flushed. One recursive mutex
+// covers all of it: scan threads log too, and a statement's arguments may log themselves.
+#pragma once
+
+#include <cstddef>
+
+enum VeskLogLevel : int {
+    VESK_LEVEL_ERROR = 3,
+    VESK_LEVEL_NOTICE = 5,
+    VESK_LEVEL_INFO = 6,
+    VESK_LEVEL_DEBUG = 7,
+};
+
+#define VESK_LOG_FILE "/tmp/vesk.log"
+#define VESK_INIT_LOG_FILE "/tmp/vesk_init.log"
+#define VESK_LOG_PREFIX "VESK > %.19s | %-7s | %-15s | %s:%d | "
+
+/** Path column of a line: the first two components of the source path, without an extension. */
+struct VeskLogModule {
+    char text[48];
+};
+
+consteval VeskLogModule vesk_log_module(const char *path)
+{
+    VeskLogModule module{};
+    int slashes = 0;
+    for (size_t i = 0; path[i] != '\0' && i + 1 < sizeof(module.text); i++) {
+        if (path[i] == '.' || (path[i] == '/' && ++slashes == 2))
+            break;
+        module.text[i] = path[i];
+    }
+    return module;
+}
+
+/** Logs a printf-like message of a level (ERROR, NOTICE, INFO, DEBUG) under the function it stands in.
+ *  The message brings its own line end. */
+#define VESK_LOG(level, format, ...) VESK_LOG_AS(__func__, level, format, ##__VA_ARGS__)
+
+/** The same under another function's name. */
+#define VESK_LOG_AS(function, level, format, ...)                                                            \
+    do {                                                                                                     \
+        if (vesk_log_begin(VESK_LEVEL_##level)) {                                                            \
+            static constexpr VeskLogModule vesk_log_here = vesk_log_module(__FILE__);                        \
+            char vesk_log_now[26];                                                                           \
+            vesk_log_end(VESK_LOG_PREFIX format, vesk_log_time(vesk_log_now), #level, vesk_log_here.text,    \
+                         function, __LINE__, ##__VA_ARGS__);                                                 \
+        }                                                                                                    \
+    } while (0)
+
+/** First half of a statement: takes the lock, rotates, tests the level. False: nothing to write, lock given back. */
+bool vesk_log_begin(VeskLogLevel level);
+
+/** The text form of the present local time into 26 bytes; returns it. */
+const char *vesk_log_time(char *text);
+
+/** Second half: writes the line, flushes, gives the lock back. */
+[[gnu::format(printf, 1, 2)]] void vesk_log_end(const char *format, ...);
+
+/** Level 6, log file opened for appending; stderr when it can't be opened. */
+void vesk_init_log();
+
+/** Closes the log stream; only on the way out of the process. */
+void vesk_deinit_log();
+
+/** The destination changes below and the level are written under the statement's lock. */
+void vesk_log_set_level(int level);
+/** Lines go to stderr's stream; the stream that was there stays open. */
+void vesk_log_use_stderr();
+/** Closes the present stream; a path is opened for appending, NULL means stderr. A path that can't be opened leaves stderr. */
+void vesk_log_redirect(const char *path);
+
+/** The lines that several modules share. */
+#define VESK_LOG_NULL() VESK_LOG(ERROR, " Error:is NULL\n")
+#define VESK_LOG_RANGE(value, low, high)                                                                     \
+    VESK_LOG(ERROR, " Error:num [%d] [min-max) = [%d] - [%d] is out range\n", value, low, high)
