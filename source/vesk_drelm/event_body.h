@@ -1,0 +1,26 @@
+// What the event handlers share: the interface name at the start of a body, and the way out to the bus. The
+// records are packed and lie at any address: their members are read by value or as byte arrays only.
+#pragma once
+
+#include <cstring>
+
+#include "include/merka.h"
+#include "include/vesk_event.h"
+#include "source/vesk_interface/vesk_interface.h"
+
+/** The six bytes of a MAC as arguments of "%02x:%02x:%02x:%02x:%02x:%02x". */
+#define VESK_MAC_ARGS(mac) (mac)[0], (mac)[1], (mac)[2], (mac)[3], (mac)[4], (mac)[5]
+
+/** Writes the outer form of an inner name into a body's name field; what the sender left there goes. */
+inline void put_outer_name(char (&field)[VESK_IFNAME_SIZE], const char *ifName)
+{
+    memset(field, 0, sizeof field);
+    vesk_get_intf_outer_name(field, ifName);
+}
+
+/** Sends a whole record as it stands. Nobody looks at the result: a lost signal is lost. */
+template <class T>
+void send_record(const char *signal, const T *record)
+{
+    merkaSendSignal(nullptr, signal, record, sizeof *record);
+}

@@ -1,0 +1,52 @@
+// What the daemon finds out about its interfaces by itself. No driver event leads here: the VAP refresh and
+// an inbound signal call these publishers. A leaf: names, log and the signal sender are all it knows.
+#include "source/vesk_drelm/vesk_drelm.h"
+
+#include <cstdio>
+
+#include "source/vesk_drelm/event_body.h"
+#include "source/vesk_main/log.h"
+
+namespace
+{
+
+/** Status and attribute record have one shape: the name, and a byte that says what is new. */
+struct [[gnu::packed]] IntfChange {
+    char ifName[VESK_IFNAME_SIZE];
+    uint8_t value;
+};
+static_assert(sizeof(IntfChange) == sizeof(VeskIfStatus) && sizeof(IntfChange) == sizeof(VeskVapAttr));
+
+int publish_change(const char *function, const char *signal, void *record, const char *ifName)
+{
+    if (record == nullptr) {
+        VESK_LOG_AS(function, ERROR, " Error:is NULL\n");
+        return -1;
+    }
+    auto *change = static_cast<IntfChange *>(record);
+    put_outer_name(change->ifName, ifName);
+    send_record(signal, change);
+    fprintf(stderr, "Ubus send successfully [%s] [%s] [%d]\r\n", signal, change->ifName, change->value);
+    return 0;
+}
+
+} // namespace
+
+int wdev_intf_change_event_process(void *record, const char *ifName)
+{
+    fputs("Enter wdev_intf_change_event_process\r\n", stderr);
+    return publish_change(__func__, VESK_SIGNAL_IF_STATUS, record, ifName);
+}
+
+int wdev_vap_attr_change_event_process(void *record, const char *ifName)
+{
+    fputs("Enter wdev_vap_attr_change_event_process\r\n", stderr);
+    return publish_change(__func__, VESK_SIGNAL_VAP_ATTR, record, ifName);
+}
+
+int wdev_ieee1905_vlan_intf_change_event_process(void *record)
+{
+    merkaSendSignal(nullptr, VESK_SIGNAL_1905_VLAN_IF, record, VESK_1905_VLAN_IF_SIZE);
+    VESK_LOG(INFO, " send %s event success\n\n", VESK_SIGNAL_1905_VLAN_IF);
+    return 0;
+}

@@ -1,0 +1,236 @@
+// The run-time switches of the daemon, as bus signals. A handler logs what arrived, refuses a missing or
+// short payload without changing anything, and calls the module concerned.
+#include "source/vesk_handler/vesk_handler.h"
+
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "foundation/bytes.h"
+#include "include/vesk_event.h"
+#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_main/log.h"
+#include "source/vesk_main/records.h"
+#include "source/vesk_main/vesk_main.h"
+#include "source/vesk_scan/vesk_scan.h"
+
+namespace
+{
+
+constexpr MerkaSignalRow rows[] = {
+    { VESK_BUS_OBJECT, "setLogLevel", vesk_setLogLevelSignal, 0 },
+    { VESK_BUS_OBJECT, "setLogDestination", vesk_setLogDestinationSignal, 1 },
+    { VESK_BUS_OBJECT, "setScanEnable", vesk_setScanEnableSignal, 2 },
+    { VESK_BUS_OBJECT, "notifyWlanChange", vesk_notifyWlanChange, 3 },
+    { VESK_BUS_OBJECT, "setIntfStatEnable", vesk_setIntfStatEnableSignal, 4 },
+    { VESK_BUS_OBJECT, "setStaEnable", vesk_setStaEnableSignal, 5 },
+    { VESK_BUS_OBJECT, "setChannelChangeEnable", vesk_setChannelChangeEnableSignal, 6 },
+    { VESK_BUS_OBJECT, "setUbusObjSignal", vesk_setUbusObjSignal, 7 },
+    { VESK_BUS_OBJECT, "notifyIEEE1905VlanIntfChange", vesk_notifyIEEE1905VlanInftChange, 8 },
+};
+static_assert(std::size(rows) == VESK_INBOUND_SIGNALS);
+
+consteval bool indices_in_order()
+{
+    for (uint32_t i = 0; i < std::size(rows); i++)
+        if (rows[i].index != i)
+            return false;
+    return true;
+}
+static_assert(indices_in_order());
+
+const char *text_or_empty(const char *text)
+{
+    return text != nullptr ? text : "";
+}
+
+void log_arrival(const char *function, const char *interface, const char *signal, int size)
+{
+    VESK_LOG_AS(function, INFO, " interface=%s, signal=%s size=%d\n", text_or_empty(interface),
+                text_or_empty(signal), size);
+}
+
+bool has_payload(const char *function, const void *payload)
+{
+    if (payload == nullptr)
+        VESK_LOG_AS(function, ERROR, " Bus buf is NULL\n\n");
+    return payload != nullptr;
+}
+
+void log_mismatch(const char *function, int size, int expected)
+{
+    VESK_LOG_AS(function, ERROR, " Size = %d sizeof = %d, parameter mismatched\n\n", size, expected);
+}
+
+/** The payload of the two log signals; nothing else has an exact size. */
+bool read_log_setting(const char *function, const void *payload, int size, WireLogSetting *setting)
+{
+    if (!has_payload(function, payload))
+        return false;
+    if (size != static_cast<int>(sizeof *setting)) {
+        log_mismatch(function, size, sizeof *setting);
+        return false;
+    }
+    memcpy(setting, payload, sizeof *setting);
+    return true;
+}
+
+/** Common start of the switches: logs the arrival and reads the word at the start of the payload. */
+bool read_value(const char *function, const char *interface, const char *signal, const void *payload,
+                int size, int32_t *value)
+{
+    log_arrival(function, interface, signal, size);
+    if (!has_payload(function, payload))
+        return false;
+    if (size < static_cast<int>(sizeof *value)) {
+        log_mismatch(function, size, sizeof *value);
+        return false;
+    }
+    *value = load_bytes<int32_t>(payload);
+    return true;
+}
+
+constexpr bool means_on(int32_t value)
+{
+    return value >= 1;
+}
+
+void set_own_level(int level)
+{
+    vesk_log_set_level(level);
+    fprintf(stderr, "vesk.log vesk_setLogLevelSignal level=[%d]\r\n", level);
+}
+
+void set_library_level(int level)
+{
+    rilk_update_debuglevel(level);
+    fprintf(stderr, "rilk_update_debuglevel vesk_setLogLevelSignal level=[%d]\r\n", level);
+}
+
+void set_full_output()
+{
+    vesk_log_set_level(VESK_LEVEL_DEBUG);
+    vesk_log_use_stderr();
+    rilk_update_debuglevel(VESK_LEVEL_DEBUG);
+    fprintf(stderr, "vesk.log vesk_setLogLevelSignal level=[%d]\r\n", VESK_LEVEL_DEBUG);
+}
+
+} // namespace
+
+const MerkaSignalRow *vesk_inbound_signals()
+{
+    return rows;
+}
+
+void vesk_setLogLevelSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    VESK_LOG(INFO, " vesk_setLogLevelSignal interface=%s, signal=%s size=%d\n", text_or_empty(interface),
+             text_or_empty(signal), size);
+    WireLogSetting setting;
+    if (!read_log_setting(__func__, payload, size, &setting))
+        return;
+    const auto level = static_cast<int32_t>(setting.level); // beyond 0..99 either sign is refused alike
+    if (level >= 0 && level <= 7)
+        set_own_level(level);
+    else if (level >= 9 && level <= 16)
+        set_library_level(level - 9);
+    else if (level == 99)
+        set_full_output();
+    else
+        VESK_LOG(ERROR, " vesk_setLogLevelSignal level=[%d] is out range\n", level);
+}
+
+void vesk_setLogDestinationSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    VESK_LOG(INFO, " vesk_setLogDestinationSignal interface=%s, signal=%s size=%d\n",
+             text_or_empty(interface), text_or_empty(signal), size);
+    WireLogSetting setting;
+    if (!read_log_setting(__func__, payload, size, &setting))
+        return;
+    setting.destination[sizeof setting.destination - 1] = '\0';
+    if (strcmp(setting.destination, "stderr") == 0) {
+        vesk_log_redirect(nullptr);
+        VESK_LOG(INFO, " vesk_setLogDestinationSignal logFile=%s, level=[%d]\n", "stderr",
+                 vesk_get_vesk_info()->logLevel);
+        return;
+    }
+    vesk_log_redirect(setting.destination);
+    VESK_LOG(INFO, " vesk_setLogDestinationSignal logifle=[%s]\n", setting.destination);
+}
+
+void vesk_setScanEnableSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    int32_t value;
+    if (!read_value(__func__, interface, signal, payload, size, &value))
+        return;
+    VESK_LOG(INFO, " Set scanning status=%d\r\n\n", value);
+    const uint32_t scan = means_on(value);
+    vesk_set_bsta_auto_status(!scan); // auto-connect and scanning exclude each other
+    vesk_set_scan_status(scan);
+}
+
+void vesk_notifyWlanChange(const char *interface, const char *signal, void *payload, int size)
+{
+    log_arrival(__func__, interface, signal, size);
+    if (!has_payload(__func__, payload))
+        return;
+    VeskRadioInfo *radio = vesk_get_radio_info();
+    if (radio->intfSupportTrigger == 0)
+        radio->intfSupportTrigger = 1;
+    VESK_LOG(INFO, " radioInfo[0].intfTriggerItv = %d, radioInfo[0].intfSupportTrigger = %d\n",
+             radio->intfTriggerItv, radio->intfSupportTrigger);
+    vesk_retrigger_intf_timer(radio->intfTriggerItv);
+    vesk_update_intf_mapping();
+}
+
+void vesk_setIntfStatEnableSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    int32_t value;
+    if (!read_value(__func__, interface, signal, payload, size, &value))
+        return;
+    VESK_LOG(INFO, " Set interface statistics status=%d\r\n\n", value);
+    vesk_set_intf_stat_status(means_on(value));
+}
+
+void vesk_setStaEnableSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    int32_t value;
+    if (!read_value(__func__, interface, signal, payload, size, &value))
+        return;
+    VESK_LOG(INFO, " Set client polling status=%d\r\n\n", value);
+    vesk_set_sta_timer_status(means_on(value));
+}
+
+void vesk_setChannelChangeEnableSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    int32_t value;
+    if (!read_value(__func__, interface, signal, payload, size, &value))
+        return;
+    VESK_LOG(INFO, " Set channel change polling status=%d\r\n\n", value);
+    vesk_set_channel_change_timer_status(means_on(value));
+}
+
+void vesk_setUbusObjSignal(const char *interface, const char *signal, void *payload, int size)
+{
+    int32_t value;
+    if (!read_value(__func__, interface, signal, payload, size, &value))
+        return;
+    VESK_LOG(INFO, " Set ubus obj status=%d\r\n\n", value);
+    if (means_on(value))
+        vesk_add_ubus_obj();
+    else
+        vesk_remove_ubus_obj();
+}
+
+void vesk_notifyIEEE1905VlanInftChange(const char *interface, const char *signal, void *payload, int size)
+{
+    log_arrival(__func__, interface, signal, size);
+    if (!has_payload(__func__, payload))
+        return;
+    if (size < VESK_1905_VLAN_IF_SIZE) {
+        log_mismatch(__func__, size, VESK_1905_VLAN_IF_SIZE);
+        return;
+    }
+    wdev_ieee1905_vlan_intf_change_event_process(payload);
+}
