@@ -1,0 +1,271 @@
+// What the scans found, and the operating channel. Result and neighbour tables are read without a lock while
+// a first scan may be filling them: a record is copied before it is looked at, and the library keeps replaced
+// neighbour records readable.
+#include "bus/vesk_api/vesk_api.h"
+
+#include "bus/vesk_api/api_checks.h"
+#include "source/vesk_scan/vesk_scan.h"
+
+namespace
+{
+int setChannelCnt; // calls of setChannel, for its log line only
+
+int index_of(const VeskRadioInfo *radio)
+{
+    return static_cast<int>(radio - vesk_get_radio_info());
+}
+
+/** The radio's bandwidth index as the bus shows it: 0 to 4, anything else is none. */
+int32_t bus_bandwidth(int32_t bw)
+{
+    return bw >= 0 && bw < VESK_BW_KEEP ? bw : VESK_BW_KEEP;
+}
+
+void fill_off_channel(WireOffChannel *to, const VeskScanChannel &from, int32_t time, int32_t dwell)
+{
+    to->ch = from.ch;
+    to->inC = from.inC;
+    to->chnUtil = from.chnUtil;
+    to->noise = from.noise;
+    to->cac = from.cac;
+    to->smoothedNoise = from.smoothedNoise;
+    to->time = time;
+    to->dwell = dwell;
+}
+
+void fill_neighbor(WireNeighbor *to, const VeskScanNeighbor &from)
+{
+    char bssid[sizeof from.bssid];
+    vesk_util_strncpy(bssid, from.bssid, sizeof bssid);
+    to->channel = from.ch;
+    to->rssi = from.rssi;
+    vesk_utils_str2mac(bssid, to->bssid); // stays zero when it fails
+    vesk_util_strncpy(to->ssid, from.ssid, sizeof to->ssid);
+    to->value1 = from.value1;
+    to->value2 = from.value2;
+    vesk_util_strncpy(to->text, from.text, sizeof to->text);
+}
+
+/** Radio index that a neighbour's channel counts to; the upper 5 GHz band is radio 1's. -1: none. */
+int radio_of_channel(int channel)
+{
+    const int radio = vesk_utils_mapping_band(vesk_utils_get_band_by_channel(channel));
+    return radio == 2 ? 1 : radio;
+}
+} // namespace
+
+int vesk_getCurChannelInfo(int band, WireCurChannelInfo *channelInfo)
+{
+    if (api_is_null(channelInfo))
+        return -1;
+    memset(channelInfo, 0, sizeof *channelInfo);
+    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    if (!radio)
+        return -1;
+    const VeskCurChannelInfo cur = radio->curChannelInfo;
+    VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, channel=%d\n", band, index_of(radio), cur.channel);
+    if (radio->status == 0) {
+        VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio), radio->status);
+        return -1;
+    }
+    channelInfo->channel = cur.channel;
+    channelInfo->ccaInbss = cur.ccaInbss;
+    channelInfo->value1 = cur.value1;
+    channelInfo->value2 = cur.value2;
+    channelInfo->value3 = cur.value3;
+    channelInfo->ccaIdle = cur.ccaIdle;
+    channelInfo->ccaTxUtil = cur.ccaTxUtil;
+    channelInfo->counters[0] = cur.counter1;
+    memcpy(&channelInfo->counters[1], cur.counters2, sizeof cur.counters2);
+    channelInfo->noise = cur.noise;
+    channelInfo->value4 = cur.value4;
+    channelInfo->time = cur.time;
+    channelInfo->value5 = cur.value5;
+    return 0;
+}
+
+int vesk_getOffChannelInfo(int band, WireOffChInfo *offChInfo)
+{
+    const VeskOffScanCfg *scan = vesk_get_scan_info();
+    if (api_is_null(scan) || api_is_null(offChInfo))
+        return -1;
+    memset(offChInfo, 0, sizeof *offChInfo);
+    const VeskRadioInfo *radio = api_radio(band);
+    if (!radio)
+        return -1;
+    if (radio->status == 0) {
+        VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio), radio->status);
+        return -1;
+    }
+    const VeskScanCfg *cfg = &scan->scanCfg[index_of(radio)];
+    offChInfo->radioBand = band;
+    offChInfo->scanNums = cfg->offChListNums;
+    VESK_LOG(DEBUG, " radioBand=%d, scanNums=%d\n", band, cfg->offChListNums);
+    int filled = 0;
+    for (int i = 0; i < scan->channelNums && filled < VESK_WIRE_OFF_CHANNELS; i++) {
+        const VeskScanChannel *found = vesk_scan_channel_at(i);
+        if (!found)
+            continue;
+        const VeskScanChannel rec = *found;
+        if (rec.ch <= 0 ||
+            vesk_find_channel_idx(static_cast<uint32_t>(rec.ch), cfg->offChList, cfg->offChListNums) < 0)
+            continue;
+        fill_off_channel(&offChInfo->channels[filled++], rec, scan->scanTime, cfg->dwellMax);
+        VESK_LOG(DEBUG, " ch=%d,cac=%d,inC=%d,chnUtil=%d,noise=%d,time=%ld\n", rec.ch, rec.cac, rec.inC,
+                 rec.chnUtil, rec.noise, static_cast<long>(scan->scanTime));
+    }
+    return 0;
+}
+
+int vesk_getNeighborAPInfo(int band, WireNbAPInfo *nbAPInfo)
+{
+    const VeskOffScanCfg *scan = vesk_get_scan_info();
+    if (api_is_null(scan) || api_is_null(nbAPInfo))
+        return -1;
+    memset(nbAPInfo, 0, sizeof *nbAPInfo);
+    const VeskRadioInfo *radio = api_radio(band);
+    if (!radio)
+        return -1;
+    if (radio->status == 0) {
+        VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio), radio->status);
+        return -1;
+    }
+    const int want = vesk_utils_mapping_band(band);
+    if (want < 0 || want >= VESK_RADIOS)
+        return -1;
+    nbAPInfo->radioBand = band;
+    const int slots = scan->neighbors ? scan->channelNums * VESK_SCAN_NEIGHBORS_PER_CHANNEL : 0;
+    int filled = 0;
+    for (int i = 0; i < slots && filled < VESK_WIRE_NEIGHBORS; i++) {
+        const VeskScanNeighbor *found = flag_load(&scan->neighbors[i]);
+        if (!found)
+            continue;
+        const VeskScanNeighbor rec = *found;
+        if (rec.ch > 0 && radio_of_channel(rec.ch) == want)
+            fill_neighbor(&nbAPInfo->neighbors[filled++], rec);
+    }
+    nbAPInfo->nbNums = filled;
+    return 0;
+}
+
+int vesk_getChannel(int band, WireChannel *data)
+{
+    if (api_is_null(data))
+        return -1;
+    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    if (!radio)
+        return -1;
+    const char *name = radio->apIntf.radioIfname;
+    VESK_LOG(DEBUG, " vesk get channel paramerters, band=%d\n", band);
+    *data = { .channel = 0, .bandwidth = VESK_BW_KEEP };
+    int32_t channel = 0;
+    const int rc = rilk_getRadioCurChannel(name, &channel);
+    VESK_LOG(DEBUG, " vesk radio %s get channel %d %s (%d)\n", name, channel, rc ? "failure" : "success", rc);
+    if (rc != 0)
+        return -1;
+    RilkRadioDynParams dyn = {};
+    rilk_getRadioDynParamters(name, &dyn);
+    VESK_LOG(DEBUG, " vesk radio %s get bandwidth %d %s (%d).\n", name, dyn.bw, "success", 0);
+    *data = { .channel = channel, .bandwidth = bus_bandwidth(dyn.bw) };
+    return 0;
+}
+
+int vesk_setChannel(int band, const WireChannel *data)
+{
+    if (api_is_null(data))
+        return -1;
+    VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    if (!radio || !api_in_range(data->bandwidth, 0, VESK_BW_KEEP + 1))
+        return -1;
+    const int idx = index_of(radio);
+    VESK_LOG(INFO,
+             " =band=%d, radioIdx=%d, set channel=%d, bandwidth=%d, old channel=%d, bandwidth=%d, "
+             "setChannelCnt=%d\n",
+             band, idx, data->channel, data->bandwidth, radio->curChannel, radio->curBw, ++setChannelCnt);
+    radio->setBw = data->bandwidth;
+    radio->setChannel = static_cast<uint8_t>(data->channel);
+    vesk_stop_set_channel_timer(static_cast<uint32_t>(idx));
+    vesk_start_set_channel_timer(static_cast<uint32_t>(idx));
+    return radio->setResult;
+}
+
+int vesk_getEirp(int, WireEirp *)
+{
+    return 0;
+}
+
+int vesk_setEirp(int, const WireEirp *)
+{
+    return 0;
+}
+
+int vesk_triggerScan(int band)
+{
+    if (api_is_null(vesk_get_radio_info()))
+        return -1;
+    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    if (!radio)
+        return -1;
+    vesk_retrigger_scan(static_cast<uint32_t>(index_of(radio)));
+    return 0;
+}
+
+int vesk_getScanStatus(int8_t *scanStatus)
+{
+    VESK_LOG(DEBUG, " vesk_getScanStatus\n");
+    *scanStatus = static_cast<int8_t>(vesk_first_scanning_is_end());
+    VESK_LOG(DEBUG, " scanStatus=%d\n", *scanStatus);
+    return 0;
+}
+
+int vesk_getScanCap(int band, WireScanCap *scanCap)
+{
+    VESK_LOG(DEBUG, " band=%d\n", band);
+    if (api_is_null(vesk_get_scan_info()) || api_is_null(scanCap))
+        return -1;
+    memset(scanCap, 0, sizeof *scanCap);
+    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    if (!radio)
+        return -1;
+    const VeskScanCfg *cfg = &vesk_get_scan_info()->scanCfg[index_of(radio)];
+    scanCap->isSupportScan = cfg->isSupportScan;
+    scanCap->scanItv = cfg->scanItv;
+    VESK_LOG(DEBUG, " isSupportScan=%d, scanItv=%d\n", cfg->isSupportScan, cfg->scanItv);
+    return 0;
+}
+
+int vesk_getRadioAvaliableChannelList(int band, WireChList *chList)
+{
+    if (api_is_null(vesk_get_radio_info()) || api_is_null(chList) || !api_is_band(band))
+        return -1;
+    memset(chList, 0, sizeof *chList);
+    const VeskRadioInfo *radio = api_radio(band);
+    if (!radio)
+        return -1;
+    const VeskChAttrList &list = radio->chAttrList;
+    chList->chListNums = list.chListNums;
+    memcpy(chList->chList, list.chList, static_cast<size_t>(list.chListNums) * sizeof list.chList[0]);
+    memcpy(chList->chAttr, list.chAttr, static_cast<size_t>(list.chListNums) * sizeof list.chAttr[0]);
+    return 0;
+}
+
+int vesk_setMinMaxDwellTime(uint32_t band, uint32_t min, uint32_t max)
+{
+    const int word = static_cast<int>(band);
+    if (api_is_null(vesk_get_radio_info()) || !api_is_band(word))
+        return -1;
+    const VeskRadioInfo *radio = api_radio(word);
+    if (!radio)
+        return -1;
+    VESK_LOG(INFO, " vesk set dwell time, band=%d, min=%u, max=%u\n\n", word, min, max);
+    if (max < min) {
+        VESK_LOG(ERROR, " rilk_setMinMaxDwellTime ERROR, band=%d, min=%u, max=%u\n\n", word, min, max);
+        return -1;
+    }
+    if (rilk_setMinMaxDwellTime(radio->apIntf.radioIfname, static_cast<int32_t>(min),
+                                static_cast<int32_t>(max)) != 0) {
+        VESK_LOG(ERROR, " rilk_setMinMaxDwellTime ERROR, band=%d\n\n", word);
+        return -1;
+    }
+    return 0;
+}
