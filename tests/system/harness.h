@@ -1,0 +1,107 @@
+// The world of the system tests: the real programs as child processes inside a private root, their output in
+// files, a bus client of the tests' own, and waits with deadlines. Each test starts from an empty /tmp and /run.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "foundation/ubus_headers.h"
+
+using namespace std::chrono_literals;
+
+inline constexpr auto PATIENCE = 15s; // for what has to happen but has no limit of its own; a loaded machine is slow
+
+/** A child process with its output in files; killed and reaped when it goes out of scope. */
+struct Child {
+    pid_t pid = -1;
+    std::string outPath, errPath;
+
+    Child() = default;
+    Child(Child &&other) noexcept { *this = std::move(other); }
+    Child &operator=(Child &&other) noexcept;
+    ~Child() { kill(); }
+
+    void kill();
+    std::string out() const;
+    std::string err() const;
+};
+
+/** Starts a program of the build ("vesk") with arguments. */
+Child start(const std::string &program, const std::vector<std::string> &arguments = {});
+/** Exit status within the span; 256 + number if a signal ended it; -1 if it still runs (and goes on running). */
+int finish(Child &child, std::chrono::milliseconds span);
+bool runs(const Child &child);
+
+/** Runs veskctl to its end. */
+struct Outcome {
+    int status;
+    std::string out, err;
+};
+Outcome veskctl(const std::vector<std::string> &arguments);
+
+/** Asks every 20 ms until the answer is yes; false when the span is over. */
+bool eventually(std::chrono::milliseconds span, const std::function<bool()> &question);
+
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, const std::string &text);
+bool exists(const std::string &path);
+bool contains(const std::string &text, const std::string &part);
+
+struct Signal {
+    std::string name; // full name
+    std::string payload;
+};
+
+struct Answer {
+    int status = -1;      // of the call, as the bus library gives it
+    int fields = 0;       // in the reply
+    int result = 0;       // field `return`, which has to come first
+    std::string key;      // of the second field
+    std::string record;   // its bytes
+};
+
+/** A client of its own on the bus: calls, sent events and received signals. */
+struct Bus {
+    ubus_event_handler listener = {}; // first: the callback finds the client by it
+    ubus_context *ctx = nullptr;
+    std::vector<Signal> signals;
+
+    Bus();
+    ~Bus();
+    Bus(const Bus &) = delete;
+    Bus &operator=(const Bus &) = delete;
+
+    /** 0 and the id if the object is on the bus. */
+    int lookup(uint32_t *id, const char *object = "tamlo.pelk.vesk");
+    /** `fill` adds the arguments. */
+    Answer call(const char *method, const std::function<void(blob_buf *)> &fill = {});
+    /** Sends an event with the bytes as field `payload`, as the bus client library does. */
+    int send(const char *name, const std::string &payload);
+    /** Collects signals of the daemon until the question is answered with yes. */
+    bool listen(std::chrono::milliseconds span, const std::function<bool()> &question);
+    /** The first signal of this name that has come; null if none has. */
+    const Signal *find(const std::string &name) const;
+};
+
+/** Fixture: broker and daemon, each started by the test when its time has come. */
+struct System : testing::Test {
+    Child broker, daemon;
+
+    void SetUp() override;
+    /** Returns when the socket answers. */
+    void startBroker();
+    /** Returns when the object is on the bus. */
+    void startDaemon();
+    void startBoth();
+};
+
+/** The daemon's object can be found by a new client. */
+bool on_the_bus();
+/** Sends a driver event to the daemon as the sibling does. */
+void send_event(uint32_t id, const std::string &ifName, const std::string &body);
+/** The bytes of a `setLogLevel` signal. */
+std::string log_record(uint32_t level);
