@@ -1,0 +1,103 @@
+// What the files of this folder share: a radio's scan state, the walk over its channels, the cycle's
+// bookkeeping, the common arming of the radios' timers and the end of the first-scan threads. Positions
+// called chIdx are positions in channelList; a radio's index is always checked before it comes here.
+#pragma once
+
+#include "foundation/bytes.h"
+#include "include/hul.h"
+#include "source/vesk_main/log.h"
+#include "source/vesk_main/records.h"
+#include "source/vesk_scan/vesk_scan.h"
+
+inline constexpr uint32_t VESK_SCAN_RADIOS = VESK_RADIOS;
+inline constexpr int VESK_FIRST_5G_CHANNEL = 15; // channels from here on belong to the 5 GHz band
+
+/** What scanning counts for the life of the process. */
+struct VeskScanState {
+    uint32_t triggerCnt[VESK_RADIOS]; // first scans retriggered by the periodic scan
+    int32_t checkCnt;                 // readiness checks that found the daemon not ready
+};
+VeskScanState *vesk_get_scan_state();
+
+/** The lines about the two switches, under the name of the function they stand in. */
+#define VESK_LOG_SWITCHES()                                                                                  \
+    VESK_LOG(INFO, " scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),                             \
+             vesk_get_scan_info()->scanEnableCfg)
+#define VESK_LOG_SWITCHES_ITV(itv)                                                                           \
+    VESK_LOG(INFO, " scanEnable=%d, scanEnableCfg=%d, itv=%d\n", vesk_get_scan_status(),                     \
+             vesk_get_scan_info()->scanEnableCfg, itv)
+#define VESK_LOG_SWITCHES_BAND(band, itv)                                                                    \
+    VESK_LOG(INFO, " band=%d, scanEnable=%d, scanEnableCfg=%d, itv=%d\n", band, vesk_get_scan_status(),      \
+             vesk_get_scan_info()->scanEnableCfg, itv)
+
+inline VeskScanCfg *scan_cfg(uint32_t band)
+{
+    return &vesk_get_scan_info()->scanCfg[band];
+}
+inline VeskRadioInfo *scan_radio(uint32_t band)
+{
+    return &vesk_get_radio_info()[band];
+}
+inline uint8_t scan_auto_enabled(int radio)
+{
+    return flag_load(&scan_cfg(radio)->bstaAuto.enableAuto);
+}
+/** The first radio with auto-connect on, or -1. */
+int scan_auto_radio();
+/** Seconds as the milliseconds of a timer, held within its range. */
+int scan_seconds(uint32_t seconds);
+/** The chip that scans its whole list in one command and takes no periodic scans. */
+bool scan_is_whole_band_chip(const VeskRadioInfo *radio);
+
+/** An entry of a radio's list that stands in channelList. */
+struct ScanEntry {
+    int position; // in offChList
+    uint32_t channel;
+    int chIdx; // -1: no entry
+};
+
+/** Calls visit(entry) for the entries of a radio's list, in order, until one call returns false. */
+template <class Visit>
+void scan_walk(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg, Visit visit)
+{
+    for (int i = 0; i < cfg->offChListNums; i++) {
+        const uint32_t channel = cfg->offChList[i];
+        const int chIdx = vesk_find_channel_idx(channel, offScan->channelList, offScan->channelNums);
+        if (chIdx >= 0 && !visit(ScanEntry{ i, channel, chIdx }))
+            return;
+    }
+}
+
+// The flags of a cycle are shared by a first-scan thread and the passes.
+inline bool scan_is_visited(const VeskScanCfg *cfg, int chIdx)
+{
+    return flag_load(&cfg->chScanned[chIdx]) != 0;
+}
+inline int scan_visited_count(const VeskScanCfg *cfg)
+{
+    return flag_load(&cfg->alreadyScanCount);
+}
+/** Counts a channel as visited, once per cycle. */
+void scan_mark_visited(VeskScanCfg *cfg, int chIdx);
+/** Whether every channel of the radio that can be scanned has been visited. */
+bool scan_is_cycle_complete(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg);
+/** Ends a completed cycle: flags and counts cleared, isScanEnd set. */
+void scan_close_cycle(VeskScanCfg *cfg);
+/** Forgets which channels have been visited. */
+void scan_clear_visited(VeskScanCfg *cfg);
+
+/** Argument of a trigger for one channel (0: the whole list); baseVap is empty if no interface can carry it.
+ */
+VeskScanParam scan_param(uint32_t band, uint32_t channel);
+/** Asks the library for results and for a channel's neighbours; nothing without tables. */
+void scan_fetch_results(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg);
+void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg, uint32_t channel);
+/** Brings curChannelInfo up to date if the result at this position is the operating channel's. */
+void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx);
+
+/** Arms a radio's one-shot unless scanning is off by configuration; `function` names the caller's lines. */
+void scan_arm_timer(const char *function, uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler,
+                    uint32_t itv);
+
+/** Tells the first-scan threads to end and waits up to 600 ms. False if one is still inside the library. */
+bool scan_stop_threads();
