@@ -104,7 +104,6 @@ struct ubus_stream {
     char *tx;        // results of the running handler, sent together with its status
     size_t tx_len;
     struct ubus_request_data *serving;
-    struct ubus_callback_frame *frames;
 };
 
 struct ubus_context {
@@ -205,7 +204,8 @@ int ubus_invoke_async(struct ubus_context *ctx, uint32_t obj, const char *method
                       struct ubus_request *req);
 void ubus_complete_request_async(struct ubus_context *ctx, struct ubus_request *req);
 int ubus_complete_request(struct ubus_context *ctx, struct ubus_request *req, int timeout);
-void ubus_abort_request(struct ubus_context *ctx, struct ubus_request *req); // no callback after this
+// No callback after this; inside a callback of the same request it must live until that returns.
+void ubus_abort_request(struct ubus_context *ctx, struct ubus_request *req);
 void ubus_flush_requests(struct ubus_context *ctx);
 
 // Any number of times before the call's status. 0, or UBUS_STATUS_NO_DATA when the connection is dead.

@@ -37,12 +37,6 @@ struct StreamPin {
 StreamPin stream_pin(ubus_context *ctx);
 void stream_unpin(ubus_context *ctx, StreamPin pin);
 
-// A data callback under way; `req` is cleared when the request is aborted inside it.
-struct ubus_callback_frame {
-    ubus_request *req;
-    ubus_callback_frame *outer;
-};
-
 // Zeroes and numbers a request; `peer` as its answers carry it.
 void request_init(ubus_context *ctx, ubus_request &req, uint32_t peer);
 // Sends, waits for the status and returns it; INVALID_ARGUMENT when it can't be sent.

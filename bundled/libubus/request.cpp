@@ -40,20 +40,15 @@ void complete(ubus_request *req, int status)
 
 void take_data(ubus_context *ctx, ubus_request *req, const InMessage &message, blob_attr *data)
 {
-    ubus_callback_frame frame = { req, ctx->stream.frames };
-    ctx->stream.frames = &frame;
     const StreamPin pin = stream_pin(ctx);
     req->blocked = true;
     if (req->raw_data_cb)
         req->raw_data_cb(req, message.type, message.body);
-    if (frame.req && req->data_cb && data)
+    if (!req->cancelled && req->data_cb && data)
         req->data_cb(req, message.type, data);
     stream_unpin(ctx, pin);
-    ctx->stream.frames = frame.outer;
-    if (!frame.req)
-        return; // aborted inside
     req->blocked = false;
-    if (req->status_msg)
+    if (req->status_msg && !req->cancelled)
         complete(req, req->status_code);
 }
 
@@ -136,11 +131,8 @@ int ubus_complete_request(ubus_context *ctx, ubus_request *req, int timeout)
     return req->status_code;
 }
 
-void ubus_abort_request(ubus_context *ctx, ubus_request *req)
+void ubus_abort_request(ubus_context *, ubus_request *req)
 {
-    for (ubus_callback_frame *frame = ctx->stream.frames; frame; frame = frame->outer)
-        if (frame->req == req)
-            frame->req = nullptr;
     req->cancelled = true;
     if (listed(req))
         list_del_init(&req->list);

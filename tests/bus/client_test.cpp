@@ -179,10 +179,8 @@ void start(ubus_context *ctx, uint32_t object, const char *method, blob_buf *arg
     call->request.data_cb = [](ubus_request *req, int, blob_attr *) {
         auto *self = static_cast<Call *>(req->priv);
         self->replies++;
-        if (!self->abortInside)
-            return;
-        ubus_abort_request(req->ctx, req);
-        memset(req, 0xff, sizeof *req); // it is the caller's again
+        if (self->abortInside)
+            ubus_abort_request(req->ctx, req);
     };
     call->request.complete_cb = [](ubus_request *req, int status) {
         auto *self = static_cast<Call *>(req->priv);

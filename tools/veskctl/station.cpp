@@ -170,8 +170,8 @@ void add_station_commands(CLI::App &app)
         command->callback([operation = operation] { monitor(operation, mac, channel); });
     }
     for (auto [name, operation] : { std::pair{ "block", 0u }, std::pair{ "unblock", 1u } }) {
-        CLI::App *command = app.add_subcommand(name, operation ? "Keep a station off a VAP"
-                                                               : "Let a blocked station join again");
+        CLI::App *command = app.add_subcommand(name, operation ? "Let a blocked station join again"
+                                                               : "Keep a station off a VAP");
         command->add_option("VAP", vap, "Interface name")->required();
         command->add_option("MAC", mac, "The station")->required();
         command->callback([operation = operation] { block(operation, vap, mac); });
