@@ -4,7 +4,6 @@
 // place, records live on the stack, and one reply buffer serves all methods, since calls run one at a time.
 #include "bus/stub.h"
 
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <type_traits>
@@ -286,13 +285,9 @@ void add_result(const WireField &field, const void *result)
 
 void register_vesk_signal()
 {
-    const MerkaSignalRow *rows = vesk_inbound_signals();
-    for (int i = 0; i < VESK_INBOUND_SIGNALS; i++) {
-        char name[sizeof rows->interface + sizeof rows->signal];
-        snprintf(name, sizeof name, "%s.%s", rows[i].interface, rows[i].signal);
-        merkaAddInterestedSignal(name);
-    }
-    merkaSetInteresetedSignals(rows, VESK_INBOUND_SIGNALS);
+    for (int i = 0; i < VESK_INBOUND_SIGNALS; i++)
+        merkaAddInterestedSignal(vesk_inbound_signal_names()[i]);
+    merkaSetInteresetedSignals(vesk_inbound_signals(), VESK_INBOUND_SIGNALS);
 }
 } // namespace
 

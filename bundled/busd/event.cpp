@@ -32,14 +32,14 @@ void deliver(const Client *sender, const char *id, const void *payload, size_t l
             continue;
         if (!shared && length >= sharedFrom) {
             shared = buffer_new(length);
-            memcpy(shared->bytes, payload, length);
+            memcpy(shared->bytes(), payload, length);
             shared->used = static_cast<uint32_t>(length);
         }
         OutMessage out;
         out_begin(out, UBUS_MSG_INVOKE, seq, 0);
         out_u32(out, UBUS_ATTR_OBJID, object->id);
         out_string(out, UBUS_ATTR_METHOD, id);
-        out_bytes(out, UBUS_ATTR_DATA, shared ? shared->bytes : payload, length);
+        out_bytes(out, UBUS_ATTR_DATA, shared ? shared->bytes() : payload, length);
         client_send(*object->owner, out, shared);
     }
     if (shared)

@@ -36,7 +36,7 @@ void append_copy(OutQueue &queue, const iovec &part)
         replace_own(queue, part.iov_len);
     Buffer *own = queue.own;
     const uint32_t begin = own->used;
-    memcpy(own->bytes + begin, part.iov_base, part.iov_len);
+    memcpy(own->bytes() + begin, part.iov_base, part.iov_len);
     own->used += static_cast<uint32_t>(part.iov_len);
     append_piece(queue, own, begin, own->used);
 }
@@ -97,8 +97,8 @@ void queue_add(OutQueue &queue, const OutMessage &out, Buffer *shared)
     for (int i = 0; i < out.parts; i++) {
         const iovec &part = out.part[i];
         const char *start = static_cast<const char *>(part.iov_base);
-        if (shared && start >= shared->bytes && start < shared->bytes + shared->used) {
-            const auto begin = static_cast<uint32_t>(start - shared->bytes);
+        if (shared && start >= shared->bytes() && start < shared->bytes() + shared->used) {
+            const auto begin = static_cast<uint32_t>(start - shared->bytes());
             append_piece(queue, shared, begin, begin + static_cast<uint32_t>(part.iov_len));
         } else {
             append_copy(queue, part);
@@ -114,7 +114,7 @@ Sent queue_send(OutQueue &queue, int fd)
         size_t parts = 0;
         for (size_t i = queue.first; i < queue.pieces.size() && parts < piecesPerCall; i++) {
             const Piece &piece = queue.pieces[i];
-            part[parts++] = { piece.buffer->bytes + piece.begin, piece.end - piece.begin };
+            part[parts++] = { piece.buffer->bytes() + piece.begin, piece.end - piece.begin };
         }
         msghdr message = {};
         message.msg_iov = part;

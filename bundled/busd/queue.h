@@ -11,7 +11,8 @@ struct Buffer {
     uint32_t references;
     uint32_t used;
     uint32_t capacity;
-    char bytes[4]; // the first of `capacity`
+
+    char *bytes() { return reinterpret_cast<char *>(this + 1); } // `capacity` of them stand behind
 };
 
 Buffer *buffer_new(size_t capacity); // one reference, the caller's

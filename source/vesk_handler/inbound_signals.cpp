@@ -2,9 +2,12 @@
 // short payload without changing anything, and calls the module concerned.
 #include "source/vesk_handler/vesk_handler.h"
 
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <string_view>
+#include <utility>
 
 #include "foundation/bytes.h"
 #include "include/vesk_event.h"
@@ -18,27 +21,50 @@
 namespace
 {
 
-constexpr MerkaSignalRow rows[] = {
-    { VESK_BUS_OBJECT, "setLogLevel", vesk_setLogLevelSignal, 0 },
-    { VESK_BUS_OBJECT, "setLogDestination", vesk_setLogDestinationSignal, 1 },
-    { VESK_BUS_OBJECT, "setScanEnable", vesk_setScanEnableSignal, 2 },
-    { VESK_BUS_OBJECT, "notifyWlanChange", vesk_notifyWlanChange, 3 },
-    { VESK_BUS_OBJECT, "setIntfStatEnable", vesk_setIntfStatEnableSignal, 4 },
-    { VESK_BUS_OBJECT, "setStaEnable", vesk_setStaEnableSignal, 5 },
-    { VESK_BUS_OBJECT, "setChannelChangeEnable", vesk_setChannelChangeEnableSignal, 6 },
-    { VESK_BUS_OBJECT, "setUbusObjSignal", vesk_setUbusObjSignal, 7 },
-    { VESK_BUS_OBJECT, "notifyIEEE1905VlanIntfChange", vesk_notifyIEEE1905VlanInftChange, 8 },
+constexpr const char *names[] = {
+    "tamlo.pelk.vesk.setLogLevel",
+    "tamlo.pelk.vesk.setLogDestination",
+    "tamlo.pelk.vesk.setScanEnable",
+    "tamlo.pelk.vesk.notifyWlanChange",
+    "tamlo.pelk.vesk.setIntfStatEnable",
+    "tamlo.pelk.vesk.setStaEnable",
+    "tamlo.pelk.vesk.setChannelChangeEnable",
+    "tamlo.pelk.vesk.setUbusObjSignal",
+    "tamlo.pelk.vesk.notifyIEEE1905VlanIntfChange",
 };
-static_assert(std::size(rows) == VESK_INBOUND_SIGNALS);
+constexpr merka_signal_handler handlers[] = {
+    vesk_setLogLevelSignal,
+    vesk_setLogDestinationSignal,
+    vesk_setScanEnableSignal,
+    vesk_notifyWlanChange,
+    vesk_setIntfStatEnableSignal,
+    vesk_setStaEnableSignal,
+    vesk_setChannelChangeEnableSignal,
+    vesk_setUbusObjSignal,
+    vesk_notifyIEEE1905VlanInftChange,
+};
+static_assert(std::size(names) == VESK_INBOUND_SIGNALS && std::size(handlers) == VESK_INBOUND_SIGNALS);
 
-consteval bool indices_in_order()
+/** A row from a full name: the interface is what stands in front of the last point. */
+consteval MerkaSignalRow make_row(uint32_t index)
 {
-    for (uint32_t i = 0; i < std::size(rows); i++)
-        if (rows[i].index != i)
-            return false;
-    return true;
+    const std::string_view name = names[index];
+    const size_t point = name.rfind('.');
+    MerkaSignalRow row = {};
+    name.copy(row.interface, point);
+    name.copy(row.signal, sizeof row.signal - 1, point + 1);
+    row.handler = handlers[index];
+    row.index = index;
+    return row;
 }
-static_assert(indices_in_order());
+
+template <size_t... I>
+consteval std::array<MerkaSignalRow, sizeof...(I)> make_rows(std::index_sequence<I...>)
+{
+    return { make_row(I)... };
+}
+
+constexpr auto rows = make_rows(std::make_index_sequence<VESK_INBOUND_SIGNALS>{});
 
 const char *text_or_empty(const char *text)
 {
@@ -120,7 +146,12 @@ void set_full_output()
 
 const MerkaSignalRow *vesk_inbound_signals()
 {
-    return rows;
+    return rows.data();
+}
+
+const char *const *vesk_inbound_signal_names()
+{
+    return names;
 }
 
 void vesk_setLogLevelSignal(const char *interface, const char *signal, void *payload, int size)

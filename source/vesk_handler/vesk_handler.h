@@ -8,6 +8,8 @@ inline constexpr int VESK_INBOUND_SIGNALS = 9;
 
 /** The table handed to the bus client library, in row order. */
 const MerkaSignalRow *vesk_inbound_signals();
+/** Full names ("interface.signal") of the rows, in their order. */
+const char *const *vesk_inbound_signal_names();
 
 void vesk_setLogLevelSignal(const char *interface, const char *signal, void *payload, int size);
 void vesk_setLogDestinationSignal(const char *interface, const char *signal, void *payload, int size);

@@ -208,7 +208,9 @@ int rilk_getVapIfStat(const char *v, VeskIntfStats *stats)
 }
 int rilk_getVapAssocStationNumber(const char *v, int32_t *n)
 {
-    return from_vap(__func__, v, [&](FakeVap &f) { *n = static_cast<int32_t>(f.stations.size()); });
+    return from_vap(__func__, v, [&](FakeVap &f) {
+        *n = f.stationCount == -1 ? static_cast<int32_t>(f.stations.size()) : f.stationCount;
+    });
 }
 int rilk_getVapAssocStationMac(const char *v, int32_t position, uint8_t *mac)
 {

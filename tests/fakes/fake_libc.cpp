@@ -50,6 +50,8 @@ int __wrap_system(const char *command)
 FILE *__wrap_popen(const char *command, const char *mode)
 {
     fakeLibc.popens.push_back(command);
+    if (fakeLibc.popenFails)
+        return nullptr;
     if (!fakeLibc.fakePopen)
         return __real_popen(command, mode);
     FILE *f = tmpfile();

@@ -38,6 +38,7 @@ struct FakeVap {
     HulVapCfg cfg = {};
     VeskIntfStats stats = {};
     std::vector<FakeStation> stations;
+    int32_t stationCount = -1; // what the count query answers; -1: as many as there are
 };
 
 struct FakeRadio {
@@ -113,6 +114,7 @@ struct FakeLibc {
     bool realThreads = false;       // false: a detached thread's function runs at once, on the caller
     std::string popenOutput;        // used when fakePopen
     bool fakePopen = true;
+    bool popenFails = false;
     std::function<void(unsigned us)> onSleep;
     int failAlloc = -1; // countdown: the n-th malloc/calloc from now on answers NULL (0: the next)
     int createThreadResult = 0;

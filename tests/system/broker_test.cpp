@@ -27,8 +27,10 @@ struct Broker : System {
     {
         std::string line = "vesk.log vesk_setLogLevelSignal level=[" + std::to_string(level) + "]\r\n";
         Bus bus;
-        bus.send("tamlo.pelk.vesk.setLogLevel", log_record(level));
-        return eventually(2s, [&] { return contains(daemon.err(), line); });
+        return eventually(2s, [&] { // the subscription follows the object
+            bus.send("tamlo.pelk.vesk.setLogLevel", log_record(level));
+            return contains(daemon.err(), line);
+        });
     }
 
     bool sendsRadar(const std::string &body)

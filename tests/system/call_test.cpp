@@ -8,7 +8,10 @@ namespace
 {
 
 void nothing(blob_buf *) {}
-void band_as_text(blob_buf *b) { blobmsg_add_string(b, "band", "3"); }
+void band_as_text(blob_buf *b)
+{
+    blobmsg_add_string(b, "band", "3");
+}
 
 /** `setChannel` with a record of so many bytes. */
 template <unsigned size>
@@ -73,12 +76,9 @@ struct ClientCase {
     int status;
 };
 const ClientCase clientCases[] = {
-    { "no broker", { "version" }, false, false, 1 },
-    { "no daemon", { "version" }, true, false, 1 },
-    { "all there", { "version" }, true, true, 0 },
-    { "no command", {}, true, true, 2 },
-    { "unknown command", { "fly" }, true, true, 2 },
-    { "argument missing", { "radio" }, true, true, 2 },
+    { "no broker", { "version" }, false, false, 1 }, { "no daemon", { "version" }, true, false, 1 },
+    { "all there", { "version" }, true, true, 0 },   { "no command", {}, true, true, 2 },
+    { "unknown command", { "fly" }, true, true, 2 }, { "argument missing", { "radio" }, true, true, 2 },
 };
 
 TEST_F(System, ClientTellsFailureByItsStatus)

@@ -22,7 +22,10 @@ namespace
 const char socketPath[] = "/var/run/ubus.sock";
 int serial; // makes the names of output files unique
 
-int open_output(const std::string &path) { return open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644); }
+int open_output(const std::string &path)
+{
+    return open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+}
 
 [[noreturn]] void become(const std::vector<std::string> &words, int out, int err)
 {
@@ -111,8 +114,14 @@ void Child::kill()
     pid = -1;
 }
 
-std::string Child::out() const { return read_file(outPath); }
-std::string Child::err() const { return read_file(errPath); }
+std::string Child::out() const
+{
+    return read_file(outPath);
+}
+std::string Child::err() const
+{
+    return read_file(errPath);
+}
 
 Child start(const std::string &program, const std::vector<std::string> &arguments)
 {
@@ -143,7 +152,10 @@ int finish(Child &child, std::chrono::milliseconds span)
     return status_of(waitStatus);
 }
 
-bool runs(const Child &child) { return child.pid > 0 && waitpid(child.pid, nullptr, WNOHANG) == 0; }
+bool runs(const Child &child)
+{
+    return child.pid > 0 && waitpid(child.pid, nullptr, WNOHANG) == 0;
+}
 
 Outcome veskctl(const std::vector<std::string> &arguments)
 {
@@ -169,11 +181,20 @@ std::string read_file(const std::string &path)
     return { std::istreambuf_iterator<char>(file), {} };
 }
 
-void write_file(const std::string &path, const std::string &text) { std::ofstream(path, std::ios::binary) << text; }
+void write_file(const std::string &path, const std::string &text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
 
-bool exists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
+bool exists(const std::string &path)
+{
+    return access(path.c_str(), F_OK) == 0;
+}
 
-bool contains(const std::string &text, const std::string &part) { return text.find(part) != std::string::npos; }
+bool contains(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
 
 Bus::Bus() : ctx(ubus_connect(socketPath))
 {
@@ -188,7 +209,10 @@ Bus::~Bus()
         ubus_free(ctx);
 }
 
-int Bus::lookup(uint32_t *id, const char *object) { return ctx ? ubus_lookup_id(ctx, object, id) : -1; }
+int Bus::lookup(uint32_t *id, const char *object)
+{
+    return ctx ? ubus_lookup_id(ctx, object, id) : -1;
+}
 
 Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill)
 {
@@ -237,8 +261,9 @@ const Signal *Bus::find(const std::string &name) const
 void System::SetUp()
 {
     // Under ctest every test has a root of its own; this is for the whole program run in one.
-    for (const char *left : { "/run/ubus.sock", "/run/vesk.pid", "/configs/vesk", "/tmp/vesk.log", "/tmp/vesk_ready",
-                              "/tmp/vesk_init.log", "/tmp/vesk-sim.log", "/usr/etc/kor-product-cfg.json" })
+    for (const char *left :
+         { "/run/ubus.sock", "/run/vesk.pid", "/configs/vesk", "/tmp/vesk.log", "/tmp/vesk_ready",
+           "/tmp/vesk_init.log", "/tmp/vesk-sim.log", "/usr/etc/kor-product-cfg.json" })
         std::filesystem::remove_all(left);
     std::filesystem::create_directory("/tmp/output");
     std::filesystem::copy(VESK_SOURCE_DIR "/platform/rilk_sim/kor-product-cfg.json", "/usr/etc/");

@@ -1,5 +1,6 @@
 // The world of the system tests: the real programs as child processes inside a private root, their output in
-// files, a bus client of the tests' own, and waits with deadlines. Each test starts from an empty /tmp and /run.
+// files, a bus client of the tests' own, and waits with deadlines. Each test starts from an empty /tmp and
+// /run.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +14,8 @@
 
 using namespace std::chrono_literals;
 
-inline constexpr auto PATIENCE = 15s; // for what has to happen but has no limit of its own; a loaded machine is slow
+inline constexpr auto PATIENCE =
+    15s; // for what has to happen but has no limit of its own; a loaded machine is slow
 
 /** A child process with its output in files; killed and reaped when it goes out of scope. */
 struct Child {
@@ -32,7 +34,8 @@ struct Child {
 
 /** Starts a program of the build ("vesk") with arguments. */
 Child start(const std::string &program, const std::vector<std::string> &arguments = {});
-/** Exit status within the span; 256 + number if a signal ended it; -1 if it still runs (and goes on running). */
+/** Exit status within the span; 256 + number if a signal ended it; -1 if it still runs (and goes on running).
+ */
 int finish(Child &child, std::chrono::milliseconds span);
 bool runs(const Child &child);
 
@@ -57,11 +60,11 @@ struct Signal {
 };
 
 struct Answer {
-    int status = -1;      // of the call, as the bus library gives it
-    int fields = 0;       // in the reply
-    int result = 0;       // field `return`, which has to come first
-    std::string key;      // of the second field
-    std::string record;   // its bytes
+    int status = -1;    // of the call, as the bus library gives it
+    int fields = 0;     // in the reply
+    int result = 0;     // field `return`, which has to come first
+    std::string key;    // of the second field
+    std::string record; // its bytes
 };
 
 /** A client of its own on the bus: calls, sent events and received signals. */

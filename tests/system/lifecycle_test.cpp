@@ -134,7 +134,8 @@ TEST_F(System, EndsOnASignalThatComesBeforeTheLoop)
 {
     startBroker();
     daemon = start("vesk");
-    ASSERT_TRUE(eventually(PATIENCE, [] { return exists("/tmp/vesk.log"); })); // handlers are in, the loop isn't
+    ASSERT_TRUE(
+        eventually(PATIENCE, [] { return exists("/tmp/vesk.log"); })); // handlers are in, the loop isn't
     kill(daemon.pid, SIGTERM);
     EXPECT_EQ(finish(daemon, PATIENCE), 0);
     EXPECT_TRUE(contains(daemon.err(), ends[2].line));

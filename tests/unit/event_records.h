@@ -17,7 +17,8 @@ inline const Bytes STA = { 0x02, 0x11, 0x22, 0x33, 0x44, 0x55 };
 
 inline Bytes changed(Bytes body, size_t at, const Bytes &value)
 {
-    std::copy(value.begin(), value.end(), body.begin() + static_cast<long>(at));
+    for (size_t i = 0; i < value.size(); i++)
+        body.at(at + i) = value[i];
     return body;
 }
 

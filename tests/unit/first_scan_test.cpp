@@ -97,6 +97,7 @@ TEST_F(FirstScan, WholeBandWay)
         vesk_init_scan_info();
         scan->scanEnable = static_cast<uint8_t>(isOn);
         vap_of("ath10").status = vap_of("ath11").status = static_cast<uint8_t>(isUp);
+        fakeDevice.scan[6].ch = 6; // the other radio's result doesn't count
         fakeDevice.onCall = [arrival = arriveAt](const FakeCall &) {
             for (int ch = 36; fakeDevice.count("rilk_getScanChannelResult") == arrival && ch <= 48; ch += 4)
                 fakeDevice.scan[ch] = { ch, 0, 0, ch, -92, 0.0 };

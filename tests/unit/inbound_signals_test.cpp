@@ -104,6 +104,7 @@ TEST(InboundSignals, ValueOfOneOrMoreSwitchesOn)
         EXPECT_EQ(vesk_get_scan_info()->scanCfg[1].bstaAuto.enableAuto, !on);
         EXPECT_EQ(fakeBus.calls.back(), on ? "ubus_add_object vesk" : "ubus_remove_object vesk");
     }
+    fill_event_records();
     vesk_get_radio_info()->intfTriggerItv = 4;
     deliver(3, { 0 });
     fake_advance(3s);

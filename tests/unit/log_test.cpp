@@ -66,7 +66,7 @@ TEST(Log, RotatesAboveOneMebibyteAndComesBackToTheFile)
         SCOPED_TRACE(&c - cases);
         open_log();
         c.redirect();
-        ASSERT_EQ(truncate("/tmp/vesk.log", c.size), 0);
+        ASSERT_EQ(truncate("/tmp/vesk.log", static_cast<off_t>(c.size)), 0);
         vesk_log_set_level(c.level);
         VESK_LOG(DEBUG, " x\n");
         const bool rotates = c.size > 1048576;

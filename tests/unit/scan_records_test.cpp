@@ -2,19 +2,6 @@
 
 using ScanRecords = ScanTest;
 
-TEST_F(ScanRecords, ListsRunOnFromRadioToRadio)
-{
-    for (auto [nums0, nums1, all, first] :
-         { std::array{ 3, 4, 7, 3 }, { 0, 0, 0, -1 }, { 40, 40, 64, 40 }, { 64, 4, 64, -1 } }) {
-        restart(channel_range(1, nums0), channel_range(100, nums1));
-        vesk_init_scan_info();
-        EXPECT_EQ((Numbers{ scan_cfg(0)->offChListNums, scan_cfg(1)->offChListNums, scan->channelNums }),
-                  (Numbers{ nums0, nums1, all }));
-        EXPECT_EQ(vesk_find_channel_idx(100, scan->channelList, scan->channelNums), first);
-        EXPECT_EQ(vesk_scan_channel_at(scan->channelNums), nullptr);
-    }
-}
-
 TEST_F(ScanRecords, InitWithAndWithoutMemory)
 {
     for (int n = 0; n <= 9; n++) { // array, 7 records, table; the tenth doesn't exist
@@ -32,6 +19,8 @@ TEST_F(ScanRecords, InitWithAndWithoutMemory)
                             scan_cfg(0)->bstaAutoTimer, fakeLoop.due(&scan->scanTimer) }),
                   (Numbers{ 0, 1, -1, 60000 }));
         EXPECT_EQ(scan->channels == nullptr && scan->neighbors == nullptr, n < 9);
+        EXPECT_EQ(scan->channelNums, n < 9 ? 0 : 7);
+        EXPECT_EQ(vesk_scan_channel_at(7), nullptr);
         EXPECT_EQ(fake_logged("ERROR", " channel or neighbor calloc NULL\n"), n < 9);
         vesk_first_scanning(&radio[0].band);
         EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 })); // nothing to wait for
@@ -67,10 +56,10 @@ TEST_F(ScanRecords, TearDownStopsEverythingAndTwice)
 
 TEST_F(ScanRecords, AutoConnectOverridesARequestToScan)
 {
-    for (uint8_t enabled : { 0, 2 }) {
-        scan_cfg(1)->bstaAuto.enableAuto = enabled;
+    for (const uint8_t enabled : { uint8_t{ 0 }, uint8_t{ 2 } }) {
+        scan_cfg(0)->bstaAuto.enableAuto = enabled;
         vesk_set_scan_status(257); // one byte counts
         EXPECT_EQ(vesk_get_scan_status(), enabled == 0);
     }
-    EXPECT_TRUE(logged(" offScan->scanCfg[1].bstaAuto.enableAuto=2, not enable scan\n"));
+    EXPECT_TRUE(logged(" offScan->scanCfg[0].bstaAuto.enableAuto=2, not enable scan\n"));
 }

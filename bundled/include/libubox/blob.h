@@ -132,7 +132,7 @@ static inline const char *blob_get_string(const struct blob_attr *attr)
 static inline bool blob_attr_fits(const struct blob_attr *attr, size_t rem)
 {
     return rem >= sizeof(struct blob_attr) && blob_pad_len(attr) <= rem &&
-           blob_pad_len(attr) >= sizeof(struct blob_attr);
+           blob_raw_len(attr) >= sizeof(struct blob_attr);
 }
 
 #define __blob_for_each_attr(pos, attr, rem)                                                                 \
