@@ -1,7 +1,10 @@
 // Signals that go out. A signal is handed to the broker without waiting for its answer, and only while
 // the socket takes it: the bus library's send waits until the whole message is out. What can't go now
-// waits in a ring, and as long as anything waits there, later signals go behind it.
+// waits in a ring, and as long as anything waits there, later signals go behind it. A full socket is watched
+// through a second descriptor of it, since the library's own is in the loop for reading.
+#include <fcntl.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -13,7 +16,7 @@ namespace
 {
 
 constexpr unsigned ringSize = 1024;
-constexpr int pollMs = 10;          // how often a full socket is looked at again
+constexpr int pollMs = 10;          // how often a full socket is looked at again when it can't be watched
 constexpr uint32_t eventObject = 1; // the broker's own object that passes events on
 // A Unix socket is writable while no more than a quarter of its send buffer (160 KiB and up) is used, so
 // that a message of this size always fits when it is.
@@ -25,6 +28,8 @@ struct Waiting {
     char name[merka::longestName + 1];
 };
 
+void on_writable(uloop_fd *watch, unsigned events);
+
 struct Outbox {
     Waiting *ring[ringSize];
     unsigned first;
@@ -32,8 +37,9 @@ struct Outbox {
     unsigned dropped; // since it was last reported
     bool settling;    // the bus is back, its listeners may not be
     uloop_timeout timer;
+    uloop_fd watch;
     blob_buf message; // memory is kept from signal to signal
-} out = {};
+} out = { .watch = { .cb = on_writable, .fd = -1 } };
 
 bool socket_takes_it()
 {
@@ -101,6 +107,27 @@ void look_again_in(int ms)
     uloop_timeout_set(&out.timer, ms);
 }
 
+void close_watch()
+{
+    if (out.watch.fd < 0)
+        return;
+    uloop_fd_delete(&out.watch);
+    close(out.watch.fd);
+    out.watch.fd = -1;
+}
+
+/** Comes back as soon as the socket takes more. */
+void await_room()
+{
+    if (out.watch.fd >= 0)
+        return;
+    out.watch.fd = fcntl(merka::connected_context()->sock.fd, F_DUPFD_CLOEXEC, 0);
+    if (out.watch.fd < 0 || uloop_fd_add(&out.watch, ULOOP_WRITE | ULOOP_BLOCKING) != 0) {
+        close_watch();
+        look_again_in(pollMs);
+    }
+}
+
 /** Sends what waits for as long as the socket takes it. Without a connection resume_sending starts anew. */
 void send_waiting()
 {
@@ -112,7 +139,13 @@ void send_waiting()
         drop_first();
     }
     if (out.count > 0 && merka::connected_context() != nullptr)
-        look_again_in(pollMs);
+        await_room();
+}
+
+void on_writable(uloop_fd *, unsigned)
+{
+    close_watch();
+    send_waiting();
 }
 
 void on_timer(uloop_timeout *)
@@ -133,12 +166,13 @@ int merka::send_signal(const char *name, const void *payload, int size)
         return 0;
     const int result = put_aside(name, payload, size);
     if (connected_context() != nullptr && !out.timer.pending)
-        look_again_in(pollMs);
+        await_room();
     return result;
 }
 
 void merka::resume_sending(int settleMs)
 {
+    close_watch(); // of the connection that is gone
     out.settling = settleMs > 0;
     if (out.settling)
         look_again_in(settleMs);
