@@ -88,17 +88,6 @@ TEST(Blobmsg, HeadAndNestingSurviveAMovingBuffer)
     EXPECT_STREQ(blobmsg_name(blob_next(table)), "after");
 }
 
-TEST(Blobmsg, RefusesWhatTheLengthCantHold)
-{
-    Built built;
-    const std::string mebibyte(1024 * 1024 - 1, 'x');
-    for (int i = 0; i < 15; i++)
-        ASSERT_EQ(blobmsg_add_string(&built.buf, "s", mebibyte.c_str()), 0);
-    const std::string before = built.payload();
-    EXPECT_EQ(blobmsg_add_string(&built.buf, "s", mebibyte.c_str()), -1);
-    EXPECT_EQ(built.payload(), before);
-}
-
 struct CheckCase {
     const char *name;
     const char *hex;
@@ -187,17 +176,4 @@ TEST(Blobmsg, Parses)
     }
 }
 
-// Attributes of the bus itself: the last duplicate wins, a wrongly sized one is as good as absent.
-TEST(Blob, ParsesByIdAndType)
-{
-    const blob_attr_info info[] = { {}, { BLOB_ATTR_INT32 }, { BLOB_ATTR_STRING }, { BLOB_ATTR_INT8 } };
-    std::string data =
-        be32(0) + attr(1, be32(5)) + attr(1, be32(6)) + attr(2, "ab") + attr(3, "x") + attr(9, "");
-    data.replace(0, 4, be32(static_cast<uint32_t>(data.size())));
-    blob_attr *found[4];
-    EXPECT_EQ(blob_parse(reinterpret_cast<blob_attr *>(data.data()), found, info, 4), 2);
-    EXPECT_EQ(blob_get_u32(found[1]), 6u);
-    EXPECT_EQ(found[2], nullptr);
-    EXPECT_EQ(blob_get_u8(found[3]), 'x');
-}
 } // namespace

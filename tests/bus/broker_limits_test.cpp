@@ -89,38 +89,4 @@ TEST_F(Limits, AReaderThatNeverReadsIsLetGo)
     EXPECT_TRUE(broker.alive());
 }
 
-TEST_F(Limits, SurvivesRandomBytes)
-{
-    Wire bystander(broker.path);
-    const uint32_t object = bystander.add_object("");
-    unsigned int seed = 1;
-    for (int i = 0; i < 300; i++) {
-        Wire wire(broker.path);
-        std::string body;
-        for (int n = rand_r(&seed) % 200; n; n--)
-            body += static_cast<char>(rand_r(&seed) % 4 ? rand_r(&seed) % 16 : rand_r(&seed));
-        // Whole messages of nonsense, sometimes with an object that exists, sometimes cut.
-        if (i % 3 == 0)
-            body = object_attr(i % 2 ? object : 1) + method_attr("register") + data_attr(body);
-        wire.send(message(rand_r(&seed) % 13, 1, 0, body).substr(0, i % 7 == 0 ? 11 : std::string::npos));
-    }
-    EXPECT_TRUE(bystander.alive());
-    EXPECT_TRUE(broker.alive());
-}
-
-TEST_F(Limits, SocketComesAndGoesWithTheBroker)
-{
-    struct stat info;
-    ASSERT_EQ(stat(broker.path.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0666u);
-    broker.stop(SIGKILL);
-    EXPECT_EQ(stat(broker.path.c_str(), &info), 0);
-    broker.start(); // over the stale one
-    EXPECT_TRUE(Wire(broker.path).alive());
-    EXPECT_EQ(broker.stop(SIGTERM), 0);
-    EXPECT_NE(stat(broker.path.c_str(), &info), 0);
-    broker.start();
-    EXPECT_EQ(broker.stop(SIGINT), 0);
-    EXPECT_NE(stat(broker.path.c_str(), &info), 0);
-}
 } // namespace

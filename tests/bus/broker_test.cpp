@@ -83,18 +83,6 @@ TEST(BrokerWire, AnswersEachRequest)
     }
 }
 
-TEST(BrokerWire, EchoesAPing)
-{
-    Broker broker;
-    Wire wire(broker.path);
-    EXPECT_GE(wire.id, 1024u);
-    std::string ping = message(UBUS_MSG_PING, 5, 6, attr(7, "anything") + attr(20, ""));
-    ping[0] = 9; // a version that nobody looks at
-    EXPECT_EQ(wire.ask(ping), 0);
-    ASSERT_EQ(wire.data.size(), 1u);
-    EXPECT_EQ(wire.data[0].body, attr(7, "anything") + attr(20, ""));
-}
-
 TEST(BrokerWire, PublishesAndFindsObjects)
 {
     Broker broker;

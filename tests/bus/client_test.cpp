@@ -217,24 +217,6 @@ TEST_F(Client, CallsWithoutWaiting)
         EXPECT_EQ(std::pair(done.status, done.replies), result);
 }
 
-TEST_F(Client, SeesObjectsWithTheirMethods)
-{
-    std::string seen;
-    const auto take_signature = [](ubus_context *, ubus_object_data *data, void *priv) {
-        EXPECT_STREQ(data->path, "test.server");
-        *static_cast<std::string *>(priv) +=
-            { static_cast<char *>(blob_data(data->signature)), blob_len(data->signature) };
-    };
-    const auto method = [](const char *name, const std::string &arguments) {
-        return field(BLOBMSG_TYPE_TABLE, name, arguments);
-    };
-    EXPECT_EQ(ubus_lookup(ctx, "test.*", take_signature, &seen), 0);
-    EXPECT_EQ(seen, method("echo", "") + method("status", int_field("code", 5) + int_field("any", 0)) +
-                        method("later", "") + method("nested", "") + method("never", "") +
-                        method("half", int_field("any", 0)));
-    EXPECT_EQ(ubus_lookup(ctx, "other", take_signature, &seen), UBUS_STATUS_NOT_FOUND);
-}
-
 struct Listener {
     ubus_event_handler handler;
     std::vector<std::string> heard;
@@ -300,13 +282,4 @@ TEST_F(Client, TakesItsObjectOffTheBus)
     EXPECT_EQ(ubus_remove_object(ctx, &mine), UBUS_STATUS_NOT_FOUND);
 }
 
-TEST(ClientTexts, NameEveryStatus)
-{
-    const std::pair<int, const char *> texts[] = {
-        { 0, "Success" },       { 5, "No response" },        { 12, "Parsing message data failed" },
-        { 13, "System error" }, { 14, "Unknown error: 14" }, { -1, "Unknown error: -1" },
-    };
-    for (const auto &[status, text] : texts)
-        EXPECT_STREQ(ubus_strerror(status), text);
-}
 } // namespace

@@ -87,16 +87,6 @@ TEST(Drelm, DatagramsOfEachCommand)
     }
 }
 
-TEST(Drelm, WholeDatagrams)
-{
-    EXPECT_EQ(run("bytes 04000000"), "");
-    ASSERT_EQ(sent.size(), 1u);
-    EXPECT_EQ(sent[0], (std::vector<uint8_t>{ 4, 0, 0, 0 }));
-    const std::string longest = "bytes " + std::string(2 * 5000, 'a'); // more than the daemon reads
-    EXPECT_EQ(run(longest.c_str()), "");
-    EXPECT_EQ(sent[0].size(), 5000u);
-}
-
 TEST(Drelm, BadLinesSendNothingAndSayWhy)
 {
     const struct {

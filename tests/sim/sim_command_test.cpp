@@ -89,17 +89,6 @@ TEST_F(SimTest, CredentialBringsTheBackhaulStationUpAndKeepsItsKeySecret)
     EXPECT_EQ(status, 1);
 }
 
-TEST_F(SimTest, VendorElements)
-{
-    const uint8_t data[] = { 0xdd, 0x03, 0x01 };
-    EXPECT_EQ(rilk_delVendorIE("ath0", 1, data, 3), -1);
-    EXPECT_EQ(rilk_addVendorIE("ath0", 1, data, 3), 0);
-    EXPECT_EQ(rilk_delVendorIE("ath0", 2, data, 3), -1);
-    EXPECT_EQ(rilk_delVendorIE("ath1", 1, data, 3), -1);
-    EXPECT_EQ(rilk_delVendorIE("ath0", 1, data, 3), 0);
-    EXPECT_EQ(rilk_addVendorIE("ath0", 1, data, 257), -1);
-}
-
 TEST_F(SimTest, EveryCommandIsOneLine)
 {
     const uint8_t data[] = { 0xdd, 0x01 };
