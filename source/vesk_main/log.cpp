@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <mutex>
 
+#include <pthread.h>
 #include <sys/stat.h>
 
 #include "source/vesk_main/records.h"
@@ -19,10 +19,14 @@ constexpr off_t rotateAbove = 1048576; // bytes
 constexpr char rotatedName[] = VESK_LOG_FILE ".old";
 constexpr char packCommand[] = "rm -rf /tmp/vesk.log.old.gz;gzip /tmp/vesk.log.old";
 
-std::recursive_mutex logMutex;
+// POSIX rather than std::recursive_mutex, which alone would make the daemon load the C++ library.
+pthread_mutex_t logMutex = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 bool logClosed; // vesk_deinit_log has run: the field holds a stream that is gone
 
-using LogGuard = std::lock_guard<std::recursive_mutex>;
+struct LogGuard {
+    LogGuard() { pthread_mutex_lock(&logMutex); }
+    ~LogGuard() { pthread_mutex_unlock(&logMutex); }
+};
 
 /** Close-on-exec, so that no child of system() keeps the file. NULL when it can't be opened. */
 FILE *open_for_append(const char *path)
@@ -58,13 +62,13 @@ void rotate_if_large()
 
 bool vesk_log_begin(VeskLogLevel level)
 {
-    logMutex.lock();
+    pthread_mutex_lock(&logMutex);
     if (!logClosed) {
         rotate_if_large(); // a statement that the level holds back rotates, too
         if (vesk_get_vesk_info()->logLevel >= level)
             return true;
     }
-    logMutex.unlock();
+    pthread_mutex_unlock(&logMutex);
     return false;
 }
 
@@ -84,12 +88,12 @@ void vesk_log_end(const char *format, ...)
     vfprintf(stream != nullptr ? stream : stderr, format, args);
     va_end(args);
     fflush(vesk_get_vesk_info()->logFile); // NULL: all streams
-    logMutex.unlock();
+    pthread_mutex_unlock(&logMutex);
 }
 
 void vesk_init_log()
 {
-    const LogGuard guard(logMutex);
+    const LogGuard guard;
     vesk_get_vesk_info()->logLevel = VESK_LEVEL_INFO;
     set_stream(open_for_append(VESK_LOG_FILE));
     if (vesk_get_vesk_info()->logFile == nullptr)
@@ -98,26 +102,26 @@ void vesk_init_log()
 
 void vesk_deinit_log()
 {
-    const LogGuard guard(logMutex);
+    const LogGuard guard;
     close_stream(vesk_get_vesk_info()->logFile);
     logClosed = true; // the field stays as it is; a scan thread that still runs must not write to it
 }
 
 void vesk_log_set_level(int level)
 {
-    const LogGuard guard(logMutex);
+    const LogGuard guard;
     vesk_get_vesk_info()->logLevel = level;
 }
 
 void vesk_log_use_stderr()
 {
-    const LogGuard guard(logMutex);
+    const LogGuard guard;
     set_stream(stderr);
 }
 
 void vesk_log_redirect(const char *path)
 {
-    const LogGuard guard(logMutex);
+    const LogGuard guard;
     close_stream(vesk_get_vesk_info()->logFile);
     set_stream(path != nullptr ? open_for_append(path) : nullptr);
 }
