@@ -318,3 +318,36 @@ inline constexpr SignalLayout vesk_signals[] = {
     { VESK_SIGNAL_1905_VLAN_IF, VESK_1905_VLAN_IF_SIZE, nullptr },
     { VESK_SIGNAL_UNASSOC_METRICS, layoutUnassocMetrics.size, &layoutUnassocMetrics },
 };
+
+/** What an inbound signal carries. Word: a signed 32-bit number in host order; more bytes don't matter. */
+enum class SwitchPayload : uint8_t { Record, Word, Presence, Opaque };
+
+/** An inbound signal, sent to the daemon under its own interface name. */
+struct SwitchLayout {
+    const char *name; // without the interface
+    SwitchPayload payload;
+    uint32_t size; // exact for a record, the least for the others
+    const RecordLayout *layout;
+    const char *help;
+};
+
+// clang-format off
+inline constexpr SwitchLayout vesk_switches[] = {
+    { "setLogLevel", SwitchPayload::Record, layoutLogSetting.size, &layoutLogSetting,
+      "`level` 0 to 7 is the daemon's own threshold, 9 to 16 the driver library's 0 to 7, 99 everything on stderr" },
+    { "setLogDestination", SwitchPayload::Record, layoutLogSetting.size, &layoutLogSetting,
+      "`destination` is a path that is opened for appending, or `stderr`" },
+    { "setScanEnable", SwitchPayload::Word, 4, nullptr,
+      "1 and more: scanning on and backhaul auto-connect off; less: the reverse" },
+    { "notifyWlanChange", SwitchPayload::Presence, 1, nullptr,
+      "the WLAN configuration has changed: radios and VAPs are read anew, once, after the last of a burst" },
+    { "setIntfStatEnable", SwitchPayload::Word, 4, nullptr, "1 and more: interface statistics are polled" },
+    { "setStaEnable", SwitchPayload::Word, 4, nullptr, "1 and more: the station table is polled" },
+    { "setChannelChangeEnable", SwitchPayload::Word, 4, nullptr, "1 and more: the operating channels are polled" },
+    { "setUbusObjSignal", SwitchPayload::Word, 4, nullptr,
+      "1 and more: the object is put on the bus (anew); less: it is taken off, the signals stay heard" },
+    { "notifyIEEE1905VlanIntfChange", SwitchPayload::Opaque, VESK_1905_VLAN_IF_SIZE, nullptr,
+      "the record goes on as the signal `veskIEEE1905VlanIfChange`, unread" },
+};
+// clang-format on
+static_assert(std::size(vesk_switches) == 9);

@@ -40,7 +40,7 @@ inline VeskRadioInfo *scan_radio(uint32_t band)
 }
 inline uint8_t scan_auto_enabled(int radio)
 {
-    return flag_load(&scan_cfg(radio)->bstaAuto.enableAuto);
+    return flag_load(&scan_cfg(static_cast<uint32_t>(radio))->bstaAuto.enableAuto);
 }
 /** The first radio with auto-connect on, or -1. */
 int scan_auto_radio();

@@ -1,0 +1,59 @@
+#!/bin/bash
+# docs.sh BUILD: the written reference against the programs.
+# shellcheck source=tests/packaging/checks.sh
+. "$(dirname "$0")/checks.sh"
+cd "$checkout"
+
+vesk-apidoc --markdown >"$scratch/bus-api.md"
+same 'docs/bus-api.md is old: ninja bus-api writes it anew' docs/bus-api.md "$scratch/bus-api.md"
+
+# The description for programs, against bytes put together by hand.
+vesk-apidoc --json >"$scratch/api.json"
+jq -e '(.methods | length) == 38 and (.signals | length) == 15 and (.switches | length) == 9' "$scratch/api.json" \
+    >/dev/null || wrong 'methods, signals or switches are missing in the description'
+grep -aoE 'tamlo\.pelk\.vesk\.[A-Za-z0-9]+' "$build/vesk" | sort -u >"$scratch/spoken"
+jq -r '(.signals + .switches)[].name' "$scratch/api.json" | sort >"$scratch/described"
+same 'the daemon knows other signals than the description' "$scratch/spoken" "$scratch/described"
+said() { jq -r "$1" "$scratch/api.json"; }
+while read -r question answer; do
+    [ "$(said "$question")" = "$answer" ] || wrong "$question: $(said "$question") instead of $answer"
+done <<'TABLE'
+.methods[]|select(.name=="getChannel").example.resultBytes 2c00000002000000
+.methods[]|select(.name=="setBlockClient").example.argumentBytes 00000000025e700000010000
+.methods[]|select(.name=="getScanStatus").example.resultBytes 01
+.signals[]|select(.name|endswith("MapR2AssocResp")).example.bytes 6170636c696930000000000000000000021a200000210a0005
+.records[]|select(.name=="WireStation").fields[]|select(.name=="stats").offset 152
+TABLE
+
+veskctl --help | awk '/^[^ ]/ { inside = $0 == "Subcommands:" } inside && /^  [^ ]/ { print $1 }' >"$scratch/commands"
+[ "$(wc -l <"$scratch/commands")" -ge 31 ] || wrong 'veskctl --help lists few commands'
+
+for page in docs/*.[18]; do
+    mandoc -T lint -W warning "$page" || wrong "$page"
+done
+while read -r name; do
+    grep -qE "^\.It .*Ic $name( |$)" docs/veskctl.1 || wrong "docs/veskctl.1 doesn't tell of $name"
+done <"$scratch/commands"
+
+# What the completion offers behind some beginnings.
+# shellcheck source=tools/veskctl/veskctl.bash
+. "$checkout/tools/veskctl/veskctl.bash"
+complete_words() {
+    COMP_WORDS=(veskctl "$@") COMP_CWORD=$# COMPREPLY=()
+    _veskctl
+    printf '%s\n' "${COMPREPLY[@]}"
+}
+complete_words '' >"$scratch/completed"
+same 'the completion offers other commands' "$scratch/commands" "$scratch/completed"
+while IFS='|' read -r words expected; do
+    read -ra line <<<"$words"
+    [ "$(complete_words "${line[@]/#_/}" | xargs)" = "$expected" ] || wrong "completion of: $words"
+done <<'TABLE'
+backhaul _|info credential auto
+backhaul auto 5 _|on off
+channel 5 set 44 1|160
+--json log _|level to
+stats --int|--interval
+call setB|setBstaAutoConnect setBeaconRequest setBTMRequest setBlockClient
+no-such-command _|
+TABLE
