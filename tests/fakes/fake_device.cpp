@@ -233,7 +233,8 @@ int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, u
 {
     int rc = record(__func__, {}, "%s %s %u", v, hexmac(mac).c_str(), *length);
     if (rc == 0) {
-        std::copy_n(fakeDevice.assocFrame.begin(), std::min<size_t>(*length, fakeDevice.assocFrame.size()), frame);
+        std::copy_n(fakeDevice.assocFrame.begin(), std::min<size_t>(*length, fakeDevice.assocFrame.size()),
+                    frame);
         *length = static_cast<uint32_t>(fakeDevice.assocFrame.size());
     }
     return rc;

@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include <pthread.h>
+#include <sys/stat.h>
 
 FakeLibc fakeLibc;
 
@@ -26,6 +27,7 @@ FILE *__real_popen(const char *command, const char *mode);
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t n, size_t size);
 int __real_clock_gettime(clockid_t clock, timespec *now);
+int __real_stat(const char *path, struct stat *status);
 
 int __wrap_usleep(unsigned us)
 {
@@ -65,6 +67,11 @@ int __wrap_pclose(FILE *f)
     return fclose(f);
 }
 
+int __wrap_stat(const char *path, struct stat *status)
+{
+    return fakeLibc.statFails ? -1 : __real_stat(path, status);
+}
+
 void *__wrap_malloc(size_t size)
 {
     return alloc_fails() ? nullptr : __real_malloc(size);
@@ -76,9 +83,9 @@ void *__wrap_calloc(size_t n, size_t size)
 
 int __wrap_clock_gettime(clockid_t clock, timespec *now)
 {
-    if (clock != CLOCK_MONOTONIC)
+    if (clock != CLOCK_MONOTONIC && clock != CLOCK_REALTIME)
         return __real_clock_gettime(clock, now);
-    const int64_t ms = 1000000 + fakeLoop.nowMs;
+    const int64_t ms = (clock == CLOCK_REALTIME ? fakeLoop.wallSec * 1000 : 1000000) + fakeLoop.nowMs;
     now->tv_sec = static_cast<time_t>(ms / 1000);
     now->tv_nsec = static_cast<long>(ms % 1000 * 1000000);
     return 0;

@@ -115,6 +115,7 @@ struct FakeLibc {
     std::string popenOutput;        // used when fakePopen
     bool fakePopen = true;
     bool popenFails = false;
+    bool statFails = false; // no log file to be seen: saves a system call for each statement
     std::function<void(unsigned us)> onSleep;
     int failAlloc = -1; // countdown: the n-th malloc/calloc from now on answers NULL (0: the next)
     int createThreadResult = 0;

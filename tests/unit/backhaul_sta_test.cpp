@@ -20,3 +20,22 @@ TEST_F(BackhaulSta, CredentialIsAppliedTwoSecondsBehindTheLast)
         EXPECT_EQ(fake_log().find("hush-hush"), std::string::npos);
     }
 }
+
+TEST_F(BackhaulSta, AutoConnectIsIssuedAgainUntilStopped)
+{
+    strcpy(scan_cfg(1)->bstaAuto.ifName, "apclii0");
+    scan_cfg(1)->bstaAuto.enableAuto = scan_cfg(1)->bstaAuto.needSetRadar = 1;
+    EXPECT_EQ(scan_cfg(1)->bstaAutoTimer, -1);
+    vesk_start_timer_service();
+    vesk_start_bsta_auto_connect_timer(1, 20);
+    vesk_start_bsta_auto_connect_timer(1, 5); // replaces the first
+    calls();
+    fake_advance(11s);
+    const Texts issued = { "setBstaAutoConnect apclii0 enable=1 radar=1",
+                           "setBstaAutoConnect apclii0 enable=1 radar=0" };
+    EXPECT_EQ(calls(), issued);
+    vesk_stop_bsta_auto_connect_timer(1);
+    fake_advance(20s);
+    EXPECT_EQ(calls(), Texts{});
+    vesk_stop_timer_service();
+}

@@ -44,7 +44,8 @@ struct DaemonTest : testing::Test {
         fakeLibc.runSystem = false; // commands only seem to run
         mkdir("/configs/vesk", 0755);
         put_file("/configs/vesk/vesk_debug_flag", "");
-        put_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=10\nVESK_LOG_LEVEL=3\n");
+        put_file("/configs/vesk/vesk.conf",
+                 "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=10\nVESK_LOG_LEVEL=3\n");
         fakeDevice.addStation("ath1", { 2, 0, 0, 0, 0, 0x77 });
         for (FakeRadio &radio : fakeDevice.radio) {
             radio.stats.counters[0] = 7;
@@ -114,8 +115,8 @@ struct DaemonTest : testing::Test {
                 args.i32(field.name, band);
             else if (field.type == WireType::String)
                 args.text(field.name, std::string_view(field.name).ends_with("mac") ? "02:00:00:00:00:77"
-                                      : band == 0                                  ? "ath1.v0"
-                                                                                   : "ath10.v0");
+                                      : band == 0                                   ? "ath1.v0"
+                                                                                    : "ath10.v0");
             else if (field.type == WireType::Record)
                 args.record(field.name, record_for(field));
         }

@@ -1,0 +1,137 @@
+"""The world of the client's tests: the real programs in a private root, a small device whose scans are short and
+whose figures stand still, and headless Chromium."""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+PATIENCE = 40  # seconds for what has to happen but has no limit of its own
+CONFIG = """VESK_SCAN_24G_INTERVAL=5
+VESK_SCAN_5GA_INTERVAL=5
+VESK_SCAN_24G_DWELL_MAX=100
+VESK_SCAN_5GA_DWELL_MAX=100
+VESK_SCAN_FIRST_INTERVAL=3
+VESK_SCAN_CONFIG=1
+VESK_LOG_LEVEL=6
+VESK_UPDATE_CLIENTS_ENABLE=1
+VESK_UPDATE_CLIENTS_INTERVAL=1
+VESK_UPDATE_CLIENTS_THRESHOLD=80
+"""
+EVIL = "<b>&\"Gast\"</b>'"
+PHONE = {"mac": "02:5e:70:00:00:01", "rssi": -58, "tx": 72, "rx": 65, "time": 412, "11k": True}
+SHY = {"mac": "02:5e:70:00:00:02", "rssi": 0, "time": 7300}  # its level isn't known
+
+
+def figures(channel, util, noise):
+    return {"ch": channel, "util": util, "noise": noise, "inC": 1, "cac": 0}
+
+
+def device(stations=(PHONE, SHY)):
+    return {"radios": [
+        {"channel": 6, "channels": [figures(1, 72, -91), figures(6, 12, -95), figures(11, 41, -300)],
+         "neighbors": [{"channel": 1, "bssid": "02:c0:01:00:00:01", "ssid": EVIL, "rssi": -61},
+                       {"channel": 11, "bssid": "02:c0:11:00:00:01", "ssid": "", "rssi": 0}],
+         "vaps": [{"name": "ath0", "ssid": "Café & Co", "stations": list(stations)}]},
+        {"channel": 36, "channels": [figures(36, 15, -90), figures(52, 3, -97)], "nol": [52],
+         "neighbors": [{"channel": 52, "bssid": "02:c1:52:00:00:01", "ssid": "Werkstatt", "rssi": -80}],
+         "vaps": [{"name": "ath10", "stations": []}]}]}
+
+
+def set_device(description):
+    path = pathlib.Path("/tmp/vesk-sim.json")
+    beside = path.with_suffix(".new")
+    beside.write_text(json.dumps(description))
+    beside.rename(path)
+
+
+def veskctl(*args, status=0, **environment):
+    done = subprocess.run(["veskctl", *args], capture_output=True, text=True, timeout=PATIENCE,
+                          env={**os.environ, **environment})
+    if done.returncode != status:
+        raise AssertionError(f"veskctl {args} ended with {done.returncode}: {done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def eventually(question):
+    deadline = time.monotonic() + PATIENCE
+    while not question():
+        if time.monotonic() > deadline:
+            raise AssertionError("it didn't happen in time")
+        time.sleep(0.1)
+
+
+def answers():
+    return subprocess.run(["veskctl", "version"], capture_output=True).returncode == 0
+
+
+def start_broker():
+    broker = subprocess.Popen(["vesk-busd"])
+    eventually(lambda: os.path.exists("/var/run/ubus.sock"))
+    return broker
+
+
+def start_daemon():
+    shutil.copy(ROOT / "platform/rilk_sim/kor-product-cfg.json", "/usr/etc/")
+    os.makedirs("/configs/vesk", exist_ok=True)
+    pathlib.Path("/configs/vesk/vesk_debug_flag").touch()  # keeps the daemon from renewing its configuration
+    pathlib.Path("/configs/vesk/vesk.conf").write_text(CONFIG)
+    set_device(device())
+    with open("/tmp/vesk.err", "w") as traces:
+        daemon = subprocess.Popen(["vesk"], stderr=traces)
+    eventually(answers)
+    return daemon
+
+
+CHECK_PAGE = """<!DOCTYPE html><title>check</title><body><script>
+const frames = [400, 1400].map(width => {
+  const frame = document.createElement('iframe');
+  frame.width = width; frame.height = 2000; frame.src = 'page.html';
+  return document.body.appendChild(frame);
+});
+addEventListener('load', () => {
+  const seen = frames.map(frame => {
+    const doc = frame.contentDocument, root = doc.documentElement;
+    doc.querySelectorAll('details').forEach(d => d.open = true);
+    const shown = e => e.getClientRects().length > 0;
+    return { width: root.clientWidth, overflow: root.scrollWidth - root.clientWidth,
+             cut: [...doc.querySelectorAll('main *, header *')].filter(e => shown(e) && !e.closest('svg') &&
+                  e.getBoundingClientRect().right > root.clientWidth + 1).map(e => e.outerHTML.slice(0, 80)),
+             outside: [...doc.querySelectorAll('svg')].filter(shown).flatMap(s => [...s.querySelectorAll('text')]
+                  .filter(t => { const b = t.getBoundingClientRect(), f = s.getBoundingClientRect();
+                                 return b.left < f.left - 1 || b.right > f.right + 1 || b.bottom > f.bottom + 1; })
+                  .map(t => t.textContent)),
+             charts: [...doc.querySelectorAll('figure > svg')].filter(shown).map(s => s.getAttribute('class')),
+             named: [...doc.querySelectorAll('figure > svg')].every(s => s.getAttribute('aria-labelledby').split(' ')
+                  .every(id => doc.getElementById(id).textContent.length > 0)),
+             ids: [...doc.querySelectorAll('[id]')].length == new Set([...doc.querySelectorAll('[id]')].map(e => e.id)).size,
+             background: getComputedStyle(doc.body).backgroundColor, text: doc.body.innerText };
+  });
+  console.log('control');
+  document.body.innerHTML = '<pre id=seen></pre>';
+  document.getElementById('seen').textContent = JSON.stringify(seen);
+});
+</script>"""
+
+
+def browse(page, dark):
+    """What a check page finds in the page at both widths, and the browser's console messages."""
+    folder = pathlib.Path(tempfile.mkdtemp())
+    (folder / "page.html").write_text(page)
+    (folder / "check.html").write_text(CHECK_PAGE)
+    done = subprocess.run(
+        ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+         "--disable-background-networking", "--disable-component-update", "--disable-sync",
+         "--allow-file-access-from-files", "--enable-logging=stderr", f"--user-data-dir={folder}/profile",
+         f"--blink-settings=preferredColorScheme={0 if dark else 1}", "--dump-dom", f"file://{folder}/check.html"],
+        capture_output=True, text=True, timeout=PATIENCE)
+    dom = done.stdout
+    start = dom.index('<pre id="seen">') + len('<pre id="seen">')
+    text = dom[start:dom.index("</pre>", start)]
+    for entity, char in (("&lt;", "<"), ("&gt;", ">"), ("&nbsp;", "\u00a0"), ("&amp;", "&")):
+        text = text.replace(entity, char)
+    # The browser's own pages (chrome://) grumble about a slow machine.
+    return json.loads(text), [line for line in done.stderr.splitlines() if "CONSOLE" in line and "chrome://" not in line]
