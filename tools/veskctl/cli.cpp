@@ -4,12 +4,19 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <csignal>
+#include <unistd.h>
+
 #include <libsmartcols/libsmartcols.h>
+
+#include "tools/veskctl/text.h"
 
 Options options;
 
 namespace
 {
+volatile sig_atomic_t stopAsked;
+
 /** The value of a JSON leaf as a person reads it. */
 std::string shown(const cJSON *value)
 {
@@ -88,6 +95,21 @@ void must_signal(const char *signal, const void *payload, size_t size)
     print_done();
 }
 
+void catch_stop()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) { stopAsked = 1; };
+    for (int signum : { SIGINT, SIGTERM }) // the event loop leaves handlers alone that it finds
+        sigaction(signum, &action, nullptr);
+}
+
+bool sleep_unless_stopped(int seconds)
+{
+    if (!stopAsked)
+        sleep(static_cast<unsigned>(seconds));
+    return !stopAsked;
+}
+
 void print_json(cJSON *value)
 {
     char *text = cJSON_Print(value);
@@ -154,14 +176,10 @@ std::string or_unknown(long long value, const char *unit)
 
 std::string field_text(const char *text, size_t size)
 {
-    std::string result(text, strnlen(text, size));
-    for (char &c : result)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7f)
-            c = '?';
-    return result;
+    return clean_text({ text, strnlen(text, size) });
 }
 
-int parse_band(const std::string &text)
+int band_of(const std::string &text)
 {
     static constexpr struct {
         const char *text;
@@ -171,7 +189,15 @@ int parse_band(const std::string &text)
     for (const auto &name : names)
         if (strcasecmp(text.c_str(), name.text) == 0)
             return name.band;
-    usage_error("\"" + text + "\" is no band; say 2.4 or 5 (or a band word, 0 to 4)");
+    return -1;
+}
+
+int parse_band(const std::string &text)
+{
+    const int band = band_of(text);
+    if (band < 0)
+        usage_error("\"" + text + "\" is no band; say 2.4 or 5 (or a band word, 0 to 4)");
+    return band;
 }
 
 const char *band_name(int band)

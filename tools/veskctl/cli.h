@@ -50,6 +50,12 @@ bool may_get(const char *method, const std::vector<CallArg> &args, T *value)
 /** Sends an inbound signal; ends the program when that fails. */
 void must_signal(const char *signal, const void *payload, size_t size);
 
+/** From here on SIGINT and SIGTERM only leave a note, so that a loop ends between two rounds; call before the
+ * bus is used. */
+void catch_stop();
+/** Sleeps up to the seconds. False once a stop has been asked for. */
+bool sleep_unless_stopped(int seconds);
+
 /** Prints a JSON value and a line end, and deletes it. */
 void print_json(cJSON *value);
 /** A whole record: as JSON, or as a table of field, value and unit. */
@@ -83,13 +89,15 @@ std::vector<uint8_t> bytes_of_record(const T &record)
 std::string number(long long value);
 /** A number with its unit, or "unknown" for an absent one (0). */
 std::string or_unknown(long long value, const char *unit = "");
-/** Text of a field that may lack its terminator. */
+/** Text of a field that may lack its terminator, made safe to show. */
 std::string field_text(const char *text, size_t size);
 #define FIELD_TEXT(member) field_text(member, sizeof(member))
 
 /** "2.4", "2.4GHz", "24g" or 0 is band word 0; "5", "5GHz", "5g" or 3 is 3; 1, 2 and 4 stand for themselves.
  */
 int parse_band(const std::string &text);
+/** The same, but -1 for what is no band. */
+int band_of(const std::string &text);
 const char *band_name(int band);
 /** The band words that a radio runs on. */
 std::vector<int> live_bands();
@@ -109,3 +117,4 @@ void add_scan_commands(CLI::App &app);
 void add_station_commands(CLI::App &app);
 void add_control_commands(CLI::App &app);
 void add_watch_commands(CLI::App &app);
+void add_overview_commands(CLI::App &app);

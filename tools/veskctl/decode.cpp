@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "tools/veskctl/text.h"
+
 namespace
 {
 /** An integer of 1, 2, 4 or 8 bytes at any address, sign-extended if it has one. */
@@ -28,14 +30,11 @@ double load_float(const uint8_t *from, uint32_t width)
     return value;
 }
 
+/** Nothing may steer a terminal, and JSON takes valid UTF-8 only. */
 std::string load_text(const uint8_t *from, uint32_t width)
 {
     const auto *text = reinterpret_cast<const char *>(from);
-    std::string shown;
-    for (const char *p = text; p < text + strnlen(text, width); p++)
-        shown +=
-            static_cast<unsigned char>(*p) < 0x20 || *p == 0x7f ? '?' : *p; // nothing may steer a terminal
-    return shown;
+    return clean_text({ text, strnlen(text, width) });
 }
 
 /** Whole numbers that a double can't hold exactly travel as text. */

@@ -20,6 +20,7 @@ int main(int argc, char **argv)
     add_station_commands(app);
     add_control_commands(app);
     add_watch_commands(app);
+    add_overview_commands(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &e) {

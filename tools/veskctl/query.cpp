@@ -61,23 +61,19 @@ void show_vaps()
     print_either(array, table);
 }
 
-bool is_band(const std::string &text)
-{
-    return text.find_first_not_of("0123456789.") == std::string::npos ||
-           text.find('G') != std::string::npos || text.find('g') == 1;
-}
-
 std::vector<uint8_t> stats_of(const std::string &target)
 {
-    return is_band(target) ? must_call("getRadioIntfStats", { arg_band(parse_band(target)) })
-                           : must_call("getVapIntfStats", { arg_text("vapName", target) });
+    const int band = band_of(target);
+    return band >= 0 ? must_call("getRadioIntfStats", { arg_band(band) })
+                     : must_call("getVapIntfStats", { arg_text("vapName", target) });
 }
 
 /** Counters as they are and, from the second round on, what they grew by in each interval. */
 void watch_stats(const std::string &target, int seconds)
 {
     std::vector<uint8_t> before;
-    for (;;) {
+    catch_stop();
+    do {
         const std::vector<uint8_t> now = stats_of(target);
         Table table({ { "COUNTER" }, { "VALUE", true }, { "GROWTH", true } });
         for (size_t i = 0; i < 16; i++) {
@@ -96,8 +92,7 @@ void watch_stats(const std::string &target, int seconds)
             table.print();
         fflush(stdout);
         before = now;
-        sleep(static_cast<unsigned>(seconds));
-    }
+    } while (sleep_unless_stopped(seconds));
 }
 
 void show_interfaces()
@@ -246,7 +241,8 @@ void add_query_commands(CLI::App &app)
     stats->callback([] {
         if (watch)
             watch_stats(target, interval);
-        print_record(layoutIntfStats, stats_of(target));
+        else
+            print_record(layoutIntfStats, stats_of(target));
     });
     app.add_subcommand("interfaces", "Interfaces that IEEE 1905 is to use")->callback(show_interfaces);
     CLI::App *cap = app.add_subcommand("capability", "What a radio can do, from the product configuration");

@@ -1,85 +1,103 @@
-// The daemon's signals as they come, decoded.
+// The daemon's signals as they come, or came, decoded; and their record.
+#include <cerrno>
 #include <ctime>
-#include <sys/time.h>
 
 #include <CLI/CLI.hpp>
 
 #include "tools/veskctl/cli.h"
+#include "tools/veskctl/signals.h"
+#include "tools/veskctl/text.h"
 
 namespace
 {
-std::string clock_text()
-{
-    timeval now;
-    gettimeofday(&now, nullptr);
-    tm local;
-    localtime_r(&now.tv_sec, &local);
-    char text[32];
-    const size_t n = strftime(text, sizeof text, "%H:%M:%S", &local);
-    snprintf(text + n, sizeof text - n, ".%03d", static_cast<int>(now.tv_usec / 1000));
-    return text;
-}
+struct WatchOptions {
+    int count = 0;
+    double seconds = 0;
+    std::string from, file;
+} chosen;
 
-/** "name=value name=value" of a decoded object. */
-std::string one_line(const cJSON *object)
+void show_signal(const SeenSignal &signal)
 {
-    std::string text;
-    const cJSON *item;
-    cJSON_ArrayForEach(item, object)
-    {
-        char *value = cJSON_PrintUnformatted(item);
-        text += std::string(text.empty() ? "" : " ") + item->string + "=";
-        text += cJSON_IsString(item) ? item->valuestring : cJSON_IsNull(item) ? "unknown" : value;
-        cJSON_free(value);
-    }
-    return text;
-}
-
-void show_signal(const std::string &name, const std::vector<uint8_t> &payload)
-{
-    static constexpr std::string_view prefix = VESK_BUS_OBJECT ".";
-    const std::string shortName = name.substr(std::min(prefix.size(), name.size()));
-    cJSON *object = decode_signal(name, payload);
     if (options.json) {
-        cJSON *line = cJSON_CreateObject();
-        cJSON_AddNumberToObject(line, "time", static_cast<double>(time(nullptr)));
-        cJSON_AddStringToObject(line, "signal", shortName.c_str());
-        cJSON_AddItemToObject(line, "data", object);
-        char *text = cJSON_PrintUnformatted(line);
-        puts(text);
-        cJSON_free(text);
+        cJSON *line = signal_json(signal, false);
+        puts(json_line(line).c_str());
         cJSON_Delete(line);
     } else {
-        printf("%s %s %s\n", clock_text().c_str(), shortName.c_str(), one_line(object).c_str());
-        cJSON_Delete(object);
+        puts(signal_line(signal).c_str());
     }
     fflush(stdout);
 }
 
-void watch(int count, double seconds)
-{
+/** Counts signals and time; the visitor and the stop of a watch share it. */
+struct Limits {
     int seen = 0;
-    const time_t end = time(nullptr) + static_cast<time_t>(seconds);
+    double end = chosen.seconds > 0 ? now_seconds() + chosen.seconds : 0;
+
+    bool reached() const
+    {
+        return (chosen.count > 0 && seen >= chosen.count) || (end > 0 && now_seconds() >= end);
+    }
+};
+
+void watch()
+{
+    Limits limits;
     std::string error;
-    const bool ended = ctl_listen(
-        [&](const std::string &name, const std::vector<uint8_t> &payload) {
-            if (signal_layout(name)) { // our own switches travel under the same prefix
-                show_signal(name, payload);
-                seen++;
-            }
-        },
-        [&] { return (count > 0 && seen >= count) || (seconds > 0 && time(nullptr) >= end); }, true, error);
+    const auto show = [&](const SeenSignal &signal) {
+        show_signal(signal);
+        limits.seen++;
+    };
+    const bool ended = !chosen.from.empty() ? read_record(
+                                                  chosen.from,
+                                                  [&](const SeenSignal &signal) {
+                                                      show(signal);
+                                                      return !limits.reached();
+                                                  },
+                                                  error)
+                                            : listen_for_signals(
+                                                  show, [&] { return limits.reached(); }, error);
     if (!ended)
         fail(error);
+}
+
+void record()
+{
+    FILE *file = chosen.file == "-" ? stdout : fopen(chosen.file.c_str(), "ae");
+    if (!file)
+        fail("can't write " + chosen.file + ": " + strerror(errno));
+    Limits limits;
+    std::string error;
+    bool isWritten = true;
+    const bool ended = listen_for_signals(
+        [&](const SeenSignal &signal) {
+            cJSON *line = signal_json(signal, true);
+            isWritten = fprintf(file, "%s\n", json_line(line).c_str()) > 0 && fflush(file) == 0 && isWritten;
+            cJSON_Delete(line);
+            limits.seen++;
+        },
+        [&] { return !isWritten || limits.reached(); }, error);
+    if (!isWritten)
+        fail("can't write " + chosen.file + ": " + strerror(errno));
+    if (!ended)
+        fail(error);
+}
+
+void add_limits(CLI::App *command)
+{
+    command->add_option("--count", chosen.count, "End after this many signals");
+    command->add_option("--seconds", chosen.seconds, "End after this time");
 }
 } // namespace
 
 void add_watch_commands(CLI::App &app)
 {
-    static int count;
-    static double seconds;
     CLI::App *command = app.add_subcommand("watch", "Every signal of the daemon as it comes, decoded");
-    command->add_option("--count", count, "End after this many signals");
-    command->add_option("--seconds", seconds, "End after this time");
-    command->callback([] { watch(count, seconds); });
+    add_limits(command);
+    command->add_option("--from", chosen.from, "Read a record instead of the bus; - is standard input");
+    command->callback(watch);
+    CLI::App *recorder =
+        app.add_subcommand("record", "Write every signal into a file: a JSON object with its time per line");
+    recorder->add_option("FILE", chosen.file, "File to append to; - is standard output")->required();
+    add_limits(recorder);
+    recorder->callback(record);
 }

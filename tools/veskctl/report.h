@@ -1,0 +1,28 @@
+// The device as one HTML page that needs nothing else: inline style, inline pictures, no script.
+#pragma once
+
+#include <string>
+
+#include "tools/veskctl/snapshot.h"
+
+/** The page; `refresh`: seconds after which a browser loads it anew, 0 never. */
+std::string report_page(const Snapshot &snapshot, int refresh);
+/** The page while the daemon can't be asked. */
+std::string report_failure(const std::string &error, int refresh);
+
+/** How a channel is spelled on the page: figures with a real minus sign, "unknown" for what is absent. */
+std::string dbm_text(const std::optional<int> &value);
+std::string dbm_text(const std::optional<double> &value);
+/** A neighbour's name, escaped; a hidden network has none. */
+std::string neighbor_name(const NeighborState &neighbor);
+
+struct ChartSize {
+    int width;              // of the drawing, in its own units
+    int hills, bars, noise; // heights of the three panels
+    int font;
+    size_t labels;  // names at most
+    const char *id; // makes identifiers unique in the page
+};
+
+/** Three panels over one channel axis: neighbours as hills, utilisation as bars, noise as marks. */
+std::string band_chart(const RadioState &radio, const ChartSize &size);

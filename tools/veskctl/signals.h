@@ -1,0 +1,32 @@
+// Signals as the client keeps them: with the time they came, their bytes as they stood, and one decoder for
+// those that come from the bus and those that come from a record.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <cjson/cJSON.h>
+
+struct SeenSignal {
+    double time;      // seconds since the epoch
+    std::string name; // full name
+    std::vector<uint8_t> payload;
+};
+
+/** {"time", "signal", "data"} and, for a record, "payload" in hexadecimal. Caller deletes. */
+cJSON *signal_json(const SeenSignal &signal, bool withPayload);
+/** "22:58:41.123 veskClientJoin ifName=ath0.v0 ..." */
+std::string signal_line(const SeenSignal &signal);
+
+/** Listens for the daemon's own signals until `stop`. False, with the reason, when the bus is lost for good.
+ */
+bool listen_for_signals(const std::function<void(const SeenSignal &)> &visit,
+                        const std::function<bool()> &stop, std::string &error);
+
+/** Reads a record, line by line ("-": standard input). False, with the line's number in `error`, at the first
+ * that is none. */
+bool read_record(const std::string &path, const std::function<bool(const SeenSignal &)> &visit,
+                 std::string &error);
