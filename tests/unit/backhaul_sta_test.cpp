@@ -23,6 +23,7 @@ TEST_F(BackhaulSta, CredentialIsAppliedTwoSecondsBehindTheLast)
 
 TEST_F(BackhaulSta, AutoConnectIsIssuedAgainUntilStopped)
 {
+    vesk_init_scan_info();
     strcpy(scan_cfg(1)->bstaAuto.ifName, "apclii0");
     scan_cfg(1)->bstaAuto.enableAuto = scan_cfg(1)->bstaAuto.needSetRadar = 1;
     EXPECT_EQ(scan_cfg(1)->bstaAutoTimer, -1);
