@@ -186,10 +186,12 @@ int csrv_timer_count(void)
 
 void csrv_clear_timers(void)
 {
-    while (head.next != &head) {
-        CsrvTimer *timer = head.next;
-        unlink_timer(timer);
+    CsrvTimer *timer = head.next;
+    head.next = head.prev = &head;
+    while (timer != &head) {
+        CsrvTimer *next = timer->next;
         free(timer);
+        timer = next;
     }
     call_rearm_hook();
 }
