@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 
@@ -28,23 +27,20 @@ constexpr ChannelRange channelRanges[] = { { 1, 13, 0 }, { 36, 99, 1 }, { 100, 1
 
 constexpr int radioOfBand[] = { 0, 1, 2, 1, 1 };
 
-bool is_hex_pair(const char *token)
+int hex_digit(char c)
 {
-    return strlen(token) == 2 && isxdigit(static_cast<unsigned char>(token[0])) &&
-           isxdigit(static_cast<unsigned char>(token[1]));
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    c = static_cast<char>(c | 0x20);
+    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
 }
 
-/** Number of ":"-separated tokens, -1 as soon as one isn't two hexadecimal digits. Alters the text. */
-int count_hex_pairs(char *text)
+/** A byte of two hexadecimal digits, or -1. */
+int hex_byte(const char *text)
 {
-    int count = 0;
-    char *rest = nullptr;
-    for (char *token = strtok_r(text, ":", &rest); token != nullptr; token = strtok_r(nullptr, ":", &rest)) {
-        if (!is_hex_pair(token))
-            return -1;
-        ++count;
-    }
-    return count;
+    const int high = hex_digit(text[0]);
+    const int low = high < 0 ? -1 : hex_digit(text[1]);
+    return low < 0 ? -1 : high * 16 + low;
 }
 
 } // namespace
@@ -65,19 +61,24 @@ int vesk_utils_mac2str(const uint8_t *mac, char *text)
     return length < 0 ? -1 : 0;
 }
 
-// Tokens alone would let "::" and a leading ":" pass, the scan alone one-digit numbers and a tail.
+// Runs for every neighbour of a reply. Colons behind the sixth byte are let pass; nothing else is.
 int vesk_utils_str2mac(const char *text, uint8_t *mac)
 {
-    char *copy = strdup(text);
-    if (copy == nullptr)
+    if (text == nullptr)
         return -1;
-    const int tokens = count_hex_pairs(copy);
-    free(copy);
-    unsigned v[macBytes];
-    if (tokens != macBytes ||
-        sscanf(text, "%02x:%02x:%02x:%02x:%02x:%02x", &v[0], &v[1], &v[2], &v[3], &v[4], &v[5]) != macBytes)
+    uint8_t bytes[macBytes];
+    for (uint8_t &byte : bytes) {
+        if (&byte != bytes && *text++ != ':')
+            return -1;
+        const int value = hex_byte(text);
+        if (value < 0)
+            return -1;
+        byte = static_cast<uint8_t>(value);
+        text += 2;
+    }
+    if (text[strspn(text, ":")] != '\0')
         return -1;
-    std::transform(v, v + macBytes, mac, [](unsigned value) { return static_cast<uint8_t>(value); });
+    memcpy(mac, bytes, sizeof bytes);
     return 0;
 }
 

@@ -55,24 +55,17 @@ int serve_echo()
     static const blobmsg_policy policy[] = { { "size", BLOBMSG_TYPE_INT32 } };
     static const ubus_method methods[] = { UBUS_METHOD("echo", echo, policy) };
     static ubus_object_type type = UBUS_OBJECT_TYPE("bench.echo", methods);
-    static ubus_object object;
-    object.name = "bench.echo";
-    object.type = &type;
-    object.methods = methods;
-    object.n_methods = 1;
+    static ubus_object object = { .name = "bench.echo", .type = &type, .methods = methods, .n_methods = 1 };
     return ubus_add_object(ctx, &object);
 }
 
 int serve_forward()
 {
     static uloop_fd fd;
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(forwardPort);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const sockaddr_in address = { AF_INET, htons(forwardPort), { htonl(INADDR_LOOPBACK) }, {} };
     fd.fd = socket(AF_INET, SOCK_DGRAM, 0);
     fd.cb = forward;
-    if (bind(fd.fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
+    if (bind(fd.fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
         return -1;
     return uloop_fd_add(&fd, ULOOP_READ);
 }
@@ -85,8 +78,6 @@ int main(int argc, char **argv)
     if (!ctx || argc != 2)
         return 1;
     ubus_add_uloop(ctx);
-    if ((strcmp(argv[1], "echo") == 0 ? serve_echo() : serve_forward()) != 0)
-        return 1;
-    uloop_run();
-    return 0;
+    const int failed = strcmp(argv[1], "echo") == 0 ? serve_echo() : serve_forward();
+    return failed ? 1 : uloop_run();
 }

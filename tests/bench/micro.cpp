@@ -11,7 +11,7 @@
 
 namespace
 {
-void fresh_device(int logLevel)
+void fresh_device(int logLevel, int stations = 0)
 {
     fake_reset();
     fake_load_product();
@@ -20,11 +20,7 @@ void fresh_device(int logLevel)
     vesk_get_sta_info()->isStaPollEnabled = 1;
     vesk_get_sta_info()->threshold = 100;
     vesk_init_device_info();
-}
-
-void add_stations(int count)
-{
-    for (int i = 0; i < count; i++) {
+    for (int i = 0; i < stations; i++) {
         const uint8_t mac[6] = { 2, 0, 0, 1, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i) };
         fakeDevice.addStation("ath0", mac);
     }
@@ -39,38 +35,33 @@ void log_statement(benchmark::State &state)
 BENCHMARK(log_statement)->ArgName("level")->Arg(3)->Arg(6);
 
 /** The driver calls of a poll alone, to be taken off the next figure. */
-void poll_calls_only(benchmark::State &state)
+void driver_calls()
 {
-    fresh_device(3);
-    add_stations(256);
-    for (auto _ : state) {
-        for (int i = 1; i <= 256; i++) {
-            uint8_t mac[6];
-            VeskStaEntry entry = {};
-            rilk_getVapAssocStationMac("ath0", i, mac);
-            rilk_getVapAssocStationInfo("ath0", mac, &entry);
-            benchmark::DoNotOptimize(entry);
-        }
-        fakeDevice.log.clear();
+    for (int i = 1; i <= 256; i++) {
+        uint8_t mac[6];
+        VeskStaEntry entry = {};
+        rilk_getVapAssocStationMac("ath0", i, mac);
+        rilk_getVapAssocStationInfo("ath0", mac, &entry);
+        benchmark::DoNotOptimize(entry);
     }
 }
-BENCHMARK(poll_calls_only)->Unit(benchmark::kMicrosecond);
 
-void poll_256_stations(benchmark::State &state)
+void of_256_stations(benchmark::State &state, void (*poll)())
 {
-    fresh_device(3);
-    add_stations(256);
+    fresh_device(3, 256);
     for (auto _ : state) {
-        vesk_update_sta_ubus_handle(nullptr);
+        poll();
         fakeDevice.log.clear();
     }
 }
-BENCHMARK(poll_256_stations)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(of_256_stations, driver_calls, driver_calls)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(of_256_stations, poll, [] {
+    vesk_update_sta_ubus_handle(nullptr);
+})->Unit(benchmark::kMicrosecond);
 
 void body_of_getStaInfo(benchmark::State &state)
 {
-    fresh_device(3);
-    add_stations(256);
+    fresh_device(3, 256);
     vesk_update_sta_ubus_handle(nullptr);
     static WireStaInfo info;
     for (auto _ : state)
@@ -85,13 +76,11 @@ void body_of_getNeighborAPInfo(benchmark::State &state)
     fresh_device(3);
     vesk_init_scan_info();
     VeskScanNeighbor neighbor = { .ch = 36, .bssid = "02:00:00:00:00:01", .ssid = "net", .rssi = -70 };
-    for (int i = 0; i < 64; i++)
-        for (int ch : { 36, 40, 44, 48 }) {
-            neighbor.ch = ch;
-            fakeDevice.neighbors[ch].push_back(neighbor);
-        }
-    for (int ch : { 36, 40, 44, 48 })
+    for (int ch : { 36, 40, 44, 48 }) {
+        neighbor.ch = ch;
+        fakeDevice.neighbors[ch].assign(64, neighbor);
         rilk_getScanNeighborApOneChannel("wifi1", ch, vesk_get_scan_info()->neighbors);
+    }
     static WireNbAPInfo info;
     for (auto _ : state)
         vesk_getNeighborAPInfo(3, &info);
