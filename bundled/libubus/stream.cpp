@@ -56,7 +56,7 @@ bool send_all(ubus_context *ctx, iovec *part, int parts)
 // Bytes from the head of the buffer on that the message there takes, as far as it is known.
 size_t message_length(const ubus_stream &s)
 {
-    if (s.rx_tail - s.rx_head < minMessage)
+    if (!s.rx || s.rx_tail - s.rx_head < minMessage)
         return minMessage;
     const auto *body = reinterpret_cast<const blob_attr *>(s.rx + s.rx_head + headerLength);
     return headerLength + blob_raw_len(body);
@@ -65,7 +65,7 @@ size_t message_length(const ubus_stream &s)
 // Room for the whole message at the head and for at least one byte more to read.
 bool make_room(ubus_stream &s)
 {
-    const size_t unread = s.rx_tail - s.rx_head;
+    const size_t unread = s.rx ? s.rx_tail - s.rx_head : 0;
     const bool pinned = s.rx && s.rx_pinned == s.rx;
     const size_t needed = message_length(s);
     if (!unread && !pinned)
@@ -85,7 +85,7 @@ bool make_room(ubus_stream &s)
             free(s.rx);
         s.rx = fresh;
         s.rx_cap = capacity;
-    } else {
+    } else if (unread) {
         memmove(s.rx, s.rx + s.rx_head, unread);
     }
     s.rx_head = 0;

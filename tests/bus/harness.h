@@ -1,55 +1,77 @@
-// A broker of the test's own and clients that speak bytes.
+// Clients that speak bytes, a broker of the test's own, children and deadlines.
 #pragma once
 
-#include <cstdint>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <signal.h>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
+#include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
-// Bytes written as hexadecimal digits; blanks don't count.
-std::string bytes(std::string_view hex);
-std::string be(uint64_t value, size_t size);               // big-endian
-std::string attr(uint32_t id, const std::string &payload); // with its padding
-std::string field(uint32_t type, const std::string &name, const std::string &value);
-std::string message(int type, uint16_t seq, uint32_t peer, const std::string &body);
-inline const auto be32 = [](uint64_t value) { return be(value, 4); };
-inline const auto text_attr = [](uint32_t id, const std::string &text) { return attr(id, text + '\0'); };
-inline const auto object_attr = [](uint32_t id) { return attr(3, be32(id)); };
-inline const auto method_attr = [](const std::string &name) { return text_attr(4, name); };
-inline const auto data_attr = [](const std::string &fields) { return attr(7, fields); };
-inline const auto text_field = [](const char *name, const std::string &text) {
-    return field(3, name, text + '\0');
+#include "foundation/ubus_headers.h"
+
+using namespace std::chrono_literals;
+
+int connect_to(const std::string &path);           // -1: nobody there
+pid_t in_child(const std::function<void()> &body); // ends with the test
+void end_child(pid_t pid);
+const auto now_ms = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1ms; };
+bool eventually(std::chrono::milliseconds span, const std::function<bool()> &condition);
+
+std::string bytes(std::string hex);          // blanks don't count
+std::string be(uint64_t value, size_t size); // big-endian
+std::string padded(std::string data);
+const auto be32 = [](uint64_t value) { return be(value, 4); };
+const auto attr = [](uint32_t id, const std::string &p) {
+    return padded(be32(id << 24 | (p.size() + 4)) + p);
 };
-inline const auto int_field = [](const char *name, uint32_t value) { return field(5, name, be32(value)); };
-// Calls of the event object.
-std::string event(const std::string &id, const std::string &content);
-std::string listen(uint32_t object, const std::string &pattern);
+const auto field = [](uint32_t type, const std::string &name, const std::string &value) {
+    return attr(0x80 | type, padded(be(name.size(), 2) + name + '\0') + value);
+};
+const auto message = [](uint32_t type, uint16_t seq, uint32_t peer, const std::string &body) {
+    return be(type, 2) + be(seq, 2) + be32(peer) + be32(body.size() + 4) + body;
+};
+const auto text_attr = [](uint32_t id, const std::string &text) { return attr(id, text + '\0'); };
+const auto object_attr = [](uint32_t id) { return attr(UBUS_ATTR_OBJID, be32(id)); };
+const auto method_attr = [](const std::string &name) { return text_attr(UBUS_ATTR_METHOD, name); };
+const auto data_attr = [](const std::string &fields) { return attr(UBUS_ATTR_DATA, fields); };
+const auto text_field = [](const char *name, const std::string &text) { return field(3, name, text + '\0'); };
+const auto int_field = [](const char *name, uint32_t value) { return field(5, name, be32(value)); };
+// Calls of the event object: any, a sent event, a registered pattern.
+const auto to_events = [](const char *method, const std::string &fields) {
+    return message(UBUS_MSG_INVOKE, 9, 1, object_attr(1) + method_attr(method) + data_attr(fields));
+};
+const auto event = [](const std::string &id, const std::string &content) {
+    return to_events("send", text_field("id", id) + field(BLOBMSG_TYPE_TABLE, "data", content));
+};
+const auto listen_to = [](uint32_t object, const std::string &pattern) {
+    return to_events("register", int_field("object", object) + text_field("pattern", pattern));
+};
+
+constexpr uint32_t SILENCE = 256;
 
 struct Message {
-    int type;
-    uint16_t seq;
-    uint32_t peer;
+    uint32_t type = SILENCE, peer = 0;
+    uint16_t seq = 0;
     std::string body;
-    // Payload of the first attribute of that id.
-    std::optional<std::string> get(uint32_t id) const;
-    std::optional<uint32_t> number(uint32_t id) const;
+    std::optional<std::string> get(uint32_t id) const; // payload of the first attribute of that id
+    uint32_t number(uint32_t id) const;                // 0: none
+    std::string whole() const { return message(type, seq, peer, body); }
 };
 
-// A broker on a socket of its own, in a folder of its own. VESK_TEST_OTHER_BROKER in the environment:
+// A broker on a socket of its own. VESK_TEST_OTHER_BROKER in the environment:
 // that program instead of the built one.
 struct Broker {
-    std::string folder, path;
+    std::string path = "/tmp/vesk-bus." + std::to_string(getpid());
     pid_t pid = -1;
-    Broker();
-    ~Broker();
+    Broker() { start(); }
+    ~Broker() { stop(), unlink(path.c_str()); }
     void start();
-    int stop(int signal); // wait status
-    bool alive() const { return kill(pid, 0) == 0; }
+    void stop() { end_child(std::exchange(pid, -1)); }
 };
 
 // One connection that sends and receives bytes.
@@ -59,19 +81,13 @@ struct Wire {
     explicit Wire(const std::string &path);
     ~Wire() { close(fd); }
     Wire(const Wire &) = delete;
-    void send(const std::string &data) const;
-    std::optional<Message> receive(int timeoutMs = 2000);   // nothing: silence
-    bool closed(int timeoutMs = 2000);                      // the broker hung up; unread messages are skipped
+    void send(const std::string &all) const { ::send(fd, all.data(), all.size(), MSG_NOSIGNAL); }
+    Message receive(int timeoutMs = 2000);                  // of type SILENCE: nothing came
+    bool closed();                                          // the broker hung up; unread messages are skipped
     bool alive() { return ask(message(3, 1, 0, "")) == 0; } // the broker answers it
     // Sends, returns the status; DATA messages before it are kept in `data`.
     std::optional<int> ask(const std::string &request);
     std::vector<Message> data;
     uint32_t add_object(const std::string &body); // 0: refused
-private:
-    std::string unread;
+    uint32_t hear(const std::string &pattern);    // with an object of its own, its id; 0: refused
 };
-
-pid_t in_child(const std::function<void()> &body); // ends with the test
-int end_child(pid_t pid, int signal);
-int64_t now_ms();
-bool eventually(const std::function<bool()> &condition, int timeoutMs = 3000);

@@ -12,15 +12,10 @@ ubus_context context;
 }
 
 extern "C" {
-ubus_context *merkaGetContext(void)
-{
-    return fakeBus.hasContext ? &context : nullptr;
-}
-
-void merkaMainLoop(void)
-{
-    fakeBus.calls.push_back("merkaMainLoop");
-}
+// clang-format off
+ubus_context *merkaGetContext(void) { return fakeBus.hasContext ? &context : nullptr; }
+void merkaMainLoop(void) { fakeBus.calls.push_back("merkaMainLoop"); }
+// clang-format on
 
 int merkaAddInterestedSignal(const char *name)
 {

@@ -52,33 +52,17 @@ FakeRadio *radio_on(int32_t band)
     return band == 0 ? &fakeDevice.radio[0] : band == 3 ? &fakeDevice.radio[1] : nullptr;
 }
 
-std::string hexmac(const uint8_t *m)
-{
-    char s[18];
-    snprintf(s, sizeof s, "%02x:%02x:%02x:%02x:%02x:%02x", m[0], m[1], m[2], m[3], m[4], m[5]);
-    return s;
-}
+#define MAC_FORMAT "%02x:%02x:%02x:%02x:%02x:%02x"
+#define MAC_BYTES(m) (m)[0], (m)[1], (m)[2], (m)[3], (m)[4], (m)[5]
 
 std::vector<uint32_t> scanList; // rilk_initScanChannelList
 
-/** Gets a value from a radio unless the call is to fail. */
-template <class F>
-int from_radio(const char *function, const char *name, F fill)
+/** Hands a value of `from` over unless the call is to fail or there is no such device. */
+template <class From, class Fill>
+int answer(int rc, From *from, Fill fill)
 {
-    int rc = record(function, {}, "%s", name);
-    FakeRadio *r = radio_named(name);
-    if (rc == 0 && r)
-        fill(*r);
-    return rc;
-}
-
-template <class F>
-int from_vap(const char *function, const char *name, F fill)
-{
-    int rc = record(function, {}, "%s", name);
-    FakeVap *v = fakeDevice.vap(name);
-    if (rc == 0 && v)
-        fill(*v);
+    if (rc == 0 && from)
+        fill(*from);
     return rc;
 }
 } // namespace
@@ -94,167 +78,140 @@ FakeVap *FakeDevice::vap(const std::string &name)
 FakeVap &FakeDevice::addVap(int index, const std::string &name, uint8_t attr)
 {
     VeskApIntfInfo &ap = radio[index].ap;
-    for (int i = 0; i < VESK_WIRE_VAPS; i++) {
-        if (ap.vapIfname[i][0] != '\0')
-            continue;
-        snprintf(ap.vapIfname[i], 16, "%s", name.c_str());
-        ap.vapNums = i + 1;
-        break;
+    int slot = 0;
+    while (slot < VESK_WIRE_VAPS && ap.vapIfname[slot][0] != '\0')
+        slot++;
+    if (slot < VESK_WIRE_VAPS) {
+        snprintf(ap.vapIfname[slot], 16, "%s", name.c_str());
+        ap.vapNums = slot + 1;
     }
-    FakeVap v;
+    const auto number = static_cast<uint8_t>(vaps.size() + 1);
+    FakeVap &v = vaps.emplace_back();
     v.name = name;
     v.ssid = "net-" + name;
     v.cfg.vapAttr = attr;
-    const uint8_t mac[6] = {
-        0x02, 0, 0, 0, static_cast<uint8_t>(index), static_cast<uint8_t>(vaps.size() + 1)
-    };
-    memcpy(v.bssid, mac, 6);
-    vaps.push_back(v);
-    return vaps.back();
+    v.bssid[0] = 2;
+    v.bssid[4] = static_cast<uint8_t>(index);
+    v.bssid[5] = number;
+    return v;
 }
 
 FakeStation &FakeDevice::addStation(const std::string &name, const uint8_t (&mac)[6])
 {
-    FakeStation s;
+    FakeStation &s = vap(name)->stations.emplace_back();
     memcpy(s.mac, mac, 6);
     memcpy(s.entry.mac, mac, 6);
     snprintf(s.entry.vapIntf, 16, "%s", name.c_str());
     s.entry.rssi = -50;
-    vap(name)->stations.push_back(s);
-    return vap(name)->stations.back();
+    return s;
 }
 
 std::vector<FakeCall> FakeDevice::calls(const std::string &name) const
 {
-    std::vector<FakeCall> found;
-    for (const FakeCall &c : log)
-        if (c.name == name)
-            found.push_back(c);
+    std::vector<FakeCall> found = log;
+    std::erase_if(found, [&](const FakeCall &c) { return c.name != name; });
     return found;
 }
 
+// clang-format off
+#define GETTER(function, key, format, device, type, field)                                                           \
+    int function(key id, type *out) { return answer(record(__func__, {}, format, id), device(id), [&](auto &f) { *out = f.field; }); }
+#define RADIO_GETTER(function, type, field) GETTER(function, const char *, "%s", radio_named, type, field)
+#define VAP_GETTER(function, type, field) GETTER(function, const char *, "%s", fakeDevice.vap, type, field)
+#define BAND_GETTER(function, type, field) GETTER(function, int32_t, "%d", radio_on, type, field)
+#define RECORD_COMMAND(function, type)                                                                               \
+    int function(const char *v, const type *r) { return record(__func__, raw(r, sizeof *r), "%s", v); }
+
 extern "C" {
-int rilk_initDriver(void)
-{
-    return record(__func__, {}, "%s", "");
-}
-int rilk_update_debuglevel(int32_t level)
-{
-    return record(__func__, {}, "%d", level);
-}
+RADIO_GETTER(rilk_getRadioStatus, uint8_t, status)
+RADIO_GETTER(rilk_getRadioDynParamters, RilkRadioDynParams, dyn)
+RADIO_GETTER(rilk_getRadioCurChannel, int32_t, channel)
+RADIO_GETTER(rilk_getRadioTxpower, float, power)
+RADIO_GETTER(rilk_getCurChannelInfo, VeskCurChannelInfo, cur)
+RADIO_GETTER(rilk_getRadioIfStat, VeskIntfStats, stats)
+RADIO_GETTER(rilk_getChannelNolList, RilkNolList, nol)
+VAP_GETTER(rilk_getVapStatus, uint8_t, status)
+VAP_GETTER(rilk_getVapIfStat, VeskIntfStats, stats)
+VAP_GETTER(hul_getEnabledVapCfg, HulVapCfg, cfg)
+BAND_GETTER(hul_getRadioInfo, HulRadioInfo, hul)
+BAND_GETTER(hul_getRadioChannelList, HulChannelList, channels)
+BAND_GETTER(hul_getRadioExcludedChannelList, HulExcludedChannelList, excluded)
+RECORD_COMMAND(rilk_sendBeaconReq, RilkBeaconReq)
+RECORD_COMMAND(rilk_sendBTMReq, RilkBtmReq)
+RECORD_COMMAND(rilk_set8021dotqCfg, VeskDot1qCfg)
+int rilk_initDriver(void) { return record(__func__, {}, "%s", ""); }
+int rilk_update_debuglevel(int32_t level) { return record(__func__, {}, "%d", level); }
+int rilk_setRRMEnable(const char *v, int32_t on) { return record(__func__, {}, "%s %d", v, on); }
+int rilk_setWNMEnable(const char *v, int32_t on) { return record(__func__, {}, "%s %d", v, on); }
+int rilk_disConnectSta(const char *v, const char *mac) { return record(__func__, {}, "%s %s", v, mac); }
+int rilk_setMinMaxDwellTime(const char *r, int32_t min, int32_t max) { return record(__func__, {}, "%s %d %d", r, min, max); }
+int rilk_setEnableNoiseFloor(const char *r) { return record(__func__, {}, "%s", r); }
+int rilk_setRadioCurChannel(const char *r, int32_t channel) { return record(__func__, {}, "%s %d", r, channel); }
+int rilk_setRadioChanSpec(const char *r, int32_t bw, int32_t channel) { return record(__func__, {}, "%s %d %d", r, bw, channel); }
+int rilk_cleanHwFwdRule(const char *r) { return record(__func__, {}, "%s", r); }
+int rilk_addVendorIE(const char *v, uint32_t type, const uint8_t *data, uint32_t n) { return record(__func__, raw(data, n), "%s %u %u", v, type, n); }
+int rilk_delVendorIE(const char *v, uint32_t type, const uint8_t *data, uint32_t n) { return record(__func__, raw(data, n), "%s %u %u", v, type, n); }
+// clang-format on
 
 int rilk_getRadioApInterfaceInfo(int32_t i, VeskApIntfInfo *info)
 {
-    int rc = record(__func__, {}, "%d", i);
-    if (rc == 0 && (i == 0 || i == 1))
-        *info = fakeDevice.radio[i].ap;
-    return rc;
+    FakeRadio *radio = i == 0 || i == 1 ? &fakeDevice.radio[i] : nullptr;
+    return answer(record(__func__, {}, "%d", i), radio, [&](FakeRadio &f) { *info = f.ap; });
 }
-int rilk_getRadioChipName(const char *r, int32_t size, char *chip)
+int rilk_getRadioChipName(const char *r, int32_t size, char *chip) // may lack its terminator on purpose
 {
-    int rc = record(__func__, {}, "%s %d", r, size);
-    if (FakeRadio *radio = radio_named(r); rc == 0 && radio)
-        strncpy(chip, radio->chip.c_str(), static_cast<size_t>(size)); // may lack its terminator on purpose
-    return rc;
-}
-int rilk_getRadioStatus(const char *r, uint8_t *status)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *status = f.status; });
-}
-int rilk_getRadioDynParamters(const char *r, RilkRadioDynParams *p)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *p = f.dyn; });
-}
-int rilk_getRadioCurChannel(const char *r, int32_t *channel)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *channel = f.channel; });
-}
-int rilk_getRadioTxpower(const char *r, float *power)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *power = f.power; });
-}
-int rilk_getCurChannelInfo(const char *r, VeskCurChannelInfo *info)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *info = f.cur; });
+    return answer(record(__func__, {}, "%s %d", r, size), radio_named(r),
+                  [&](FakeRadio &f) { strncpy(chip, f.chip.c_str(), static_cast<size_t>(size)); });
 }
 int rilk_getVapBssid(const char *v, uint8_t *bssid)
 {
-    return from_vap(__func__, v, [&](FakeVap &f) { memcpy(bssid, f.bssid, 6); });
+    return answer(record(__func__, {}, "%s", v), fakeDevice.vap(v),
+                  [&](FakeVap &f) { memcpy(bssid, f.bssid, 6); });
 }
 int rilk_getVapSsid(const char *v, int32_t size, char *ssid)
 {
-    return from_vap(__func__, v,
-                    [&](FakeVap &f) { strncpy(ssid, f.ssid.c_str(), static_cast<size_t>(size)); });
-}
-int rilk_getVapStatus(const char *v, uint8_t *status)
-{
-    return from_vap(__func__, v, [&](FakeVap &f) { *status = f.status; });
-}
-int rilk_setRRMEnable(const char *v, int32_t on)
-{
-    return record(__func__, {}, "%s %d", v, on);
-}
-int rilk_setWNMEnable(const char *v, int32_t on)
-{
-    return record(__func__, {}, "%s %d", v, on);
-}
-int rilk_getRadioIfStat(const char *r, VeskIntfStats *stats)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *stats = f.stats; });
-}
-int rilk_getVapIfStat(const char *v, VeskIntfStats *stats)
-{
-    return from_vap(__func__, v, [&](FakeVap &f) { *stats = f.stats; });
+    return answer(record(__func__, {}, "%s", v), fakeDevice.vap(v),
+                  [&](FakeVap &f) { strncpy(ssid, f.ssid.c_str(), static_cast<size_t>(size)); });
 }
 int rilk_getVapAssocStationNumber(const char *v, int32_t *n)
 {
-    return from_vap(__func__, v, [&](FakeVap &f) {
+    return answer(record(__func__, {}, "%s", v), fakeDevice.vap(v), [&](FakeVap &f) {
         *n = f.stationCount == -1 ? static_cast<int32_t>(f.stations.size()) : f.stationCount;
     });
 }
 int rilk_getVapAssocStationMac(const char *v, int32_t position, uint8_t *mac)
 {
-    int rc = record(__func__, {}, "%s %d", v, position);
-    FakeVap *f = fakeDevice.vap(v);
-    if (rc == 0 && f && position >= 1 && static_cast<size_t>(position) <= f->stations.size())
-        memcpy(mac, f->stations[static_cast<size_t>(position - 1)].mac, 6);
-    return rc;
+    return answer(record(__func__, {}, "%s %d", v, position), fakeDevice.vap(v), [&](FakeVap &f) {
+        if (position >= 1 && static_cast<size_t>(position) <= f.stations.size())
+            memcpy(mac, f.stations[static_cast<size_t>(position - 1)].mac, 6);
+    });
 }
 int rilk_getVapAssocStationInfo(const char *v, const uint8_t *mac, VeskStaEntry *entry)
 {
-    int rc = record(__func__, {}, "%s %s", v, hexmac(mac).c_str());
-    if (FakeVap *f = fakeDevice.vap(v); rc == 0 && f)
-        for (FakeStation &s : f->stations)
+    const int rc = record(__func__, {}, "%s " MAC_FORMAT, v, MAC_BYTES(mac));
+    return answer(rc, fakeDevice.vap(v), [&](FakeVap &f) {
+        for (FakeStation &s : f.stations)
             if (memcmp(s.mac, mac, 6) == 0)
                 memcpy(entry, &s.entry, sizeof s.entry);
-    return rc;
+    });
 }
 int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, uint8_t *frame)
 {
-    int rc = record(__func__, {}, "%s %s %u", v, hexmac(mac).c_str(), *length);
-    if (rc == 0) {
-        std::copy_n(fakeDevice.assocFrame.begin(), std::min<size_t>(*length, fakeDevice.assocFrame.size()),
-                    frame);
-        *length = static_cast<uint32_t>(fakeDevice.assocFrame.size());
-    }
-    return rc;
-}
-int rilk_disConnectSta(const char *v, const char *mac)
-{
-    return record(__func__, {}, "%s %s", v, mac);
+    const int rc = record(__func__, {}, "%s " MAC_FORMAT " %u", v, MAC_BYTES(mac), *length);
+    return answer(rc, &fakeDevice.assocFrame, [&](std::vector<uint8_t> &sent) {
+        std::copy_n(sent.begin(), std::min<size_t>(*length, sent.size()), frame);
+        *length = static_cast<uint32_t>(sent.size());
+    });
 }
 int rilk_setVapAclMac(const char *v, const RilkAclMac *acl)
 {
-    return record(__func__, raw(acl, sizeof *acl), "%s %d %s", v, acl->operation, hexmac(acl->mac).c_str());
+    return record(__func__, raw(acl, sizeof *acl), "%s %d " MAC_FORMAT, v, acl->operation,
+                  MAC_BYTES(acl->mac));
 }
 int rilk_initScanChannelList(const uint32_t *list, int32_t n)
 {
     scanList.assign(list, list + n);
     return record(__func__, raw(list, static_cast<size_t>(n) * 4), "%d", n);
-}
-int rilk_setMinMaxDwellTime(const char *r, int32_t min, int32_t max)
-{
-    return record(__func__, {}, "%s %d %d", r, min, max);
 }
 int rilk_triggerScan(const char *r, const VeskScanParam *p)
 {
@@ -263,49 +220,31 @@ int rilk_triggerScan(const char *r, const VeskScanParam *p)
     return record(__func__, raw(p, sizeof *p), "%s channel=%d dwell=%d baseVap=%s", r, p->channel, dwell,
                   text(p->baseVap, 16).c_str());
 }
-int rilk_setEnableNoiseFloor(const char *r)
-{
-    return record(__func__, {}, "%s", r);
-}
 int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels)
 {
-    int rc = record(__func__, {}, "%s", r);
-    for (size_t i = 0; rc == 0 && channels && i < scanList.size(); i++) {
-        auto found = fakeDevice.scan.find(static_cast<int>(scanList[i]));
-        if (channels[i] && found != fakeDevice.scan.end())
-            memcpy(channels[i], &found->second, offsetof(VeskScanChannel, smoothedNoise));
-    }
-    return rc;
+    return answer(record(__func__, {}, "%s", r), channels, [&](VeskScanChannel *&) {
+        for (size_t i = 0; i < scanList.size(); i++) {
+            auto found = fakeDevice.scan.find(static_cast<int>(scanList[i]));
+            if (channels[i] && found != fakeDevice.scan.end())
+                memcpy(channels[i], &found->second, offsetof(VeskScanChannel, smoothedNoise));
+        }
+    });
 }
 int rilk_getScanNeighborApOneChannel(const char *r, int32_t channel, VeskScanNeighbor **table)
 {
-    int rc = record(__func__, {}, "%s %d", r, channel);
-    for (size_t row = 0; rc == 0 && table && row < scanList.size(); row++) {
-        if (static_cast<int32_t>(scanList[row]) != channel)
-            continue;
-        VeskScanNeighbor **slot = table + row * VESK_SCAN_NEIGHBORS_PER_CHANNEL;
-        const std::vector<VeskScanNeighbor> &list = fakeDevice.neighbors[channel];
-        for (size_t i = 0; i < list.size() && i < VESK_SCAN_NEIGHBORS_PER_CHANNEL; i++) {
-            if (!slot[i])
-                slot[i] = static_cast<VeskScanNeighbor *>(calloc(1, sizeof(VeskScanNeighbor)));
-            if (slot[i])
-                memcpy(slot[i], &list[i], sizeof list[i]);
-        }
-        break;
+    const int rc = record(__func__, {}, "%s %d", r, channel);
+    const auto row = std::find(scanList.begin(), scanList.end(), static_cast<uint32_t>(channel));
+    if (rc != 0 || !table || row == scanList.end())
+        return rc;
+    VeskScanNeighbor **slot = table + (row - scanList.begin()) * VESK_SCAN_NEIGHBORS_PER_CHANNEL;
+    const std::vector<VeskScanNeighbor> &list = fakeDevice.neighbors[channel];
+    for (size_t i = 0; i < list.size() && i < VESK_SCAN_NEIGHBORS_PER_CHANNEL; i++) {
+        if (!slot[i])
+            slot[i] = static_cast<VeskScanNeighbor *>(calloc(1, sizeof(VeskScanNeighbor)));
+        if (slot[i])
+            memcpy(slot[i], &list[i], sizeof list[i]);
     }
     return rc;
-}
-int rilk_setRadioCurChannel(const char *r, int32_t channel)
-{
-    return record(__func__, {}, "%s %d", r, channel);
-}
-int rilk_setRadioChanSpec(const char *r, int32_t bw, int32_t channel)
-{
-    return record(__func__, {}, "%s %d %d", r, bw, channel);
-}
-int rilk_getChannelNolList(const char *r, RilkNolList *list)
-{
-    return from_radio(__func__, r, [&](FakeRadio &f) { *list = f.nol; });
 }
 int rilk_setBstaAutoConnect(const VeskBstaAuto *a)
 {
@@ -317,68 +256,13 @@ int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *c)
     return record(__func__, raw(c, sizeof *c), "%s %s", text(c->ifName, 16).c_str(),
                   text(c->ssid, 65).c_str());
 }
-int rilk_sendBeaconReq(const char *v, const RilkBeaconReq *q)
-{
-    return record(__func__, raw(q, sizeof *q), "%s", v);
-}
-int rilk_sendBTMReq(const char *v, const RilkBtmReq *q)
-{
-    return record(__func__, raw(q, sizeof *q), "%s", v);
-}
-int rilk_addVendorIE(const char *v, uint32_t type, const uint8_t *data, uint32_t n)
-{
-    return record(__func__, raw(data, n), "%s %u %u", v, type, n);
-}
-int rilk_delVendorIE(const char *v, uint32_t type, const uint8_t *data, uint32_t n)
-{
-    return record(__func__, raw(data, n), "%s %u %u", v, type, n);
-}
-int rilk_cleanHwFwdRule(const char *r)
-{
-    return record(__func__, {}, "%s", r);
-}
-int rilk_set8021dotqCfg(const char *v, const VeskDot1qCfg *cfg)
-{
-    return record(__func__, raw(cfg, sizeof *cfg), "%s", v);
-}
-
 int hul_EM_getWorkRole(int32_t *role)
 {
-    int rc = record(__func__, {}, "%s", "");
-    if (rc == 0)
-        *role = fakeDevice.role;
-    return rc;
-}
-int hul_getRadioInfo(int32_t band, HulRadioInfo *info)
-{
-    int rc = record(__func__, {}, "%d", band);
-    if (FakeRadio *r = radio_on(band); rc == 0 && r)
-        *info = r->hul;
-    return rc;
+    return answer(record(__func__, {}, "%s", ""), &fakeDevice.role, [&](int32_t &r) { *role = r; });
 }
 int hul_getCountryID(char *code, int32_t size)
 {
-    int rc = record(__func__, {}, "%d", size);
-    if (rc == 0)
-        strncpy(code, fakeDevice.country.c_str(), static_cast<size_t>(size));
-    return rc;
-}
-int hul_getRadioChannelList(int32_t band, HulChannelList *list)
-{
-    int rc = record(__func__, {}, "%d", band);
-    if (FakeRadio *r = radio_on(band); rc == 0 && r)
-        *list = r->channels;
-    return rc;
-}
-int hul_getRadioExcludedChannelList(int32_t band, HulExcludedChannelList *list)
-{
-    int rc = record(__func__, {}, "%d", band);
-    if (FakeRadio *r = radio_on(band); rc == 0 && r)
-        *list = r->excluded;
-    return rc;
-}
-int hul_getEnabledVapCfg(const char *v, HulVapCfg *cfg)
-{
-    return from_vap(__func__, v, [&](FakeVap &f) { *cfg = f.cfg; });
+    return answer(record(__func__, {}, "%d", size), &fakeDevice.country,
+                  [&](std::string &c) { strncpy(code, c.c_str(), static_cast<size_t>(size)); });
 }
 }

@@ -15,9 +15,7 @@ namespace
 {
 bool alloc_fails()
 {
-    if (fakeLibc.failAlloc < 0)
-        return false;
-    return fakeLibc.failAlloc-- == 0;
+    return fakeLibc.failAlloc >= 0 && fakeLibc.failAlloc-- == 0;
 }
 } // namespace
 
@@ -39,8 +37,7 @@ int __wrap_usleep(unsigned us)
 
 unsigned __wrap_sleep(unsigned seconds)
 {
-    __wrap_usleep(seconds * 1000000);
-    return 0;
+    return static_cast<unsigned>(__wrap_usleep(seconds * 1000000));
 }
 
 int __wrap_system(const char *command)
@@ -62,24 +59,12 @@ FILE *__wrap_popen(const char *command, const char *mode)
     return f;
 }
 
-int __wrap_pclose(FILE *f)
-{
-    return fclose(f);
-}
-
-int __wrap_stat(const char *path, struct stat *status)
-{
-    return fakeLibc.statFails ? -1 : __real_stat(path, status);
-}
-
-void *__wrap_malloc(size_t size)
-{
-    return alloc_fails() ? nullptr : __real_malloc(size);
-}
-void *__wrap_calloc(size_t n, size_t size)
-{
-    return alloc_fails() ? nullptr : __real_calloc(n, size);
-}
+// clang-format off
+int __wrap_pclose(FILE *f) { return fclose(f); }
+int __wrap_stat(const char *path, struct stat *status) { return fakeLibc.statFails ? -1 : __real_stat(path, status); }
+void *__wrap_malloc(size_t size) { return alloc_fails() ? nullptr : __real_malloc(size); }
+void *__wrap_calloc(size_t n, size_t size) { return alloc_fails() ? nullptr : __real_calloc(n, size); }
+// clang-format on
 
 int __wrap_clock_gettime(clockid_t clock, timespec *now)
 {

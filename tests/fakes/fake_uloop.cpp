@@ -27,10 +27,9 @@ void fake_reset_uloop()
     fakeLoop = FakeLoop{};
 }
 
-int FakeLoop::pendingTimers() const
-{
-    return static_cast<int>(::pending.size());
-}
+// clang-format off
+int FakeLoop::pendingTimers() const { return static_cast<int>(::pending.size()); }
+// clang-format on
 
 int64_t FakeLoop::due(const uloop_timeout *timer) const
 {
@@ -67,15 +66,12 @@ const char *__asan_default_options(void)
 bool uloop_cancelled;
 bool uloop_handle_sigchld = true;
 
-int uloop_init(void)
-{
-    return 0;
-}
-int uloop_run_timeout(int)
-{
-    return 0;
-}
+// clang-format off
+int uloop_init(void) { return 0; }
+int uloop_run_timeout(int) { return 0; }
 void uloop_done(void) {}
+int uloop_timeout_remaining(uloop_timeout *timer) { return static_cast<int>(fakeLoop.due(timer)); }
+// clang-format on
 
 int uloop_timeout_cancel(uloop_timeout *timer)
 {
@@ -93,11 +89,6 @@ int uloop_timeout_set(uloop_timeout *timer, int ms)
     pending.push_back({ timer, fakeLoop.nowMs + ms, ++armed });
     timer->pending = true;
     return 0;
-}
-
-int uloop_timeout_remaining(uloop_timeout *timer)
-{
-    return static_cast<int>(fakeLoop.due(timer));
 }
 
 int uloop_fd_add(uloop_fd *fd, unsigned)

@@ -17,18 +17,11 @@ struct Capture {
 
     void start()
     {
-        if (stream) {
-            rewind(stream);
-            ftruncate_memory();
-        } else {
+        if (!stream)
             stream = open_memstream(&text, &size);
-        }
-    }
-    void ftruncate_memory()
-    {
-        fseek(stream, 0, SEEK_SET);
+        rewind(stream);
         fputc('\0', stream);
-        fseek(stream, 0, SEEK_SET);
+        rewind(stream);
         fflush(stream);
     }
     std::string get()
@@ -41,30 +34,25 @@ struct Capture {
 Capture logCapture;
 Capture errCapture;
 
-void default_radio(int i, int32_t band, const char *name, std::initializer_list<int> channels)
+void default_radio(int i, int operating, std::initializer_list<int> channels)
 {
     FakeRadio &r = fakeDevice.radio[i];
-    snprintf(r.ap.radioIfname, 16, "%s", name);
-    r.hul.radioId = i;
-    r.hul.isAcsEnabled = 1;
-    r.hul.isEnabled = 1;
-    r.dyn.bw = i;
-    snprintf(r.dyn.bond, sizeof r.dyn.bond, "%s", band ? "HT80" : "HT40");
-    snprintf(r.dyn.operatingStandards, 32, "%s", band ? "a,n,ac,ax" : "b,g,n,ax");
-    int n = 0;
+    strcpy(r.ap.radioIfname, i ? "wifi1" : "wifi0");
+    r.hul.radioId = r.dyn.bw = i;
+    r.hul.isAcsEnabled = r.hul.isEnabled = 1;
+    r.channel = operating;
+    strcpy(r.dyn.bond, i ? "HT80" : "HT40");
+    strcpy(r.dyn.operatingStandards, i ? "a,n,ac,ax" : "b,g,n,ax");
     for (int ch : channels) {
-        r.channels.chList[n] = static_cast<uint8_t>(ch);
-        r.channels.chAttr[n] = static_cast<uint16_t>(0x100 + ch);
-        n++;
+        r.channels.chList[r.channels.chListNums] = static_cast<uint8_t>(ch);
+        r.channels.chAttr[r.channels.chListNums++] = static_cast<uint16_t>(0x100 + ch);
     }
-    r.channels.chListNums = n;
 }
 
-void cfg_vap(VeskCfgVap &row, int index, const char *name, const char *mode)
+template <class T>
+void clear(T *records, size_t count = 1)
 {
-    row.DataModelIndex = static_cast<uint8_t>(index);
-    snprintf(row.InterfaceName, sizeof row.InterfaceName, "%s", name);
-    snprintf(row.Mode, sizeof row.Mode, "%s", mode);
+    memset(static_cast<void *>(records), 0, count * sizeof(T));
 }
 } // namespace
 
@@ -74,10 +62,8 @@ void fake_reset()
     fakeBus = FakeBus{};
     fakeLibc = FakeLibc{};
     fake_reset_uloop();
-    default_radio(0, 0, "wifi0", { 1, 6, 11 });
-    default_radio(1, 3, "wifi1", { 36, 40, 44, 48 });
-    fakeDevice.radio[0].channel = 6;
-    fakeDevice.radio[1].channel = 36;
+    default_radio(0, 6, { 1, 6, 11 });
+    default_radio(1, 36, { 36, 40, 44, 48 });
     fakeDevice.addVap(0, "ath0");
     fakeDevice.addVap(0, "ath1", 0x40);
     fakeDevice.addVap(1, "ath10");
@@ -85,12 +71,12 @@ void fake_reset()
 
     free(vesk_get_sta_info()->staDb.pool);
     free(vesk_get_sta_info()->staDb.list.buckets);
-    memset(static_cast<void *>(vesk_get_vesk_info()), 0, sizeof(VeskInfo));
-    memset(static_cast<void *>(vesk_get_radio_info()), 0, sizeof(VeskRadioInfo) * VESK_RADIOS);
-    memset(static_cast<void *>(vesk_get_vap_info()), 0, sizeof(VeskVapInfo) * VESK_VAPS);
-    memset(static_cast<void *>(vesk_get_sta_info()), 0, sizeof(VeskStaInfo));
-    memset(static_cast<void *>(vesk_get_scan_info()), 0, sizeof(VeskOffScanCfg));
-    memset(static_cast<void *>(vesk_get_dot1q_cfg()), 0, sizeof(VeskDot1qCfg));
+    clear(vesk_get_vesk_info());
+    clear(vesk_get_radio_info(), VESK_RADIOS);
+    clear(vesk_get_vap_info(), VESK_VAPS);
+    clear(vesk_get_sta_info());
+    clear(vesk_get_scan_info());
+    clear(vesk_get_dot1q_cfg());
 
     logCapture.start();
     errCapture.start();
@@ -99,20 +85,11 @@ void fake_reset()
     vesk_get_vesk_info()->logLevel = 7;
 }
 
-std::string fake_log()
-{
-    return logCapture.get();
-}
-
-void fake_clear_log()
-{
-    logCapture.start();
-}
-
-std::string fake_stderr()
-{
-    return errCapture.get();
-}
+// clang-format off
+std::string fake_log() { return logCapture.get(); }
+void fake_clear_log() { logCapture.start(); }
+std::string fake_stderr() { return errCapture.get(); }
+// clang-format on
 
 std::vector<FakeLogLine> fake_log_lines()
 {
@@ -147,17 +124,18 @@ bool fake_logged(const std::string &level, const std::string &message)
 void fake_load_product()
 {
     VeskConfigInfo *cfg = vesk_get_vesk_cfg_info();
-    cfg->NumberOfWifiRadios = 2;
-    cfg->wifiNum = 2;
-    snprintf(cfg->EnabledInterfaceNames1905, sizeof cfg->EnabledInterfaceNames1905, "eth0,ath0.v0,ath10.v0");
-    const char *bands[2] = { "2.4GHZ", "5GHZ" };
+    cfg->NumberOfWifiRadios = cfg->wifiNum = 2;
+    strcpy(cfg->EnabledInterfaceNames1905, "eth0,ath0.v0,ath10.v0");
     const char *names[2][3] = { { "ath0.v0", "ath1.v0", "apcli0" }, { "ath10.v0", "ath11.v0", "apclii0" } };
     for (int i = 0; i < 2; i++) {
         VeskCfgWifi &wifi = cfg->Wifi[i];
-        snprintf(wifi.OperatingFrequencyBand, sizeof wifi.OperatingFrequencyBand, "%s", bands[i]);
+        strcpy(wifi.OperatingFrequencyBand, i ? "5GHZ" : "2.4GHZ");
         wifi.heMcsLen = 12;
         wifi.vapNum = 3;
-        for (int v = 0; v < 3; v++)
-            cfg_vap(wifi.Vap[v], v, names[i][v], v == 2 ? "sta" : "ap");
+        for (uint8_t v = 0; v < 3; v++) {
+            wifi.Vap[v].DataModelIndex = v;
+            strcpy(wifi.Vap[v].InterfaceName, names[i][v]);
+            strcpy(wifi.Vap[v].Mode, v == 2 ? "sta" : "ap");
+        }
     }
 }

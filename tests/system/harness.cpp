@@ -2,60 +2,15 @@
 #include "tests/system/harness.h"
 
 #include <arpa/inet.h>
-#include <csignal>
-#include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include "include/vesk_event.h"
 
 namespace
 {
-
-const char socketPath[] = "/var/run/ubus.sock";
-int serial; // makes the names of output files unique
-
-int open_output(const std::string &path)
-{
-    return open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-}
-
-[[noreturn]] void become(const std::vector<std::string> &words, int out, int err)
-{
-    std::vector<char *> argv;
-    for (const std::string &word : words)
-        argv.push_back(const_cast<char *>(word.c_str()));
-    argv.push_back(nullptr);
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    signal(SIGPIPE, SIG_DFL); // the tests' own bus library ignores it
-    dup2(out, STDOUT_FILENO);
-    dup2(err, STDERR_FILENO);
-    execvp(argv[0], argv.data());
-    _exit(127);
-}
-
-int status_of(int waitStatus)
-{
-    return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 256 + WTERMSIG(waitStatus);
-}
-
-bool broker_answers()
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    memcpy(address.sun_path, socketPath, sizeof socketPath);
-    int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    bool answers = connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
-    close(fd);
-    return answers;
-}
 
 std::string bytes_of(blob_attr *attribute)
 {
@@ -63,84 +18,61 @@ std::string bytes_of(blob_attr *attribute)
     return { data, static_cast<size_t>(blobmsg_data_len(attribute)) };
 }
 
-void read_reply(ubus_request *request, int, blob_attr *message)
+void read_reply(ubus_request *request, int, blob_attr *msg)
 {
     auto *answer = static_cast<Answer *>(request->priv);
-    blob_attr *field;
+    blob_attr *part;
     size_t rest;
-    blobmsg_for_each_attr(field, message, rest)
+    blobmsg_for_each_attr(part, msg, rest)
     {
-        if (answer->fields == 0 && strcmp(blobmsg_name(field), "return") == 0)
-            answer->result = static_cast<int>(blobmsg_get_u32(field));
+        if (answer->fields == 0 && strcmp(blobmsg_name(part), "return") == 0)
+            answer->result = static_cast<int>(blobmsg_get_u32(part));
         if (answer->fields == 1) {
-            answer->key = blobmsg_name(field);
-            answer->record = bytes_of(field);
+            answer->key = blobmsg_name(part);
+            answer->record = bytes_of(part);
         }
         answer->fields++;
     }
 }
 
-void note_signal(ubus_context *, ubus_event_handler *handler, const char *name, blob_attr *message)
+void note_signal(ubus_context *, ubus_event_handler *handler, const char *name, blob_attr *msg)
 {
     auto *bus = reinterpret_cast<Bus *>(handler);
     Signal signal = { name, "" };
-    blob_attr *field;
-    size_t rest;
-    blobmsg_for_each_attr(field, message, rest)
-    {
-        if (strcmp(blobmsg_name(field), "payload") == 0)
-            signal.payload = bytes_of(field);
-    }
+    static const blobmsg_policy policy = { "payload", BLOBMSG_TYPE_UNSPEC };
+    blob_attr *part;
+    blobmsg_parse(&policy, 1, &part, blob_data(msg), static_cast<unsigned>(blob_len(msg)));
+    if (part)
+        signal.payload = bytes_of(part);
     bus->signals.push_back(signal);
 }
 
 } // namespace
 
-Child &Child::operator=(Child &&other) noexcept
+Child::Child(const std::string &program, const std::vector<std::string> &arguments)
 {
-    kill();
-    pid = std::exchange(other.pid, -1);
-    outPath = std::move(other.outPath);
-    errPath = std::move(other.errPath);
-    return *this;
-}
-
-void Child::kill()
-{
-    if (pid <= 0)
-        return;
-    ::kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
-    pid = -1;
-}
-
-std::string Child::out() const
-{
-    return read_file(outPath);
-}
-std::string Child::err() const
-{
-    return read_file(errPath);
-}
-
-Child start(const std::string &program, const std::vector<std::string> &arguments)
-{
+    static int serial;
+    base = "/tmp/output/" + program + "." + std::to_string(serial++);
     std::vector<std::string> words = { VESK_BUILD_DIR "/" + program };
     if (*VESK_EMULATOR)
         words.insert(words.begin(), VESK_EMULATOR);
     words.insert(words.end(), arguments.begin(), arguments.end());
+    std::vector<char *> argv;
+    for (std::string &word : words)
+        argv.push_back(word.data());
+    argv.push_back(nullptr);
+    pid = in_child([&] {
+        signal(SIGPIPE, SIG_DFL); // the tests' own bus library ignores it
+        if (freopen((base + ".out").c_str(), "w", stdout) && freopen((base + ".err").c_str(), "w", stderr))
+            execvp(argv[0], argv.data());
+    });
+}
 
-    Child child;
-    std::string base = "/tmp/output/" + program + "." + std::to_string(serial++);
-    child.outPath = base + ".out";
-    child.errPath = base + ".err";
-    int out = open_output(child.outPath), err = open_output(child.errPath);
-    child.pid = fork();
-    if (child.pid == 0)
-        become(words, out, err);
-    close(out);
-    close(err);
-    return child;
+Child &Child::operator=(Child &&other) noexcept
+{
+    std::swap(pid, other.pid);
+    std::swap(base, other.base);
+    return *this;
 }
 
 int finish(Child &child, std::chrono::milliseconds span)
@@ -149,7 +81,7 @@ int finish(Child &child, std::chrono::milliseconds span)
     if (!eventually(span, [&] { return waitpid(child.pid, &waitStatus, WNOHANG) == child.pid; }))
         return -1;
     child.pid = -1;
-    return status_of(waitStatus);
+    return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 256 + WTERMSIG(waitStatus);
 }
 
 bool runs(const Child &child)
@@ -159,20 +91,9 @@ bool runs(const Child &child)
 
 Outcome veskctl(const std::vector<std::string> &arguments)
 {
-    Child child = start("veskctl", arguments);
+    Child child("veskctl", arguments);
     int status = finish(child, PATIENCE);
     return { status, child.out(), child.err() };
-}
-
-bool eventually(std::chrono::milliseconds span, const std::function<bool()> &question)
-{
-    auto deadline = std::chrono::steady_clock::now() + span;
-    while (!question()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        usleep(20000);
-    }
-    return true;
 }
 
 std::string read_file(const std::string &path)
@@ -187,32 +108,11 @@ void write_file(const std::string &path, const std::string &text)
     std::ofstream(path, std::ios::binary) << text;
 }
 
-bool exists(const std::string &path)
-{
-    return access(path.c_str(), F_OK) == 0;
-}
-
-bool contains(const std::string &text, const std::string &part)
-{
-    return text.find(part) != std::string::npos;
-}
-
-Bus::Bus() : ctx(ubus_connect(socketPath))
+Bus::Bus() : ctx(ubus_connect(busSocket.c_str()))
 {
     listener.cb = note_signal;
     if (ctx)
         ubus_register_event_handler(ctx, &listener, "tamlo.pelk.vesk.vesk*");
-}
-
-Bus::~Bus()
-{
-    if (ctx)
-        ubus_free(ctx);
-}
-
-int Bus::lookup(uint32_t *id, const char *object)
-{
-    return ctx ? ubus_lookup_id(ctx, object, id) : -1;
 }
 
 Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill)
@@ -233,12 +133,12 @@ Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill
 
 int Bus::send(const char *name, const std::string &payload)
 {
-    blob_buf message = {};
-    blob_buf_init(&message, 0);
-    blobmsg_add_field(&message, BLOBMSG_TYPE_UNSPEC, "payload", payload.data(),
+    blob_buf content = {};
+    blob_buf_init(&content, 0);
+    blobmsg_add_field(&content, BLOBMSG_TYPE_UNSPEC, "payload", payload.data(),
                       static_cast<unsigned>(payload.size()));
-    int status = ubus_send_event(ctx, name, message.head);
-    blob_buf_free(&message);
+    int status = ubus_send_event(ctx, name, content.head);
+    blob_buf_free(&content);
     return status;
 }
 
@@ -248,15 +148,6 @@ bool Bus::listen(std::chrono::milliseconds span, const std::function<bool()> &qu
         ubus_handle_event(ctx);
         return question();
     });
-}
-
-const Signal *Bus::find(const std::string &name) const
-{
-    for (const Signal &signal : signals) {
-        if (signal.name == name)
-            return &signal;
-    }
-    return nullptr;
 }
 
 void System::SetUp()
@@ -272,13 +163,13 @@ void System::SetUp()
 
 void System::startBroker()
 {
-    broker = start("vesk-busd");
-    ASSERT_TRUE(eventually(PATIENCE, broker_answers)) << broker.err();
+    broker = Child("vesk-busd");
+    ASSERT_TRUE(eventually(PATIENCE, [] { return close(connect_to(busSocket)) == 0; })) << broker.err();
 }
 
 void System::startDaemon()
 {
-    daemon = start("vesk");
+    daemon = Child("vesk");
     ASSERT_TRUE(eventually(PATIENCE, on_the_bus)) << daemon.err() << read_file("/tmp/vesk.log");
 }
 

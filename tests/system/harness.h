@@ -5,35 +5,36 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <functional>
-#include <string>
-#include <vector>
+#include <algorithm>
 
-#include "foundation/ubus_headers.h"
+#include "tests/bus/harness.h"
 
-using namespace std::chrono_literals;
+// For what has to happen but has no limit of its own; a loaded machine is slow.
+inline constexpr auto PATIENCE = 15s;
+inline const std::string busSocket = "/var/run/ubus.sock";
 
-inline constexpr auto PATIENCE =
-    15s; // for what has to happen but has no limit of its own; a loaded machine is slow
+std::string read_file(const std::string &path);
+void write_file(const std::string &path, const std::string &text);
+inline const auto exists = [](const char *path) { return access(path, F_OK) == 0; };
+inline const auto contains = [](const std::string &text, const std::string &part) {
+    return text.find(part) != std::string::npos;
+};
 
-/** A child process with its output in files; killed and reaped when it goes out of scope. */
+/** A program of the build with its output in files; killed and reaped when it goes out of scope. */
 struct Child {
     pid_t pid = -1;
-    std::string outPath, errPath;
+    std::string base; // of the files' names
 
     Child() = default;
-    Child(Child &&other) noexcept { *this = std::move(other); }
+    explicit Child(const std::string &program, const std::vector<std::string> &arguments = {});
     Child &operator=(Child &&other) noexcept;
     ~Child() { kill(); }
 
-    void kill();
-    std::string out() const;
-    std::string err() const;
+    void kill() { end_child(std::exchange(pid, -1)); }
+    std::string out() const { return read_file(base + ".out"); }
+    std::string err() const { return read_file(base + ".err"); }
 };
 
-/** Starts a program of the build ("vesk") with arguments. */
-Child start(const std::string &program, const std::vector<std::string> &arguments = {});
 /** Exit status within the span; 256 + number if a signal ended it; -1 if it still runs (and goes on running).
  */
 int finish(Child &child, std::chrono::milliseconds span);
@@ -46,25 +47,15 @@ struct Outcome {
 };
 Outcome veskctl(const std::vector<std::string> &arguments);
 
-/** Asks every 20 ms until the answer is yes; false when the span is over. */
-bool eventually(std::chrono::milliseconds span, const std::function<bool()> &question);
-
-std::string read_file(const std::string &path);
-void write_file(const std::string &path, const std::string &text);
-bool exists(const std::string &path);
-bool contains(const std::string &text, const std::string &part);
-
 struct Signal {
-    std::string name; // full name
-    std::string payload;
+    std::string name, payload; // full name
 };
 
 struct Answer {
-    int status = -1;    // of the call, as the bus library gives it
-    int fields = 0;     // in the reply
-    int result = 0;     // field `return`, which has to come first
-    std::string key;    // of the second field
-    std::string record; // its bytes
+    int status = -1;         // of the call, as the bus library gives it
+    int fields = 0;          // in the reply
+    int result = 0;          // field `return`, which has to come first
+    std::string key, record; // the second field and its bytes
 };
 
 /** A client of its own on the bus: calls, sent events and received signals. */
@@ -74,12 +65,12 @@ struct Bus {
     std::vector<Signal> signals;
 
     Bus();
-    ~Bus();
+    ~Bus() { ctx ? ubus_free(ctx) : void(); }
     Bus(const Bus &) = delete;
     Bus &operator=(const Bus &) = delete;
 
     /** 0 and the id if the object is on the bus. */
-    int lookup(uint32_t *id, const char *object = "tamlo.pelk.vesk");
+    int lookup(uint32_t *id) { return ctx ? ubus_lookup_id(ctx, "tamlo.pelk.vesk", id) : -1; }
     /** `fill` adds the arguments. */
     Answer call(const char *method, const std::function<void(blob_buf *)> &fill = {});
     /** Sends an event with the bytes as field `payload`, as the bus client library does. */
@@ -87,7 +78,15 @@ struct Bus {
     /** Collects signals of the daemon until the question is answered with yes. */
     bool listen(std::chrono::milliseconds span, const std::function<bool()> &question);
     /** The first signal of this name that has come; null if none has. */
-    const Signal *find(const std::string &name) const;
+    const Signal *find(const std::string &name) const
+    {
+        const auto found = std::ranges::find(signals, name, &Signal::name);
+        return found == signals.end() ? nullptr : &*found;
+    }
+    bool hears(const char *name)
+    {
+        return listen(PATIENCE, [=, this] { return find(name); });
+    }
 };
 
 /** Fixture: broker and daemon, each started by the test when its time has come. */

@@ -1,6 +1,8 @@
 // A bus call as a client makes it, and expected records put together byte by byte.
 #pragma once
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 #include "bus/stub.h"
@@ -11,29 +13,32 @@ struct Bytes {
     std::vector<uint8_t> data;
 
     explicit Bytes(size_t size) : data(size) {}
-    Bytes &put(size_t at, const void *from, size_t n)
-    {
+    Bytes &put(size_t at, const void *from, size_t n) {
         EXPECT_LE(at + n, data.size());
         memcpy(data.data() + at, from, n);
         return *this;
     }
-    Bytes &u8(size_t at, int v) { return num<uint8_t>(at, v); }
-    Bytes &u16(size_t at, int v) { return num<uint16_t>(at, v); }
-    Bytes &i32(size_t at, int64_t v) { return num<int32_t>(at, v); }
+    /** Values one behind the other. */
+    template <class T, class... V>
+    Bytes &row(size_t at, V... values) {
+        const T list[] = { static_cast<T>(values)... };
+        return put(at, list, sizeof list);
+    }
+    // clang-format off
+    template <class... V> Bytes &u8(size_t at, V... values) { return row<uint8_t>(at, values...); }
+    template <class... V> Bytes &u16(size_t at, V... values) { return row<uint16_t>(at, values...); }
+    template <class... V> Bytes &i32(size_t at, V... values) { return row<int32_t>(at, values...); }
+    // clang-format on
     Bytes &u64(size_t at, uint64_t v) { return put(at, &v, 8); }
     Bytes &f32(size_t at, float v) { return put(at, &v, 4); }
     Bytes &f64(size_t at, double v) { return put(at, &v, 8); }
-    Bytes &text(size_t at, const char *s) { return put(at, s, strlen(s)); }
-    Bytes &mac(size_t at, int last) // 02:00:00:00:00:LAST
-    {
-        return u8(at, 2).u8(at + 5, last);
-    }
-
-    template <class T>
-    Bytes &num(size_t at, int64_t v)
-    {
-        T t = static_cast<T>(v);
-        return put(at, &t, sizeof t);
+    Bytes &text(size_t at, const std::string &s) { return put(at, s.data(), s.size()); }
+    Bytes &mac(size_t at, int last) { return u8(at, 2).u8(at + 5, last); } // 02:00:00:00:00:LAST
+    /** So many bytes that count up. */
+    Bytes &count(size_t at, int first, int n) {
+        for (size_t i = 0; i < static_cast<size_t>(n); i++)
+            data.at(at + i) = static_cast<uint8_t>(first + static_cast<int>(i));
+        return *this;
     }
 };
 
@@ -44,21 +49,15 @@ struct Args {
     Args() { blob_buf_init(&buf, 0); }
     Args(const Args &) = delete;
     ~Args() { blob_buf_free(&buf); }
-    Args &i32(const char *name, int v)
+    // clang-format off
+    Args &i32(const char *name, int v) { return blobmsg_add_u32(&buf, name, static_cast<uint32_t>(v)), *this; }
+    Args &text(const char *name, const char *v) { return blobmsg_add_string(&buf, name, v), *this; }
+    Args &record(const char *name, const Bytes &v)
     {
-        blobmsg_add_u32(&buf, name, static_cast<uint32_t>(v));
+        blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, name, v.data.data(), static_cast<unsigned>(v.data.size()));
         return *this;
     }
-    Args &text(const char *name, const char *v)
-    {
-        blobmsg_add_string(&buf, name, v);
-        return *this;
-    }
-    Args &record(const char *name, const std::vector<uint8_t> &v)
-    {
-        blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, name, v.data(), static_cast<unsigned>(v.size()));
-        return *this;
-    }
+    // clang-format on
 };
 
 struct BusReply {
@@ -70,24 +69,20 @@ struct BusReply {
     std::vector<uint8_t> result;
 };
 
-inline BusReply bus_call(const char *method, Args &args)
-{
+inline BusReply bus_call(const char *method, const Args &args = Args()) {
     BusReply reply;
     ubus_request_data req = {};
     const size_t before = fakeBus.replies.size();
-    reply.dispatch =
-        onTamloPelkVeskDispatch(nullptr, TamloPelkVesk_object_get(), &req, method, args.buf.head);
+    reply.dispatch = onTamloPelkVeskDispatch(nullptr, TamloPelkVesk_object_get(), &req, method, args.buf.head);
     reply.sent = fakeBus.replies.size() > before;
-    if (!reply.sent)
-        return reply;
-    std::vector<uint8_t> &raw = fakeBus.replies.back();
+    if (!reply.sent) return reply;
+    const std::vector<uint8_t> &raw = fakeBus.replies.back();
     blob_buf copy = {};
     blob_buf_init(&copy, 0);
     blob_put_raw(&copy, raw.data(), static_cast<unsigned>(raw.size()));
     blob_attr *attr;
     size_t rem;
-    blobmsg_for_each_attr(attr, copy.head, rem)
-    {
+    blobmsg_for_each_attr(attr, copy.head, rem) {
         reply.fields.push_back(blobmsg_name(attr));
         const auto *data = static_cast<const uint8_t *>(blobmsg_data(attr));
         if (reply.fields.size() == 1) {
@@ -101,20 +96,10 @@ inline BusReply bus_call(const char *method, Args &args)
     return reply;
 }
 
-inline BusReply bus_call(const char *method)
-{
-    Args none;
-    return bus_call(method, none);
-}
-
-/** Bytes that differ, for a readable failure. */
-inline std::string first_difference(const std::vector<uint8_t> &got, const std::vector<uint8_t> &want)
-{
-    if (got.size() != want.size())
-        return "size " + std::to_string(got.size()) + " instead of " + std::to_string(want.size());
-    for (size_t i = 0; i < got.size(); i++)
-        if (got[i] != want[i])
-            return "offset " + std::to_string(i) + ": " + std::to_string(got[i]) + " instead of " +
-                   std::to_string(want[i]);
-    return "";
+/** A record's first differing byte, for a readable failure. */
+inline std::string first_difference(const std::vector<uint8_t> &got, const Bytes &want) {
+    const auto [is, should] = std::mismatch(got.begin(), got.end(), want.data.begin(), want.data.end());
+    if (is == got.end() && should == want.data.end()) return "";
+    return "offset " + std::to_string(is - got.begin()) + " of " + std::to_string(got.size()) + ", not " +
+           std::to_string(want.data.size());
 }

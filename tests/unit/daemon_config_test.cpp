@@ -3,16 +3,13 @@
 
 #include <cstdlib>
 
-#include <gtest/gtest.h>
-
 #include "source/vesk_main/records.h"
-#include "tests/fakes/fakes.h"
-#include "tests/unit/test_files.h"
+#include "tests/unit/common.h"
 
-namespace
-{
+namespace {
 const char conf[] = "/configs/vesk/vesk.conf";
 
+// clang-format off
 /** Everything that the file sets: "on1 onCfg0 first15 ...". */
 std::string settings()
 {
@@ -21,16 +18,13 @@ std::string settings()
     const VeskStaInfo &sta = *vesk_get_sta_info();
     const VeskInfo &vesk = *vesk_get_vesk_info();
     char text[512];
-    int used =
-        snprintf(text, sizeof text, "on%d onCfg%d first%d level%d sink%d intf%d every%d trigger%d stat%d/%d ",
-                 scan.scanEnable, scan.scanEnableCfg, scan.firstScanItv, vesk.logLevel,
-                 vesk.logFile == stderr, radio.intfPollEnable, radio.intfPollItv, radio.intfTriggerItv,
-                 radio.isIntfStatEnabled, radio.intfStatItv);
-    used += snprintf(text + used, sizeof text - 100, "sta%d/%d/%d ch%d/%d", sta.isStaPollEnabled, sta.timeItv,
-                     sta.threshold, vesk.chChange.chEventEnable, vesk.chChange.timeItv);
-    for (const VeskScanCfg &cfg : scan.scanCfg)
-        used += snprintf(text + used, 100, " %d:%d-%d/%d/%d/%d", cfg.scanItv, cfg.dwellMin, cfg.dwellMax,
-                         cfg.txThd, cfg.rxThd, cfg.noiseEval);
+    int used = snprintf(text, sizeof text,
+        "on%d onCfg%d first%d level%d sink%d intf%d every%d trigger%d stat%d/%d sta%d/%d/%d ch%d/%d", scan.scanEnable,
+        scan.scanEnableCfg, scan.firstScanItv, vesk.logLevel, vesk.logFile == stderr, radio.intfPollEnable, radio.intfPollItv,
+        radio.intfTriggerItv, radio.isIntfStatEnabled, radio.intfStatItv, sta.isStaPollEnabled, sta.timeItv, sta.threshold,
+        vesk.chChange.chEventEnable, vesk.chChange.timeItv);
+    for (const VeskScanCfg &c : scan.scanCfg)
+        used += snprintf(text + used, 100, " %d:%d-%d/%d/%d/%d", c.scanItv, c.dwellMin, c.dwellMax, c.txThd, c.rxThd, c.noiseEval);
     return text;
 }
 
@@ -46,16 +40,13 @@ void load(bool debug, const char *text)
     vesk_load_cfg();
 }
 
-const std::string byDefault =
-    "on1 onCfg0 first15 level6 sink0 intf1 every30 trigger3 stat1/30 sta1/10/75 ch1/5 "
+const std::string byDefault = "on1 onCfg0 first15 level6 sink0 intf1 every30 trigger3 stat1/30 sta1/10/75 ch1/5 "
     "30:55-70/50/50/5 30:55-70/50/50/5";
-const std::string builtIn =
-    "on1 onCfg1 first10 level6 sink0 intf0 every30 trigger3 stat1/29 sta1/13/80 ch1/5 "
+const std::string builtIn = "on1 onCfg1 first10 level6 sink0 intf0 every30 trigger3 stat1/29 sta1/13/80 ch1/5 "
     "60:55-150/10/10/5 60:55-150/10/10/5";
 // Lines of a file, and the part of the settings that they change from its default; "": none.
-// clang-format off
 const char *const keys[][3] = {
-    { "VESK_SCAN_24G_INTERVAL=5", " 30:55-70/50/50/5 ", " 5:55-70/50/50/5 " }, { "VESK_SCAN_24G_INTERVAL=4", "", "" },
+    { "VESK_SCAN_24G_INTERVAL=5", " 30:55-70/50/50/5 ", " 5:55-70/50/50/5 " }, { "VESK_SCAN_24G_INTERVAL=4294967296", "", "" },
     { "VESK_SCAN_24G_DWELL_MIN=1000", " 30:55-", " 30:1000-" }, { "VESK_SCAN_24G_DWELL_MIN=1001", "", "" },
     { "VESK_SCAN_24G_DWELL_MAX=55", "-70", "-55" }, { "VESK_SCAN_24G_DWELL_MAX=54", "", "" },
     { "VESK_SCAN_24G_TX_THRESHOLD=100", "-70/50", "-70/100" }, { "VESK_SCAN_24G_TX_THRESHOLD=101", "", "" },
@@ -76,8 +67,7 @@ const char *const keys[][3] = {
 };
 // clang-format on
 
-TEST(DaemonConfig, EachKeyHasADefaultARangeAndAFallback)
-{
+TEST(DaemonConfig, EachKeyHasADefaultARangeAndAFallback) {
     for (const auto &[lines, before, after] : keys) {
         SCOPED_TRACE(lines);
         load(true, lines);
@@ -87,28 +77,11 @@ TEST(DaemonConfig, EachKeyHasADefaultARangeAndAFallback)
     EXPECT_EQ(fakeDevice.count("rilk_update_debuglevel"), 0);
     load(true, "\nVESK_SCAN_CONFIG=1\nwhat\nVESK_RILK_LOG_LEVEL=8\n");
     EXPECT_EQ(fakeDevice.calls("rilk_update_debuglevel").at(0).args, "3");
-    int added = 0; // once for each line outside the scan group
-    for (const FakeLogLine &line : fake_log_lines())
-        added += line.message == " Add your configure\n";
-    EXPECT_EQ(added, 3);
+    EXPECT_EQ(std::ranges::count(messages(), " Add your configure\n"),
+              3); // for each line outside the scan group
 }
 
-TEST(DaemonConfig, ReadsAValueAndNamesAKey)
-{
-    const char *const lines[] = { nullptr,        "K",        "K=",     "K=\n", "K=101",  "K=-1",
-                                  "K=4294967296", "K==5=6\n", "K= 7\n", "K=x",  "K= \n9", "K=100" };
-    std::vector<int> values;
-    for (const char *line : lines)
-        values.push_back(vesk_cfg_get_int(line, 40, 0, 100));
-    EXPECT_EQ(values, (std::vector<int>{ 40, 40, 40, 40, 40, 40, 40, 5, 7, 0, 0, 100 }));
-    EXPECT_STREQ(vesk_cfg_scan_key(2, "RX_THD"), "VESK_SCAN_5GH_RX_THRESHOLD");
-    EXPECT_STREQ(vesk_cfg_scan_key(3, "DWELL_MAX, DWELL_MIN"), "VESK_SCAN_5GA_DWELL_MIN");
-    EXPECT_STREQ(vesk_cfg_scan_key(0, "TX_THRESHOLD"), "VESK_SCAN_INVALID_KEY");
-    EXPECT_STREQ(vesk_cfg_scan_key(-1, "INTERVAL"), vesk_cfg_scan_key(4, "INTERVAL"));
-}
-
-TEST(DaemonConfig, TheFileIsReplacedOutsideDebugMode)
-{
+TEST(DaemonConfig, TheFileIsReplacedOutsideDebugMode) {
     for (const bool debug : { false, true })
         for (const char *text : { static_cast<const char *>(nullptr), "edited=1\n" }) {
             load(debug, text);
@@ -116,8 +89,7 @@ TEST(DaemonConfig, TheFileIsReplacedOutsideDebugMode)
             EXPECT_EQ(file_text(conf).size(), debug && text ? 9 : 1054);
         }
     fakeLibc.runSystem = false;
-    remove(conf);
-    vesk_load_cfg();
+    remove(conf), vesk_load_cfg();
     EXPECT_TRUE(fake_logged("INFO", " Open vesk configure file [/configs/vesk/vesk.conf] failed\n"));
     EXPECT_EQ(fake_log_lines().back().function, "vesk_load_platform_config"); // the last act on every path
 }

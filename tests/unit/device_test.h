@@ -1,32 +1,21 @@
 // What the tests of the device model share: fresh fakes and records, and a model that has been filled once.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "source/vesk_interface/inventory.h"
 #include "source/vesk_interface/vesk_interface.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
-#include "tests/fakes/fakes.h"
+#include "tests/unit/common.h"
 
 struct DeviceTest : testing::Test {
     VeskRadioInfo *radio = vesk_get_radio_info();
     VeskVapInfo *vap = vesk_get_vap_info();
     VeskOffScanCfg *scan = vesk_get_scan_info();
-    void SetUp() override
-    {
-        fake_reset();
-        fake_load_product();
+    void SetUp() override {
+        fake_reset(), fake_load_product();
         fakeLibc.runSystem = false;
-        vesk_forget_radios();
-        vesk_forget_vaps();
-        vesk_forget_poll_counts();
+        vesk_forget_radios(), vesk_forget_vaps(), vesk_forget_poll_counts();
     }
-    static void fill()
-    {
-        vesk_update_radio_info();
-        vesk_update_vap_info();
-        fakeDevice.log.clear();
-    }
+    static void fill() { vesk_update_radio_info(), vesk_update_vap_info(), fakeDevice.log.clear(); }
     VeskVapInfo &vap_of(const char *name) { return vap[vesk_getVapIdxByName(name)]; }
 };

@@ -3,7 +3,6 @@
 #include "tests/unit/daemon_fixture.h"
 
 #include <filesystem>
-#include <sstream>
 
 #include <malloc.h>
 #include <sys/socket.h>
@@ -12,26 +11,18 @@
 #include "foundation/kvhmgr.h"
 #include "include/vesk_event.h"
 
-namespace
-{
+namespace {
 struct Footprint {
     size_t heap; // bytes; always 0 under the address sanitizer, which looks for leaks by itself
-    std::string counts;
+    std::vector<int64_t> counts;
 };
 
-void drop_records()
-{
-    fakeDevice.log.clear();
-    fakeBus.signals.clear();
-    fakeBus.replies.clear();
-    fakeLibc.sleepsUs.clear();
-    fakeLibc.popens.clear();
-    fakeLibc.systems.clear();
-    fake_clear_log();
+void drop_records() {
+    fakeDevice.log.clear(), fakeBus.signals.clear(), fakeBus.replies.clear(), fake_clear_log();
+    fakeLibc.sleepsUs.clear(), fakeLibc.popens.clear(), fakeLibc.systems.clear();
 }
 
-Footprint footprint()
-{
+Footprint footprint() {
     int timers = 0;
     for (int second = 0; second < 120; second++) { // whole rounds of scans
         fake_advance(1s);
@@ -39,15 +30,12 @@ Footprint footprint()
     }
     drop_records();
     const auto files = std::filesystem::directory_iterator("/proc/self/fd");
-    std::ostringstream counts;
-    counts << "timers " << timers << " and " << csrv_timer_count() << ", stations "
-           << kvhlist_count(&vesk_get_sta_info()->staDb.list) << ", descriptors "
-           << std::distance(begin(files), end(files));
-    return { mallinfo2().uordblks, counts.str() };
+    return { mallinfo2().uordblks, // timers, stations, descriptors
+             { timers, csrv_timer_count(), kvhlist_count(&vesk_get_sta_info()->staDb.list),
+               std::distance(begin(files), end(files)) } };
 }
 
-void expect_no_growth_since(const Footprint &before)
-{
+void expect_no_growth_since(const Footprint &before) {
     const Footprint now = footprint();
     EXPECT_EQ(now.counts, before.counts);
     EXPECT_LT(now.heap, before.heap + 4096); // what the allocator keeps at hand counts as used, too
@@ -56,56 +44,42 @@ void expect_no_growth_since(const Footprint &before)
 struct Endurance : DaemonTest {
     int sender = -1;
 
-    void SetUp() override
-    {
+    void SetUp() override {
         begin_anew();
         int pair[2]; // in the place of the daemon's socket
         ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, pair), 0);
-        dup2(pair[0], fakeLoop.fds.at(0)->fd);
-        close(pair[0]);
+        dup2(pair[0], fakeLoop.fds.at(0)->fd), close(pair[0]);
         sender = pair[1];
         fakeLibc.popenFails = fakeLibc.statFails = true; // system calls would be most of the time
     }
     /** With the pollers as the built-in configuration has them. */
-    static void begin_anew()
-    {
+    static void begin_anew() {
         reset();
-        put_file("/configs/vesk/vesk.conf",
-                 "VESK_SCAN_24G_INTERVAL=60\nVESK_SCAN_CONFIG=1\nVESK_LOG_LEVEL=0\n"
-                 "VESK_UPDATE_INTF_ENABLE=0\nVESK_UPDATE_INTF_STAT_INTERVAL=29\n"
-                 "VESK_UPDATE_CLIENTS_INTERVAL=13\nVESK_CH_CHANGE_INTERVAL=5\n");
+        put_file("/configs/vesk/vesk.conf", "VESK_SCAN_24G_INTERVAL=60\nVESK_SCAN_CONFIG=1\nVESK_LOG_LEVEL=0\n"
+                                            "VESK_UPDATE_INTF_ENABLE=0\nVESK_UPDATE_INTF_STAT_INTERVAL=29\n"
+                                            "VESK_UPDATE_CLIENTS_INTERVAL=13\nVESK_CH_CHANGE_INTERVAL=5\n");
         start();
     }
-    void TearDown() override
-    {
-        close(sender);
-        DaemonTest::TearDown();
-    }
-    void send_event(uint32_t id, uint32_t station, size_t size)
-    {
+    void TearDown() override { close(sender), DaemonTest::TearDown(); }
+    void send_event(uint32_t id, uint32_t station, size_t size) {
         Bytes bytes(41 + size);
-        bytes.put(0, &id, 4).text(4, "ath10").u8(41 + 16, 2).put(41 + 18, &station, 4);
-        ASSERT_EQ(send(sender, bytes.data.data(), bytes.data.size(), 0),
-                  static_cast<long>(bytes.data.size()));
+        bytes.i32(0, id).text(4, "ath10").u8(41 + 16, 2).i32(41 + 18, station);
+        ASSERT_GT(send(sender, bytes.data.data(), bytes.data.size(), 0), 0);
         fakeLoop.fds[0]->cb(fakeLoop.fds[0], ULOOP_READ);
     }
-    /** As many stations join and leave, in groups spread over the span; for 10 s each group is on the device.
-     */
-    void live(std::chrono::milliseconds span, uint32_t joins)
-    {
+    /** As many stations join and leave, in groups spread over the span; each is on the device for 10 s. */
+    void live(std::chrono::milliseconds span, uint32_t joins) {
         constexpr uint32_t group = 50;
         std::vector<FakeStation> &stations = fakeDevice.vap("ath10")->stations;
         for (uint32_t first = 0; first < joins; first += group) {
             for (uint32_t i = first; i < first + group; i++) {
-                fakeDevice.addStation("ath10",
-                                      { 2, 0, 0, 1, static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i) });
+                fakeDevice.addStation("ath10", { 2, 0, 0, 1, uint8_t(i >> 8), uint8_t(i) });
                 send_event(VESK_EVENT_CLIENT_JOIN, i, 621);
             }
             fake_advance(10s);
             ASSERT_EQ(kvhlist_count(&vesk_get_sta_info()->staDb.list), 1 + static_cast<int>(group));
             stations.clear();
-            for (uint32_t i = first; i < first + group; i++)
-                send_event(VESK_EVENT_CLIENT_LEAVE, i, 22);
+            for (uint32_t i = first; i < first + group; i++) send_event(VESK_EVENT_CLIENT_LEAVE, i, 22);
             ASSERT_EQ(fakeBus.signals.size(), 2 * group);
             fake_advance(span / (joins / group) - 10s);
             drop_records();
@@ -114,8 +88,7 @@ struct Endurance : DaemonTest {
 };
 } // namespace
 
-TEST_F(Endurance, AWeekLeavesNothingBehind)
-{
+TEST_F(Endurance, AWeekLeavesNothingBehind) {
     live(1h, 500);
     const Footprint before = footprint();
     live(7 * 24h, 100000);
@@ -123,10 +96,8 @@ TEST_F(Endurance, AWeekLeavesNothingBehind)
     EXPECT_EQ(call(vesk_methods[7], 0).result[0], 1); // the station on the backhaul BSS
 }
 
-TEST_F(Endurance, AThousandRefreshesLeaveNothingBehind)
-{
+TEST_F(Endurance, AThousandRefreshesLeaveNothingBehind) {
     const auto refresh = [](int times) {
-        drop_records();
         for (int i = 0; i < times; i++) {
             fakeBus.rows[3].handler("", "", &i, sizeof i); // notifyWlanChange
             fake_advance(4s);
@@ -134,15 +105,13 @@ TEST_F(Endurance, AThousandRefreshesLeaveNothingBehind)
             drop_records();
         }
     };
-    refresh(10);
+    drop_records(), refresh(10);
     const Footprint before = footprint();
     refresh(1000);
     expect_no_growth_since(before);
 }
 
-TEST_F(Endurance, AJumpOfTheWallClockMovesNothingButWallClockTimes)
-{
-    const uint8_t monitored[6] = { 2, 0, 0, 0, 0, 0x99 };
+TEST_F(Endurance, AJumpOfTheWallClockMovesNothingButWallClockTimes) {
     Answers withoutJump;
     for (int days : { 0, 365, -365 }) {
         SCOPED_TRACE(days);
@@ -150,12 +119,10 @@ TEST_F(Endurance, AJumpOfTheWallClockMovesNothingButWallClockTimes)
         call(vesk_methods[20], 0); // setStaMon
         fakeLoop.wallSec += days * 86400;
         fake_advance(50min);
-        EXPECT_GT(fakeDevice.count("rilk_getVapAssocStationNumber"), 200); // the polls went on
-        EXPECT_NE(vesk_sta_mon_get(monitored, 6), nullptr);                // and it isn't an hour yet
+        EXPECT_GT(fakeDevice.count("rilk_getVapAssocStationNumber"), 200);          // the polls went on
+        EXPECT_NE(vesk_sta_mon_get(Bytes(6).mac(0, 0x99).data.data(), 6), nullptr); // and it isn't an hour yet
         const Answers now = answers();
-        if (days == 0)
-            withoutJump = now;
-        else
-            EXPECT_EQ(differing(now, withoutJump), "getOffChannelInfo "); // when a channel was measured
+        if (days == 0) withoutJump = now;
+        EXPECT_EQ(differing(now, withoutJump), days ? "getOffChannelInfo " : ""); // when a channel was measured
     }
 }

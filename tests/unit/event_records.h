@@ -2,57 +2,38 @@
 // bytes.
 #pragma once
 
-#include <algorithm>
 #include <tuple>
 
-#include <gtest/gtest.h>
-
 #include "source/vesk_main/records.h"
-#include "tests/fakes/fakes.h"
+#include "tests/unit/common.h"
 
 using Bytes = std::vector<uint8_t>;
-using Texts = std::vector<std::string>;
 inline const Bytes STA = { 0x02, 0x11, 0x22, 0x33, 0x44, 0x55 };
 #define STA_TEXT "02:11:22:33:44:55"
 
-inline Bytes changed(Bytes body, size_t at, const Bytes &value)
-{
-    for (size_t i = 0; i < value.size(); i++)
-        body.at(at + i) = value[i];
+inline Bytes changed(Bytes body, size_t at, const Bytes &value) {
+    for (size_t i = 0; i < value.size(); i++) body.at(at + i) = value[i];
     return body;
 }
 
-inline Bytes text_field(const std::string &text, size_t size = 16) // zero-filled
-{
+/** Zero-filled. */
+inline Bytes text_field(const std::string &text, size_t size = 16) {
     return changed(Bytes(size), 0, Bytes(text.begin(), text.end()));
 }
 
-inline void fill_event_records()
-{
+inline void fill_event_records() {
     fake_reset();
     VeskVapInfo *vap = vesk_get_vap_info();
-    strcpy(vap[0].ifName, "ath0");
-    strcpy(vap[1].ifName, "ath10");
+    strcpy(vap[0].ifName, "ath0"), strcpy(vap[1].ifName, "ath10"), strcpy(vap[2].ifName, "apcli0");
     strcpy(vap[1].ssid, "home5");
-    strcpy(vap[2].ifName, "apcli0");
-    vap[1].bssid[5] = 0xb1;
-    vap[1].band = 1;
+    vap[1].bssid[5] = 0xb1, vap[1].band = 1, vap[2].vapAttr = 0x80;
     vap[1].actualBand = 0x103; // of it and of the radio's values the low part goes out
-    vap[2].vapAttr = 0x80;
     VeskRadioInfo *radio = &vesk_get_radio_info()[1];
     std::tie(radio->curChannel, radio->curFreq, radio->curBw) = std::tuple(0x124, 0x1143c, 0x102);
 }
 
-inline bool logged(const std::string &function, const char *level, const std::string &message)
-{
-    const auto lines = fake_log_lines();
-    return std::any_of(lines.begin(), lines.end(), [&](const FakeLogLine &line) {
-        return line.function == function && line.level == level && line.message == message;
-    });
-}
-
-inline Texts sent() // "signal bytes" of each
-{
+/** "signal bytes" of each. */
+inline Texts sent() {
     Texts names;
     for (const FakeSignal &s : fakeBus.signals)
         names.push_back(s.name.substr(s.name.rfind('.') + 1) + " " + std::to_string(s.payload.size()));

@@ -4,6 +4,7 @@
 #include "tests/unit/daemon_fixture.h"
 
 #include <filesystem>
+#include <numeric>
 
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -13,85 +14,62 @@
 #include "include/vesk_event.h"
 #include "source/vesk_main/log.h"
 
-namespace
-{
+namespace {
 struct Row {
-    const char *name, *lost, *logged;
+    const char *name, *lost, *logged = "";
 };
 
 struct Faults : DaemonTest {
     Answers usual;
     std::set<std::string> usualErrors;
 
-    void SetUp() override
-    {
-        reset();
-        start();
-        usual = answers();
-        usualErrors = errors();
-        reset();
-    }
+    void SetUp() override { reset(), start(), usual = answers(), usualErrors = errors(), reset(); }
     std::string lost() { return differing(answers(), usual); }
-    std::string logged()
-    {
-        std::string all;
-        for (const std::string &message : errors(usualErrors))
-            all += message;
-        return all;
+    /** What is lost, and the ERROR lines that came of it, with a bar between them. */
+    std::string outcome() {
+        const std::string now = lost(); // asks, which is logged
+        const std::set<std::string> messages = errors(usualErrors);
+        return std::accumulate(messages.begin(), messages.end(), now + "|");
     }
-    void expect_usual_after_restart()
-    {
-        reset();
-        start();
+    template <class T>
+    static T answered(size_t method, int band) {
+        return load_bytes<T>(call(vesk_methods[method], band).result.data());
+    }
+    void expect_usual_after_restart() {
+        reset(), start();
         EXPECT_EQ(lost(), "");
-    }
-    void expect(const Row &row)
-    {
-        SCOPED_TRACE(row.name);
-        const std::string now = lost();
-        EXPECT_EQ(now, row.lost);
-        EXPECT_EQ(logged(), row.logged);
-        expect_usual_after_restart();
     }
 };
 
 // clang-format off
+#define ALL_OF_SCANS "getNeighborAPInfo getOffChannelInfo "
+#define NO_MAC(text) " MAC is zero, " text "\r\n\n"
 // Functions that aren't here fail without a trace in what the daemon answers.
 const Row failingCalls[] = {
-    { "hul_EM_getWorkRole", "getOffChannelInfo ", "" }, // without a role no periodic scan
-    { "hul_getCountryID", "getRadioInfo ", "" },
-    { "hul_getEnabledVapCfg", "getOffChannelInfo getStaInfo getVapInfo ", "" }, // the station counts as fronthaul
-    { "hul_getRadioChannelList", "getNeighborAPInfo getOffChannelInfo getRadioAvaliableChannelList getRadioInfo ", "" },
-    { "hul_getRadioExcludedChannelList", "getRadioAvaliableChannelList ", "" },
-    { "hul_getRadioInfo", "getCurChannelInfo getNeighborAPInfo getOffChannelInfo getRadioInfo getRadioIntfStats "
-      "getScanStatus getStaInfo ", "" }, // the radio counts as switched off
-    { "rilk_addVendorIE", "addVendorIE ", "" },
-    { "rilk_delVendorIE", "delVendorIE ", "" },
+    { "hul_EM_getWorkRole", "getOffChannelInfo " }, { "hul_getCountryID", "getRadioInfo " }, // without a role no periodic scan
+    { "hul_getEnabledVapCfg", "getOffChannelInfo getStaInfo getVapInfo " }, // the station counts as fronthaul
+    { "hul_getRadioChannelList", ALL_OF_SCANS "getRadioAvaliableChannelList getRadioInfo " },
+    { "hul_getRadioExcludedChannelList", "getRadioAvaliableChannelList " },
+    { "hul_getRadioInfo", "getCurChannelInfo " ALL_OF_SCANS "getRadioInfo getRadioIntfStats getScanStatus getStaInfo " }, // down
+    { "rilk_addVendorIE", "addVendorIE " }, { "rilk_delVendorIE", "delVendorIE " }, { "rilk_sendBTMReq", "setBTMRequest " },
+    { "rilk_sendBeaconReq", "setBeaconRequest " }, { "rilk_getCurChannelInfo", "getCurChannelInfo " },
     { "rilk_getChannelNolList", "getNolChannelList ",
       " rilk_getChannelNolList ERROR, band=0\n\n rilk_getChannelNolList ERROR, band=3\n\n" },
-    { "rilk_getCurChannelInfo", "getCurChannelInfo ", "" },
-    { "rilk_getRadioApInterfaceInfo", "getChannel getCurChannelInfo getNeighborAPInfo getNolChannelList "
-      "getOffChannelInfo getRadioApIntfsInfo getRadioInfo getRadioIntfStats getScanStatus getStaInfo getVapInfo "
-      "getVapIntfStats ", "" }, // a radio without names
-    { "rilk_getRadioCurChannel", "getChannel getRadioInfo ", "" },
-    { "rilk_getRadioDynParamters", "getChannel getRadioInfo ", "" },
-    { "rilk_getRadioIfStat", "getRadioIntfStats ", "" },
-    { "rilk_getRadioTxpower", "getRadioInfo ", "" },
-    { "rilk_getScanChannelResult", "getOffChannelInfo ", "" },
-    { "rilk_getScanNeighborApOneChannel", "getNeighborAPInfo ", "" },
-    { "rilk_getVapAssocStationInfo", "getStaInfo ", " MAC is zero, idx=0, vapName=\r\n\n" },
-    { "rilk_getVapAssocStationMac", "getStaInfo ", " MAC is zero, vapIdx=1, vapName=ath1\r\n\n" },
-    { "rilk_getVapAssocStationNumber", "getStaInfo ", "" },
-    { "rilk_getVapBssid", "getRadioInfo getVapInfo ", "" },
-    { "rilk_getVapIfStat", "getVapIntfStats ", "" },
-    { "rilk_getVapSsid", "getVapInfo ", "" },
-    { "rilk_getVapStatus", "getNeighborAPInfo getOffChannelInfo getStaInfo getVapInfo getVapIntfStats ", "" },
-    { "rilk_sendBTMReq", "setBTMRequest ", "" },
-    { "rilk_sendBeaconReq", "setBeaconRequest ", "" },
+    { "rilk_getRadioApInterfaceInfo", // a radio without names
+      "getChannel getCurChannelInfo getNeighborAPInfo getNolChannelList getOffChannelInfo getRadioApIntfsInfo "
+      "getRadioInfo getRadioIntfStats getScanStatus getStaInfo getVapInfo getVapIntfStats " },
+    { "rilk_getRadioCurChannel", "getChannel getRadioInfo " }, { "rilk_getRadioDynParamters", "getChannel getRadioInfo " },
+    { "rilk_getRadioIfStat", "getRadioIntfStats " }, { "rilk_getRadioTxpower", "getRadioInfo " },
+    { "rilk_getScanChannelResult", "getOffChannelInfo " }, { "rilk_getScanNeighborApOneChannel", "getNeighborAPInfo " },
+    { "rilk_getVapAssocStationInfo", "getStaInfo ", NO_MAC("idx=0, vapName=") },
+    { "rilk_getVapAssocStationMac", "getStaInfo ", NO_MAC("vapIdx=1, vapName=ath1") },
+    { "rilk_getVapAssocStationNumber", "getStaInfo " }, { "rilk_getVapBssid", "getRadioInfo getVapInfo " },
+    { "rilk_getVapIfStat", "getVapIntfStats " }, { "rilk_getVapSsid", "getVapInfo " },
+    { "rilk_getVapStatus", ALL_OF_SCANS "getStaInfo getVapInfo getVapIntfStats " },
 };
 
 // What a single allocation that fails on the way up costs: lost | logged.
-#define NO_PRODUCT_FILE "getNeighborAPInfo getOffChannelInfo getRadioCapability getRadioHeCap getRadioHtCap "         \
+#define NO_PRODUCT_FILE ALL_OF_SCANS "getRadioCapability getRadioHeCap getRadioHtCap "         \
     "getRadioInfo getRadioVhtCap getStaInfo getVapInfo getVapIntfStats | Error:num [-1] [min-max) = [0] - [2] is out " \
     "range\n Get vesk config band index failed\n"
 const std::set<std::string> failedAllocations = {
@@ -103,10 +81,7 @@ const std::set<std::string> failedAllocations = {
     "getStaInfo | station store is full, max count is [0]\n",
 };
 
-struct Surroundings {
-    Row row;
-    void (*arrange)();
-};
+struct Surroundings { Row row; void (*arrange)(); };
 int taken; // the socket that holds the event port
 const Surroundings surroundings[] = {
     { { "event port taken", "", " Unable to bind to loopback socket" }, [] {
@@ -120,104 +95,70 @@ const Surroundings surroundings[] = {
         put_file("/configs/vesk", ""); } },
     { { "script of the sibling missing", "", " drelm is not exist, start it\n" }, [] { fakeLibc.runSystem = true; } },
     { { "fork fails", "", "" }, [] { fakeLibc.popenFails = true; } },
-    { { "no thread to be had", "getNeighborAPInfo ", "" }, [] { fakeLibc.createThreadResult = 11; } },
+    { { "no thread to be had", "getNeighborAPInfo " }, [] { fakeLibc.createThreadResult = 11; } },
     { { "no bus", "", "" }, [] { fakeBus.hasContext = false; } },
     { { "disk full", "", "" }, [] { symlink("/dev/full", VESK_LOG_FILE), vesk_init_log(); } },
     { { "log file deleted", "", "" }, [] { vesk_init_log(), unlink(VESK_LOG_FILE); } },
     { { "log file can't be opened", "", "vesk init log error\r\n" }, [] { mkdir(VESK_LOG_FILE, 0755), vesk_init_log(); } },
 };
-// clang-format on
-
-struct Region {
-    const char *name;
-    void *at;
-    size_t size;
-};
-#define REGION(record)                                                                                       \
-    {                                                                                                        \
-#record, static_cast < void *>(&(record)), sizeof(record)                                            \
-    }
+struct Region { const char *name; void *at; size_t size; };
+#define REGION(record) { #record, static_cast<void *>(&(record)), sizeof(record) }
 
 /** Where a library puts its answers: records with counts and texts, and some of their counts alone. */
 std::vector<Region> answered_by_library(FakeRadio &radio, FakeVap &vap)
 {
-    return { REGION(radio.ap),
-             REGION(radio.ap.vapNums),
-             REGION(radio.hul),
-             REGION(radio.dyn),
-             REGION(radio.channel),
-             REGION(radio.cur),
-             REGION(radio.stats),
-             REGION(radio.channels),
-             REGION(radio.channels.chListNums),
-             REGION(radio.excluded),
-             REGION(radio.excluded.chListNums),
-             REGION(radio.nol),
-             REGION(vap.cfg),
-             REGION(vap.status),
-             REGION(vap.stationCount),
-             REGION(fakeDevice.vap("ath1")->stations[0].entry),
-             REGION(fakeDevice.scan[6]),
+    return { REGION(radio.ap), REGION(radio.ap.vapNums), REGION(radio.hul), REGION(radio.dyn), REGION(radio.channel),
+             REGION(radio.cur), REGION(radio.stats), REGION(radio.channels), REGION(radio.channels.chListNums),
+             REGION(radio.excluded), REGION(radio.excluded.chListNums), REGION(radio.nol), REGION(vap.cfg), REGION(vap.status),
+             REGION(vap.stationCount), REGION(fakeDevice.vap("ath1")->stations[0].entry), REGION(fakeDevice.scan[6]),
              REGION(fakeDevice.neighbors[6][0]) };
 }
 
-bool ends(const char *text, size_t size)
-{
-    return strnlen(text, size) < size;
-}
+bool ends(const char *text, size_t size) { return strnlen(text, size) < size; }
+// clang-format on
 } // namespace
 
-TEST_F(Faults, EveryLibraryCallFails)
-{
-    std::map<std::string, Row> rows;
-    for (const Row &row : failingCalls)
-        rows[row.name] = row;
-    std::set<std::string> functions;
-    start();
-    answers();
-    for (const FakeCall &call : fakeDevice.log)
-        functions.insert(call.name);
-    EXPECT_GT(functions.size(), 35u);
-    for (const std::string &function : functions) {
+TEST_F(Faults, EveryLibraryCallFails) {
+    std::map<std::string, std::string> expected; // of every function that the daemon calls
+    start(), answers();
+    for (const FakeCall &call : fakeDevice.log) expected[call.name] = "|";
+    EXPECT_GT(expected.size(), 35u);
+    for (const Row &row : failingCalls) expected[row.name] = std::string(row.lost) + "|" + row.logged;
+    for (const auto &[function, wanted] : expected) {
+        SCOPED_TRACE(function);
         reset();
-        fakeDevice.rc[function] = -1;
-        start();
-        expect(rows.contains(function) ? rows[function] : Row{ function.c_str(), "", "" });
+        fakeDevice.rc[function] = -1, start();
+        EXPECT_EQ(outcome(), wanted);
+        expect_usual_after_restart();
     }
 }
 
-TEST_F(Faults, EveryLibraryCallBlocksForASecond)
-{
+TEST_F(Faults, EveryLibraryCallBlocksForASecond) {
     start();
     const int timers = fakeLoop.pendingTimers();
     reset();
     fakeDevice.onCall = [](const FakeCall &) { fakeLoop.nowMs += 1000; };
-    start();
-    fake_advance(100s);
+    start(), fake_advance(100s);
     EXPECT_EQ(fakeLoop.pendingTimers(), timers); // late, but none is lost
     EXPECT_TRUE(bus_call("getVersionInfo").sent);
 }
 
-TEST_F(Faults, EveryAllocationFails)
-{
+TEST_F(Faults, EveryAllocationFails) {
     std::set<std::string> outcomes;
     for (bool reached = true; reached;) {
         static int n;
         reset();
         fakeLibc.failAlloc = n++;
         start();
-        reached = fakeLibc.failAlloc < 0;
-        fakeLibc.failAlloc = -1;
-        const std::string now = lost();
-        outcomes.insert(now + "|" + logged());
+        reached = std::exchange(fakeLibc.failAlloc, -1) < 0;
+        outcomes.insert(outcome());
     }
     EXPECT_EQ(outcomes, failedAllocations);
     expect_usual_after_restart();
 
-    for (const WireMethod &method : vesk_methods) {
+    for (const WireMethod &method : vesk_methods)
         for (int n = 0; n < 5; n++) {
-            reset();
-            start();
+            reset(), start();
             fakeLibc.failAlloc = n;
             const BusReply reply = call(method, 0);
             fake_advance(5s);
@@ -225,57 +166,47 @@ TEST_F(Faults, EveryAllocationFails)
             EXPECT_TRUE(reply.sent) << method.name;
             EXPECT_EQ(needed, n == 0 && std::string_view(method.name) == "setStaMon") << method.name;
         }
-    }
 }
 
-TEST_F(Faults, LibraryAnswersGarbage)
-{
+TEST_F(Faults, LibraryAnswersGarbage) {
     const size_t regions = answered_by_library(fakeDevice.radio[0], fakeDevice.vaps[0]).size();
     for (size_t i = 0; i < regions * 3; i++) {
         reset();
         SCOPED_TRACE(answered_by_library(fakeDevice.radio[0], fakeDevice.vaps[0])[i / 3].name);
         const int byte = i % 3 == 0 ? 0x7f : i % 3 == 1 ? 0xff : 'x';
-        for (FakeRadio &radio : fakeDevice.radio) {
+        for (FakeRadio &radio : fakeDevice.radio)
             for (FakeVap &vap : fakeDevice.vaps) {
                 const Region region = answered_by_library(radio, vap)[i / 3];
                 memset(region.at, byte, region.size);
                 radio.chip = vap.ssid = fakeDevice.country = std::string(200, 'x'); // never ended
             }
-        }
-        start();
-        answers();
+        start(), answers();
         for (int band : { 0, 3 }) {
-            const auto radio = load_bytes<WireRadioInfo>(call(vesk_methods[2], band).result.data());
-            EXPECT_LE(static_cast<uint32_t>(radio.chListNums), 64u);
+            const auto radio = answered<WireRadioInfo>(2, band);
+            const auto vap = answered<WireVapInfo>(5, band);
             EXPECT_TRUE(ends(radio.radioIfname, 16) && ends(radio.bond, 8) && ends(radio.countryCode, 8) &&
-                        ends(radio.operatingStandards, 32));
-            const auto names = load_bytes<WireApIntfsInfo>(call(vesk_methods[3], band).result.data());
-            EXPECT_LE(static_cast<uint32_t>(names.vapNums), 8u);
-            const auto vap = load_bytes<WireVapInfo>(call(vesk_methods[5], band).result.data());
-            EXPECT_TRUE(ends(vap.ssid, 65) && ends(vap.keyPassphrase, 65));
-            EXPECT_LE(load_bytes<uint32_t>(call(vesk_methods[7], band).result.data()), 256u); // stations
-            EXPECT_LE(call(vesk_methods[26], band).result[0], 59);                            // NOL channels
+                        ends(radio.operatingStandards, 32) && ends(vap.ssid, 65) && ends(vap.keyPassphrase, 65));
+            EXPECT_LE(static_cast<uint32_t>(radio.chListNums), 64u);
+            EXPECT_LE(static_cast<uint32_t>(answered<WireApIntfsInfo>(3, band).vapNums), 8u);
+            EXPECT_LE(answered<uint32_t>(7, band), 256u); // stations
+            EXPECT_LE(answered<uint8_t>(26, band), 59);   // NOL channels
         }
         expect_usual_after_restart();
     }
 }
 
-TEST_F(Faults, Surroundings)
-{
+TEST_F(Faults, Surroundings) {
     for (const auto &[row, arrange] : surroundings) {
         SCOPED_TRACE(row.name);
         reset();
         FILE *const captured = vesk_get_vesk_info()->logFile;
-        arrange();
-        start();
+        arrange(), start();
         EXPECT_EQ(lost(), row.lost);
         EXPECT_NE((fake_log() + fake_stderr()).find(row.logged), std::string::npos);
-        if (vesk_get_vesk_info()->logFile != captured)
-            vesk_log_redirect(nullptr);
+        if (vesk_get_vesk_info()->logFile != captured) vesk_log_redirect(nullptr);
         close(std::exchange(taken, -1));
         remove(VESK_LOG_FILE);
-        if (!std::filesystem::is_directory("/configs/vesk"))
-            remove("/configs/vesk");
+        if (!std::filesystem::is_directory("/configs/vesk")) remove("/configs/vesk");
         expect_usual_after_restart();
     }
 }

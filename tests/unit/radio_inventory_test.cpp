@@ -5,29 +5,20 @@
 
 using RadioInventoryTest = DeviceTest;
 
-TEST_F(RadioInventoryTest, ReadsOnceAndFlagsDifferences)
-{
+TEST_F(RadioInventoryTest, ReadsOnceAndFlagsDifferences) {
     FakeRadio &device = fakeDevice.radio[0];
-    device.chip = std::string(16, 'c');
-    device.ap.vapNums = 9;
+    device.chip = std::string(16, 'c'), device.ap.vapNums = 9;
     vesk_update_radio_info();
-    EXPECT_EQ(strlen(radio[0].chipName), 15u);
-    EXPECT_EQ(radio[0].intfNums, 8);
+    EXPECT_TRUE(strlen(radio[0].chipName) == 15 && radio[0].intfNums == 8);
     EXPECT_EQ(fakeDevice.calls("rilk_getRadioApInterfaceInfo").at(1).args, "1");
     EXPECT_EQ(fakeDevice.calls("hul_getRadioInfo").at(1).args, "3");
     device.channel = 11;
-    const std::tuple<int, float, float, int> rows[] = { // bandwidth, known and present power, flagged
-                                                        { 0, 20.f, 20.f, 0 },
-                                                        { 2, 20.f, 20.f, 1 },
-                                                        { 0, 20.f, 21.f, 1 },
-                                                        { 0, NAN, NAN, 0 },
-                                                        { 0, NAN, 20.f, 1 }
-    };
-    for (const auto &[bw, known, power, flagged] : rows) {
-        device.dyn.bw = bw;
-        device.power = power;
-        radio[0].txPower = known;
-        radio[0].intfPollCtl = 0;
+    using Row = std::tuple<int, float, float, int>; // bandwidth, known and present power; flagged
+    for (const auto &[bw, known, power, flagged] :
+         { Row{ 0, 20.f, 20.f, 0 }, Row{ 2, 20.f, 20.f, 1 }, Row{ 0, 20.f, 21.f, 1 }, Row{ 0, NAN, NAN, 0 },
+           Row{ 0, NAN, 20.f, 1 } }) {
+        device.dyn.bw = bw, device.power = power;
+        radio[0].txPower = known, radio[0].intfPollCtl = 0;
         vesk_update_radio_info();
         EXPECT_EQ(radio[0].intfPollCtl, flagged) << bw << " " << known << " " << power;
         EXPECT_EQ(radio[0].curBw, 0) << "the poller's";
@@ -35,16 +26,13 @@ TEST_F(RadioInventoryTest, ReadsOnceAndFlagsDifferences)
     EXPECT_EQ(radio[0].curChannel, 6);
 }
 
-TEST_F(RadioInventoryTest, StatusChangeMakesScanListsStale)
-{
+TEST_F(RadioInventoryTest, StatusChangeMakesScanListsStale) {
     // later refresh, enabled, driver's status, stale
     const uint8_t rows[][4] = { { 0, 0, 1, 0 }, { 1, 1, 1, 0 }, { 1, 1, 0, 1 }, { 1, 0, 1, 1 } };
     for (const auto &[later, enabled, status, stale] : rows) {
         SetUp();
-        if (later)
-            fill();
-        fakeDevice.radio[1].hul.isEnabled = enabled;
-        fakeDevice.radio[1].status = status;
+        if (later) fill();
+        fakeDevice.radio[1].hul.isEnabled = enabled, fakeDevice.radio[1].status = status;
         vesk_update_radio_info();
         EXPECT_EQ(radio[1].status, enabled && status);
         EXPECT_EQ(scan->needResetScan, stale) << int{ later } << int{ enabled } << int{ status };
@@ -52,21 +40,15 @@ TEST_F(RadioInventoryTest, StatusChangeMakesScanListsStale)
     }
 }
 
-TEST_F(RadioInventoryTest, AvailableListIsTheFullListLessTheExcluded)
-{
-    const std::tuple<int, int, const char *> rows[] = { // counts of the library, which excludes '(' and '0'
-                                                        { 4, 1, "$,0" },
-                                                        { 4, -1, "$(,0" },
-                                                        { 4, 1000, "$," },
-                                                        { 1000, 2, "$," }
-    };
-    for (const auto &[full, excluded, left] : rows) {
+TEST_F(RadioInventoryTest, AvailableListIsTheFullListLessTheExcluded) {
+    using Row = std::tuple<int, int, const char *>; // counts of the library, which excludes '(' and '0'
+    for (const auto &[full, excluded, left] :
+         { Row{ 4, 1, "$,0" }, Row{ 4, -1, "$(,0" }, Row{ 4, 1000, "$," }, Row{ 1000, 2, "$," } }) {
         SetUp();
         fakeDevice.radio[1].channels.chListNums = full;
         fakeDevice.radio[1].excluded = { excluded, { { 40, 0, 0xdead }, { 48, 0, 0xdead } } };
         vesk_update_radio_info();
-        EXPECT_STREQ(reinterpret_cast<const char *>(radio[1].chAttrList.chList), left)
-            << full << " " << excluded;
+        EXPECT_STREQ(reinterpret_cast<const char *>(radio[1].chAttrList.chList), left) << full << " " << excluded;
         EXPECT_EQ(radio[1].chListNums, full == 4 ? 4 : 64);
         EXPECT_EQ(radio[1].chAttrList.chAttr[0], 0x124) << "the full list's";
     }

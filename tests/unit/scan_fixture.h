@@ -5,7 +5,6 @@
 #include "tests/unit/device_test.h"
 
 using Channels = std::vector<uint8_t>;
-using Texts = std::vector<std::string>;
 using Numbers = std::vector<int64_t>;
 
 struct ScanTest : DeviceTest {
@@ -13,40 +12,31 @@ struct ScanTest : DeviceTest {
     void TearDown() override { vesk_destory_scan_info(); }
 
     /** A fresh daemon; also between the rows of a table. */
-    void restart(const Channels &channels0 = { 1, 6, 11 }, const Channels &channels1 = { 36, 40, 44, 48 })
-    {
+    void restart(const Channels &channels0 = { 1, 6, 11 }, const Channels &channels1 = { 36, 40, 44, 48 }) {
         vesk_destory_scan_info();
         DeviceTest::SetUp();
         *vesk_get_scan_state() = {};
-        scan->scanEnable = scan->scanEnableCfg = 1;
-        scan->firstScanItv = 10;
+        scan->scanEnable = scan->scanEnableCfg = 1, scan->firstScanItv = 10;
         for (uint32_t i = 0; i < 2; i++) {
             const Channels &channels = i == 0 ? channels0 : channels1;
             fakeDevice.radio[i].channels.chListNums = static_cast<int32_t>(channels.size());
             std::copy(channels.begin(), channels.end(), fakeDevice.radio[i].channels.chList);
             VeskScanCfg *cfg = scan_cfg(i);
-            cfg->scanItv = 60;
-            cfg->dwellMax = 150;
-            cfg->rxThd = cfg->txThd = 10;
-            cfg->noiseEval = 5;
+            cfg->scanItv = 60, cfg->dwellMax = 150, cfg->rxThd = cfg->txThd = 10, cfg->noiseEval = 5;
         }
         fill();
     }
-    static void set_flags(uint32_t band, uint8_t isFirstScan, uint8_t isScanEnd, int cycScanSend)
-    {
-        scan_cfg(band)->isFirstScan = isFirstScan;
-        scan_cfg(band)->isScanEnd = isScanEnd;
-        scan_cfg(band)->cycScanSend = cycScanSend;
+    static void set_flags(uint32_t band, uint8_t isFirstScan, uint8_t isScanEnd, int cycScanSend) {
+        VeskScanCfg *cfg = scan_cfg(band);
+        cfg->isFirstScan = isFirstScan, cfg->isScanEnd = isScanEnd, cfg->cycScanSend = cycScanSend;
     }
     /** isFirstScan, isScanEnd, cycScanSend, alreadyScanCount. */
-    static Numbers flags(uint32_t band)
-    {
+    static Numbers flags(uint32_t band) {
         const VeskScanCfg *cfg = scan_cfg(band);
         return { cfg->isFirstScan, cfg->isScanEnd, cfg->cycScanSend, cfg->alreadyScanCount };
     }
     /** The library calls since the last time, "name args" each, without the library's name. */
-    static Texts calls()
-    {
+    static Texts calls() {
         Texts found;
         for (const FakeCall &call : std::exchange(fakeDevice.log, {}))
             found.push_back(call.name.substr(call.name.find('_') + 1) + " " + call.args);
@@ -55,10 +45,8 @@ struct ScanTest : DeviceTest {
     static bool logged(const std::string &message) { return fake_logged("", message); }
 };
 
-inline Channels channel_range(int first, int count)
-{
+inline Channels channel_range(int first, int count) {
     Channels channels;
-    for (int i = 0; i < count; i++)
-        channels.push_back(static_cast<uint8_t>(first + i));
+    for (int i = 0; i < count; i++) channels.push_back(static_cast<uint8_t>(first + i));
     return channels;
 }

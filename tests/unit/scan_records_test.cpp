@@ -2,25 +2,21 @@
 
 using ScanRecords = ScanTest;
 
-TEST_F(ScanRecords, InitWithAndWithoutMemory)
-{
+TEST_F(ScanRecords, InitWithAndWithoutMemory) {
     for (int n = 0; n <= 9; n++) { // array, 7 records, table; the tenth doesn't exist
         SCOPED_TRACE(n);
         restart();
-        strcpy(radio[0].chipName, "MTK7592"); // exactly this name
-        strcpy(radio[1].chipName, "MTK7592X");
+        strcpy(radio[0].chipName, "MTK7592"), strcpy(radio[1].chipName, "MTK7592X"); // exactly the first
         fakeLibc.failAlloc = n;
         vesk_init_scan_info();
         fakeLibc.failAlloc = -1;
         EXPECT_EQ(calls(), (Texts{ "initScanChannelList 7", "setMinMaxDwellTime wifi0 0 150",
                                    "setMinMaxDwellTime wifi1 0 150" }));
         EXPECT_EQ(flags(1), (Numbers{ 1, 0, 0, 0 }));
-        EXPECT_EQ((Numbers{ scan_cfg(0)->isSupportScan, scan_cfg(1)->isSupportScan,
-                            scan_cfg(0)->bstaAutoTimer, fakeLoop.due(&scan->scanTimer) }),
-                  (Numbers{ 0, 1, -1, 60000 }));
+        EXPECT_TRUE(scan_cfg(0)->isSupportScan == 0 && scan_cfg(1)->isSupportScan == 1 &&
+                    scan_cfg(0)->bstaAutoTimer == -1);
         EXPECT_EQ(scan->channels == nullptr && scan->neighbors == nullptr, n < 9);
-        EXPECT_EQ(scan->channelNums, n < 9 ? 0 : 7);
-        EXPECT_EQ(vesk_scan_channel_at(7), nullptr);
+        EXPECT_TRUE(scan->channelNums == (n < 9 ? 0 : 7) && !vesk_scan_channel_at(7));
         EXPECT_EQ(fake_logged("ERROR", " channel or neighbor calloc NULL\n"), n < 9);
         vesk_first_scanning(&radio[0].band);
         EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 })); // nothing to wait for
@@ -29,33 +25,21 @@ TEST_F(ScanRecords, InitWithAndWithoutMemory)
     }
 }
 
-TEST_F(ScanRecords, TearDownStopsEverythingAndTwice)
-{
-    VeskScanNeighbor neighbor;
-    memset(&neighbor, 'x', sizeof neighbor); // texts without an end
-    neighbor.ch = neighbor.rssi = 40;
-    fakeDevice.neighbors[40] = { neighbor };
-    vesk_init_scan_info();
-    scan_fetch_neighbors(scan, scan_cfg(1), 40);
-    vesk_print_scan_info();
-    const std::string line = "channelNums=7\r\nj=4, i=0, ch=40, bssid=" + std::string(17, 'x') +
-                             ", ssid=" + std::string(64, 'x') + ", rssi=40\r\n";
-    EXPECT_TRUE(fake_stderr().ends_with(line)) << fake_stderr();
-    vesk_check_all_ready();
-    vesk_start_backhaul_credential_timer();
+TEST_F(ScanRecords, TearDownStopsEverythingAndAutoConnectTheScan) {
+    memset(&fakeDevice.neighbors[40].emplace_back(), 'x', sizeof(VeskScanNeighbor)); // texts without an end
+    vesk_init_scan_info(), scan_fetch_neighbors(scan, scan_cfg(1), 40), vesk_print_scan_info();
+    const std::string texts = "bssid=" + std::string(17, 'x') + ", ssid=" + std::string(64, 'x') + ", rssi=";
+    EXPECT_NE(fake_stderr().find(texts), std::string::npos);
+    vesk_check_all_ready(), vesk_start_backhaul_credential_timer();
     for (uint32_t band : { 0, 1, 2 }) { // there is no radio 2
-        vesk_start_first_scan_ubus_timer(band, 1);
-        vesk_start_period_scan_ubus_timer(band, 1);
+        vesk_start_first_scan_ubus_timer(band, 1), vesk_start_period_scan_ubus_timer(band, 1);
         vesk_start_scan_result_ubus_timer(band, 1);
     }
     EXPECT_EQ(fakeLoop.pendingTimers(), 9);
-    vesk_destory_scan_info();
-    vesk_destory_scan_info();
+    vesk_destory_scan_info(), vesk_destory_scan_info();
     EXPECT_EQ(fakeLoop.pendingTimers(), 0);
-}
 
-TEST_F(ScanRecords, AutoConnectOverridesARequestToScan)
-{
+    restart(); // auto-connect overrides a request to scan
     for (const uint8_t enabled : { uint8_t{ 0 }, uint8_t{ 2 } }) {
         scan_cfg(0)->bstaAuto.enableAuto = enabled;
         vesk_set_scan_status(257); // one byte counts

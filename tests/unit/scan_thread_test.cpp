@@ -7,8 +7,7 @@
 
 using ScanThread = ScanTest;
 
-TEST_F(ScanThread, TearDownWaitsForTheRunsNextStep)
-{
+TEST_F(ScanThread, TearDownWaitsForTheRunsNextStep) {
     vesk_init_scan_info();
     std::binary_semaphore isScanning{ 0 }, goesOn{ 0 };
     int polls = 0;
@@ -18,8 +17,7 @@ TEST_F(ScanThread, TearDownWaitsForTheRunsNextStep)
             isScanning.release();
             goesOn.acquire();
         } else {
-            if (++polls == 3)
-                goesOn.release(); // the pause is over; the run finds itself stopped
+            if (++polls == 3) goesOn.release(); // the pause is over; the run finds itself stopped
             std::this_thread::sleep_for(5ms);
         }
     };

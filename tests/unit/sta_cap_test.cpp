@@ -3,32 +3,29 @@
 
 #include "tests/unit/event_records.h"
 
-static void set(uint8_t n, uint8_t byte0, uint8_t byte1) // stations differ only behind a zero byte
-{
+/** Stations differ only behind a zero byte. */
+static void set(uint8_t n, uint8_t byte0, uint8_t byte1) {
     vesk_set_sta_cap(Bytes{ 2, 0, 0, 0, 1, n }.data(), Bytes{ byte0, byte1 }.data());
 }
 
-static int get(uint8_t n) // all three bytes as one number; -1: unknown
-{
+/** All three bytes as one number; -1: unknown. */
+static int get(uint8_t n) {
     uint8_t cap[3];
     return vesk_get_sta_cap(Bytes{ 2, 0, 0, 0, 1, n }.data(), cap) ? -1 : cap[0] << 16 | cap[1] << 8 | cap[2];
 }
 
-TEST(StaCap, KeepsTwoBitsInTheFirstSlotThatFits)
-{
+TEST(StaCap, KeepsTwoBitsInTheFirstSlotThatFits) {
     vesk_init_g_sta_cap();
     set(0, 0xff, 0xff);
     EXPECT_EQ(get(0), 0x800100);
     set(0, 0x7f, 0xfe);
     EXPECT_EQ(get(0), 0);
-    for (uint8_t n = 1; n < 65; n++)
-        set(n, 0x80, 0);
+    for (uint8_t n = 1; n < 65; n++) set(n, 0x80, 0);
     EXPECT_TRUE(get(0) == 0 && get(63) == 0x800000 && get(64) == -1); // full: dropped
     vesk_unset_sta_cap(Bytes{ 2, 0, 0, 0, 1, 5 }.data());
     set(63, 0, 1); // goes into the free slot in front of its own, and is found there
     EXPECT_EQ(get(63), 0x100);
     vesk_unset_sta_cap(Bytes{ 2, 0, 0, 0, 1, 63 }.data()); // clears both
-    for (uint8_t n = 64; n < 67; n++)
-        set(n, 0x80, 0);
+    for (uint8_t n = 64; n < 67; n++) set(n, 0x80, 0);
     EXPECT_TRUE(get(63) == -1 && get(65) == 0x800000 && get(66) == -1);
 }

@@ -6,13 +6,9 @@
 #include <string>
 
 /** The file's bytes; empty if there is none. */
-inline std::string file_text(const char *path)
-{
+inline std::string file_text(const char *path) {
     std::ifstream file(path, std::ios::binary);
     return { std::istreambuf_iterator<char>(file), {} };
 }
 
-inline void put_file(const char *path, const std::string &text)
-{
-    std::ofstream(path, std::ios::binary) << text;
-}
+inline void put_file(const char *path, const std::string &text) { std::ofstream(path, std::ios::binary) << text; }

@@ -39,7 +39,7 @@ static inline void list_add_tail(struct list_head *item, struct list_head *head)
 
 static inline void list_del(struct list_head *item)
 {
-    item->next->prev = item->prev;
+    item->next->prev = item->prev; // NOLINT(clang-analyzer-unix.Malloc): it can't follow a list's ring
     item->prev->next = item->next;
     item->next = item->prev = NULL;
 }
