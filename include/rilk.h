@@ -30,7 +30,7 @@ struct [[gnu::packed]] VeskStaEntry {
     char vapIntf[16]; // inner name of the VAP
     int32_t rssi;     // dBm; -119 to -1 is valid
     int32_t value1;
-    int32_t value2; // same validity range as rssi
+    int32_t value2;  // same validity range as rssi
     int32_t isBhInt; // written by the station poll: 1 on a backhaul BSS
     int32_t tx;
     int32_t rx;
@@ -147,7 +147,7 @@ VESK_RECORD_AT(VeskScanNeighbor, value1, 91);
 VESK_RECORD_AT(VeskScanNeighbor, value2, 93);
 VESK_RECORD_AT(VeskScanNeighbor, text, 95);
 
-inline constexpr int VESK_SCAN_CHANNELS = 64;           // rows of the neighbour table
+inline constexpr int VESK_SCAN_CHANNELS = 64;               // rows of the neighbour table
 inline constexpr int VESK_SCAN_NEIGHBORS_PER_CHANNEL = 128; // slots of a row
 
 /** Argument of rilk_triggerScan. Built on the stack and zeroed before each use. */

@@ -12,13 +12,13 @@
 inline constexpr int VESK_RADIOS = 2;
 inline constexpr int VESK_VAPS = 16;
 inline constexpr int VESK_IFNAME_SIZE = 16;
-inline constexpr int VESK_STATIONS = 256;      // capacity of the station store
+inline constexpr int VESK_STATIONS = 256; // capacity of the station store
 inline constexpr int VESK_STA_BUCKETS = 64;
 inline constexpr int VESK_MAX_STA_PER_RADIO = 128;
 
-inline constexpr int32_t VESK_BAND_24G = 0;    // band word of radio 0
-inline constexpr int32_t VESK_BAND_5GA = 3;    // band word of radio 1
-inline constexpr int VESK_BAND_WORDS = 5;      // band words run from 0 to 4
+inline constexpr int32_t VESK_BAND_24G = 0; // band word of radio 0
+inline constexpr int32_t VESK_BAND_5GA = 3; // band word of radio 1
+inline constexpr int VESK_BAND_WORDS = 5;   // band words run from 0 to 4
 
 inline constexpr uint8_t VESK_VAP_BSTA = 0x80; // vapAttr: backhaul station
 inline constexpr uint8_t VESK_VAP_BBSS = 0x40; // vapAttr: backhaul BSS
@@ -214,7 +214,7 @@ struct VeskVapInfo {
 
 /** The station store. */
 struct VeskStaInfo {
-    int32_t timeId; // shown in logs only
+    int32_t timeId;  // shown in logs only
     int32_t timeItv; // seconds
     int32_t timeEventId;
     Kvhmgr staDb; // VeskStaEntry values

@@ -1,5 +1,5 @@
-// The fields of the bus records and signals as data, for whoever shows or documents them: name, place, kind, unit.
-// Bytes that carry nothing (reserved) have no row. Offsets and widths come from the records themselves.
+// The fields of the bus records and signals as data, for whoever shows or documents them: name, place, kind,
+// unit. Bytes that carry nothing (reserved) have no row. Offsets and widths come from the records themselves.
 #pragma once
 
 #include <span>
@@ -46,7 +46,9 @@ template <class T>
 constexpr FieldLayout field_row(const char *name, size_t offset, const char *unit, const char *countField)
 {
     using Element = std::remove_extent_t<T>;
-    FieldLayout row{ name, static_cast<uint32_t>(offset), sizeof(T), 1, FieldKind::Text, unit, countField, nullptr, false };
+    FieldLayout row{
+        name, static_cast<uint32_t>(offset), sizeof(T), 1, FieldKind::Text, unit, countField, nullptr, false
+    };
     if constexpr (std::is_array_v<T> && !std::is_same_v<Element, char>) {
         row.width = sizeof(Element);
         row.count = std::extent_v<T>;
@@ -65,17 +67,33 @@ constexpr FieldLayout mac_row(const char *name, size_t offset)
 
 constexpr FieldLayout bytes_row(const char *name, size_t offset, size_t size, const char *countField)
 {
-    return { name, static_cast<uint32_t>(offset), static_cast<uint32_t>(size), 1, FieldKind::Bytes, "", countField, nullptr,
+    return { name,
+             static_cast<uint32_t>(offset),
+             static_cast<uint32_t>(size),
+             1,
+             FieldKind::Bytes,
+             "",
+             countField,
+             nullptr,
              false };
 }
 
 template <class T>
-constexpr FieldLayout record_row(const char *name, size_t offset, const RecordLayout &layout, const char *countField)
+constexpr FieldLayout record_row(const char *name, size_t offset, const RecordLayout &layout,
+                                 const char *countField)
 {
     using Element = std::remove_extent_t<T>;
     static_assert(!std::is_array_v<Element>);
     const uint32_t count = std::is_array_v<T> ? static_cast<uint32_t>(std::extent_v<T>) : 1;
-    return { name, static_cast<uint32_t>(offset), sizeof(Element), count, FieldKind::Record, "", countField, &layout, false };
+    return { name,
+             static_cast<uint32_t>(offset),
+             sizeof(Element),
+             count,
+             FieldKind::Record,
+             "",
+             countField,
+             &layout,
+             false };
 }
 
 constexpr FieldLayout absent_if_zero(FieldLayout row)

@@ -1,5 +1,5 @@
-// The bus methods as data: names, arguments, results. The stub derives its policies and its dispatch from these
-// rows, clients their knowledge of the calls.
+// The bus methods as data: names, arguments, results. The stub derives its policies and its dispatch from
+// these rows, clients their knowledge of the calls.
 #pragma once
 
 #include <array>
@@ -27,9 +27,18 @@ struct WireMethod {
     }
 };
 
-constexpr WireField wire_i32(const char *name) { return { name, WireType::Int32, 4 }; }
-constexpr WireField wire_i8(const char *name) { return { name, WireType::Int8, 1 }; }
-constexpr WireField wire_text(const char *name) { return { name, WireType::String, 0 }; }
+constexpr WireField wire_i32(const char *name)
+{
+    return { name, WireType::Int32, 4 };
+}
+constexpr WireField wire_i8(const char *name)
+{
+    return { name, WireType::Int8, 1 };
+}
+constexpr WireField wire_text(const char *name)
+{
+    return { name, WireType::String, 0 };
+}
 template <class T>
 constexpr WireField wire_record(const char *name)
 {

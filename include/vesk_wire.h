@@ -12,18 +12,18 @@
 #define VESK_RECORD_SIZE(type, size) static_assert(sizeof(type) == (size), #type)
 #define VESK_RECORD_AT(type, field, at) static_assert(offsetof(type, field) == (at), #type "." #field)
 
-inline constexpr int VESK_WIRE_CHANNELS = 64;       // channels a radio lists at most
-inline constexpr int VESK_WIRE_VAPS = 8;            // VAPs a radio has at most
-inline constexpr int VESK_WIRE_STATIONS = 256;      // entries of staInfo
-inline constexpr int VESK_WIRE_OFF_CHANNELS = 32;   // entries of offChInfo
-inline constexpr int VESK_WIRE_NEIGHBORS = 256;     // entries of nbAPInfo
-inline constexpr int VESK_WIRE_1905_NAMES = 32;     // names of intfList
-inline constexpr int VESK_WIRE_NOL_CHANNELS = 59;   // entries of nolChList
-inline constexpr int VESK_WIRE_BCN_CHANNELS = 64;   // bytes of a beacon request's channel list
-inline constexpr int VESK_WIRE_BCN_ELEMENTS = 32;   // elements of a beacon request
+inline constexpr int VESK_WIRE_CHANNELS = 64;     // channels a radio lists at most
+inline constexpr int VESK_WIRE_VAPS = 8;          // VAPs a radio has at most
+inline constexpr int VESK_WIRE_STATIONS = 256;    // entries of staInfo
+inline constexpr int VESK_WIRE_OFF_CHANNELS = 32; // entries of offChInfo
+inline constexpr int VESK_WIRE_NEIGHBORS = 256;   // entries of nbAPInfo
+inline constexpr int VESK_WIRE_1905_NAMES = 32;   // names of intfList
+inline constexpr int VESK_WIRE_NOL_CHANNELS = 59; // entries of nolChList
+inline constexpr int VESK_WIRE_BCN_CHANNELS = 64; // bytes of a beacon request's channel list
+inline constexpr int VESK_WIRE_BCN_ELEMENTS = 32; // elements of a beacon request
 inline constexpr int VESK_WIRE_BCN_ELEMENT_LEN = 32;
-inline constexpr int VESK_WIRE_BTM_TARGETS = 32;    // targets of a BTM request
-inline constexpr int VESK_WIRE_IE_LEN = 256;        // data bytes of a vendor element
+inline constexpr int VESK_WIRE_BTM_TARGETS = 32; // targets of a BTM request
+inline constexpr int VESK_WIRE_IE_LEN = 256;     // data bytes of a vendor element
 
 /** getVersionInfo: info. */
 struct [[gnu::packed]] WireVersionInfo {

@@ -15,6 +15,27 @@ int index_of(const VeskRadioInfo *radio)
     return static_cast<int>(radio - vesk_get_radio_info());
 }
 
+/** Whether the radio is up; logs at DEBUG if it is down. */
+bool is_up(int band, const VeskRadioInfo *radio, const char *function)
+{
+    if (radio->status == 0)
+        VESK_LOG_AS(function, DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio),
+                    radio->status);
+    return radio->status != 0;
+}
+
+/** Common start of the two methods on the scan tables: clears the record, finds the radio, which has to be
+ * up. */
+template <class Record>
+const VeskRadioInfo *cleared_live_radio(int band, Record *record, const char *function)
+{
+    if (api_is_null(vesk_get_scan_info(), function) || api_is_null(record, function))
+        return nullptr;
+    memset(record, 0, sizeof *record);
+    const VeskRadioInfo *radio = api_radio(band, function);
+    return radio && is_up(band, radio, function) ? radio : nullptr;
+}
+
 /** The radio's bandwidth index as the bus shows it: 0 to 4, anything else is none. */
 int32_t bus_bandwidth(int32_t bw)
 {
@@ -64,10 +85,8 @@ int vesk_getCurChannelInfo(int band, WireCurChannelInfo *channelInfo)
         return -1;
     const VeskCurChannelInfo cur = radio->curChannelInfo;
     VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, channel=%d\n", band, index_of(radio), cur.channel);
-    if (radio->status == 0) {
-        VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio), radio->status);
+    if (!is_up(band, radio, __func__))
         return -1;
-    }
     channelInfo->channel = cur.channel;
     channelInfo->ccaInbss = cur.ccaInbss;
     channelInfo->value1 = cur.value1;
@@ -87,16 +106,9 @@ int vesk_getCurChannelInfo(int band, WireCurChannelInfo *channelInfo)
 int vesk_getOffChannelInfo(int band, WireOffChInfo *offChInfo)
 {
     const VeskOffScanCfg *scan = vesk_get_scan_info();
-    if (api_is_null(scan) || api_is_null(offChInfo))
-        return -1;
-    memset(offChInfo, 0, sizeof *offChInfo);
-    const VeskRadioInfo *radio = api_radio(band);
+    const VeskRadioInfo *radio = cleared_live_radio(band, offChInfo, __func__);
     if (!radio)
         return -1;
-    if (radio->status == 0) {
-        VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio), radio->status);
-        return -1;
-    }
     const VeskScanCfg *cfg = &scan->scanCfg[index_of(radio)];
     offChInfo->radioBand = band;
     offChInfo->scanNums = cfg->offChListNums;
@@ -120,16 +132,9 @@ int vesk_getOffChannelInfo(int band, WireOffChInfo *offChInfo)
 int vesk_getNeighborAPInfo(int band, WireNbAPInfo *nbAPInfo)
 {
     const VeskOffScanCfg *scan = vesk_get_scan_info();
-    if (api_is_null(scan) || api_is_null(nbAPInfo))
-        return -1;
-    memset(nbAPInfo, 0, sizeof *nbAPInfo);
-    const VeskRadioInfo *radio = api_radio(band);
+    const VeskRadioInfo *radio = cleared_live_radio(band, nbAPInfo, __func__);
     if (!radio)
         return -1;
-    if (radio->status == 0) {
-        VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio), radio->status);
-        return -1;
-    }
     const int want = vesk_utils_mapping_band(band);
     if (want < 0 || want >= VESK_RADIOS)
         return -1;

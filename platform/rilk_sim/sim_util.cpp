@@ -56,7 +56,7 @@ bool sim_present(const SimCycle &cycle, uint32_t visit)
 
 void sim_fill_stats(VeskIntfStats &stats, const std::vector<uint64_t> &described, uint32_t query)
 {
-    for (size_t i = 0; i < std::size(stats.counters); i++)
+    for (size_t i = 0; i < sizeof stats.counters / sizeof stats.counters[0]; i++)
         stats.counters[i] = i < described.size() ? described[i] : uint64_t{ query } * 1500 * (i + 1);
     stats.value1 = static_cast<uint16_t>(query);
     stats.value2 = 1;

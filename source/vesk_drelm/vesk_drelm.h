@@ -1,7 +1,7 @@
 // Driver events: the loopback socket, the watchdog of the sibling daemon, and the handlers that turn events
-// into signals. A handler gets the body and the inner interface name, both inside the receive buffer, may change
-// the body in place, and returns 0, or -1 when it refuses; nobody looks at the result. The interface and channel
-// change handlers also publish what the daemon finds by itself. Main loop only.
+// into signals. A handler gets the body and the inner interface name, both inside the receive buffer, may
+// change the body in place, and returns 0, or -1 when it refuses; nobody looks at the result. The interface
+// and channel change handlers also publish what the daemon finds by itself. Main loop only.
 #pragma once
 
 #include "include/vesk_event.h"

@@ -1,5 +1,5 @@
-// The device model: look-ups on the records, the refresh of radios and VAPs from the closed libraries, and the
-// pollers that keep the records current. All of it runs on the main loop's thread.
+// The device model: look-ups on the records, the refresh of radios and VAPs from the closed libraries, and
+// the pollers that keep the records current. All of it runs on the main loop's thread.
 #pragma once
 
 #include "include/vesk_device.h"
@@ -12,7 +12,8 @@ int vesk_getRadioIdxByBand(int actualBand);
 int vesk_getRadioIdxByName(const char *name);
 /** VAP slot by inner name, free slots included (the empty name finds the first free slot), or -1. */
 int vesk_getVapIdxByName(const char *name);
-/** The slot that a name has or would get: the first that is free or bears it; 16 if there is none, 0 for NULL. */
+/** The slot that a name has or would get: the first that is free or bears it; 16 if there is none, 0 for
+ * NULL. */
 uint32_t vesk_find_vap_slot(const char *name);
 /** The radio's status, 0 for NULL or a radio without an interface name. */
 uint8_t vesk_is_active_radio(const VeskRadioInfo *radio);

@@ -1,6 +1,6 @@
-// The log statement. Every statement looks at the size of the log file first (and rotates it above 1 MiB), then
-// at the level; only then are its arguments evaluated and the line written and flushed. One recursive mutex
-// covers all of it: scan threads log too, and a statement's arguments may log themselves.
+// The log statement. Every statement looks at the size of the log file first (and rotates it above 1 MiB),
+// then at the level; only then are its arguments evaluated and the line written and flushed. One recursive
+// mutex covers all of it: scan threads log too, and a statement's arguments may log themselves.
 #pragma once
 
 #include <cstddef>
@@ -48,7 +48,8 @@ consteval VeskLogModule vesk_log_module(const char *path)
         }                                                                                                    \
     } while (0)
 
-/** First half of a statement: takes the lock, rotates, tests the level. False: nothing to write, lock given back. */
+/** First half of a statement: takes the lock, rotates, tests the level. False: nothing to write, lock given
+ * back. */
 bool vesk_log_begin(VeskLogLevel level);
 
 /** The text form of the present local time into 26 bytes; returns it. */
@@ -67,7 +68,8 @@ void vesk_deinit_log();
 void vesk_log_set_level(int level);
 /** Lines go to stderr's stream; the stream that was there stays open. */
 void vesk_log_use_stderr();
-/** Closes the present stream; a path is opened for appending, NULL means stderr. A path that can't be opened leaves stderr. */
+/** Closes the present stream; a path is opened for appending, NULL means stderr. A path that can't be opened
+ * leaves stderr. */
 void vesk_log_redirect(const char *path);
 
 /** The lines that several modules share. */

@@ -11,16 +11,37 @@ VeskOffScanCfg g_offScan;
 VeskDot1qCfg gDefault8021dotqCfg;
 } // namespace
 
-VeskInfo *vesk_get_vesk_info() { return &g_veskInfo; }
+VeskInfo *vesk_get_vesk_info()
+{
+    return &g_veskInfo;
+}
 
-VeskConfigInfo *vesk_get_vesk_cfg_info() { return &g_veskInfo.cfgInfo; }
+VeskConfigInfo *vesk_get_vesk_cfg_info()
+{
+    return &g_veskInfo.cfgInfo;
+}
 
-VeskRadioInfo *vesk_get_radio_info() { return g_radioInfo; }
+VeskRadioInfo *vesk_get_radio_info()
+{
+    return g_radioInfo;
+}
 
-VeskVapInfo *vesk_get_vap_info() { return g_vapInfo; }
+VeskVapInfo *vesk_get_vap_info()
+{
+    return g_vapInfo;
+}
 
-VeskStaInfo *vesk_get_sta_info() { return &g_staInfo; }
+VeskStaInfo *vesk_get_sta_info()
+{
+    return &g_staInfo;
+}
 
-VeskOffScanCfg *vesk_get_scan_info() { return &g_offScan; }
+VeskOffScanCfg *vesk_get_scan_info()
+{
+    return &g_offScan;
+}
 
-VeskDot1qCfg *vesk_get_dot1q_cfg() { return &gDefault8021dotqCfg; }
+VeskDot1qCfg *vesk_get_dot1q_cfg()
+{
+    return &gDefault8021dotqCfg;
+}

@@ -88,7 +88,7 @@ TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere)
     std::set<int> utils;
     for (int i = 0; i < 6; i++) {
         visit(6);
-        utils.insert(records[1].chnUtil);
+        utils.insert(int{ records[1].chnUtil });
     }
     visit(1);
     EXPECT_EQ(int{ records[0].chnUtil }, 41);

@@ -5,11 +5,11 @@ using SetChannel = ScanTest;
 TEST_F(SetChannel, BandwidthThenChannelTwoSecondsLater) {
     // clang-format off
     using Row = std::tuple<uint8_t, int, int, int, int, int, Texts>; // request, both results; result, next pass (ms), calls
-    const std::string spec = "setRadioChanSpec wifi1 ", set = "setRadioCurChannel wifi1 ";
+    const std::string chanSpec = "setRadioChanSpec wifi1 ", set = "setRadioCurChannel wifi1 ";
     for (const auto &[channel, bw, specResult, channelResult, result, passDue, called] :
-         { Row{ 40, 2, 0, 0, 0, 60000, { spec + "2 40", set + "40" } }, Row{ 0, 4, 0, 0, 0, 60000, { spec + "4 0" } },
-           Row{ 0, 5, 0, 0, -1, 60000, {} }, Row{ 40, 0, 3, 0, -1, 60000, { spec + "0 40" } },
-           Row{ 40, 2, 0, -1, -5, 60000, { spec + "2 40", set + "40" } }, Row{ 36, 1, 0, 0, 77, 58000, {} }, // what it has
+         { Row{ 40, 2, 0, 0, 0, 60000, { chanSpec + "2 40", set + "40" } }, Row{ 0, 4, 0, 0, 0, 60000, { chanSpec + "4 0" } },
+           Row{ 0, 5, 0, 0, -1, 60000, {} }, Row{ 40, 0, 3, 0, -1, 60000, { chanSpec + "0 40" } },
+           Row{ 40, 2, 0, -1, -5, 60000, { chanSpec + "2 40", set + "40" } }, Row{ 36, 1, 0, 0, 77, 58000, {} }, // what it has
            Row{ 36, 5, 0, 0, 0, 60000, { set + "36" } }, Row{ 40, 6, 0, 0, -1, 58000, {} }, Row{ 40, -1, 0, 0, -1, 58000, {} } }) {
         // clang-format on
         restart(), vesk_start_scan_ubus_timer();
