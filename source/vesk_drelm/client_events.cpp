@@ -137,7 +137,8 @@ int wdev_client_join_event_process(void *body, const char *ifName)
     VESK_LOG(DEBUG, " vesk evt 11v---%d, 11k-----%d\n\n", event->cap[0] >> 7, event->cap[1] & 1);
     fill_bssid(join, vap, vapIdx);
     fetch_assoc_frame(join, ifName);
-    join->assoc_req_len = std::min<uint16_t>(join->assoc_req_len, VESK_ASSOC_REQ_MAX);
+    const uint16_t length = join->assoc_req_len; // by value: the member is misaligned
+    join->assoc_req_len = std::min<uint16_t>(length, VESK_ASSOC_REQ_MAX);
     wdev_client_join_dump(join);
     send_record(VESK_SIGNAL_CLIENT_JOIN, join);
     log_sent(__func__, VESK_SIGNAL_CLIENT_JOIN, ifName, join->mac_addr);

@@ -18,7 +18,7 @@ TEST_F(FirstScan, ChannelByChannelAtTheToldSeconds) {
     EXPECT_EQ(calls(), expected);
     EXPECT_EQ(fakeLibc.sleepsUs, std::vector<unsigned>(3, 500000));
     EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 }));
-    EXPECT_EQ(vesk_scan_channel_at(1)->smoothedNoise, -86.0);
+    EXPECT_EQ(+vesk_scan_channel_at(1)->smoothedNoise, -86.0);
     fake_advance(9999ms);
     EXPECT_EQ(scan_cfg(1)->isFirstScan, 1);
     fake_advance(1ms);
@@ -29,7 +29,7 @@ TEST_F(FirstScan, SwitchedOffHalfWayLeavesTheRestToThePasses) {
     fakeLibc.onSleep = [](unsigned) { vesk_set_scan_status(0); };
     vesk_first_scanning(&radio[1].band);
     EXPECT_EQ(flags(1), (Numbers{ 0, 0, 1, 1 }));
-    EXPECT_EQ(vesk_scan_channel_at(6)->smoothedNoise, -50.0); // unscanned: raw 0, raised and bounded
+    EXPECT_EQ(+vesk_scan_channel_at(6)->smoothedNoise, -50.0); // unscanned: raw 0, raised and bounded
     vesk_set_scan_status(1);
     vesk_scan_process(1); // goes on behind the first
     EXPECT_EQ(fakeDevice.calls("rilk_triggerScan").at(1).args, "wifi1 channel=40 dwell=150 baseVap=ath10");

@@ -32,7 +32,7 @@ TEST_F(ScanResult, OneChannelPerCallAndTheEndOfACycle) {
                                "setEnableNoiseFloor wifi0" }));
     EXPECT_TRUE(logged(" band=0, radio=wifi0, scanning=1, chanIdx=0, offChListNum=3, alreadyScanCount=0\n"));
     EXPECT_EQ(flags(0), (Numbers{ 1, 0, 1, 1 }));
-    EXPECT_EQ(vesk_scan_channel_at(2)->smoothedNoise, -50.0); // the whole list is smoothed
+    EXPECT_EQ(+vesk_scan_channel_at(2)->smoothedNoise, -50.0); // the whole list is smoothed
     vesk_scan_2G_result_ubus_handle(nullptr), vesk_scan_2G_result_ubus_handle(nullptr);
     EXPECT_TRUE(logged(" ==== reset scan list band=0 ====\n"));
     EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 }));

@@ -47,7 +47,7 @@ TEST_F(StaPollTest, Entry) {
     memset(join("ath10", 3).vapIntf, 'x', 16);
     vesk_set_sta_cap(fakeDevice.vap("ath1")->stations[0].mac, std::vector<uint8_t>{ 0x80, 0x01 }.data());
     ASSERT_EQ(poll(), 3);
-    const auto values = [](const VeskStaEntry *s) { return words(s->isBhInt, +s->bw, +s->is11v, +s->is11k); };
+    const auto values = [](const VeskStaEntry *s) { return words(+s->isBhInt, +s->bw, +s->is11v, +s->is11k); };
     EXPECT_EQ(values(station(1)) + values(station(2)), "1 0 1 1 0 1 7 0 ");
     EXPECT_EQ(strlen(station(3)->vapIntf), 15u);
     EXPECT_EQ(vesk_is_connected_fronthaul_station(), 1);
