@@ -2,6 +2,7 @@
 #include "foundation/vesk_utils.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
@@ -27,12 +28,19 @@ constexpr ChannelRange channelRanges[] = { { 1, 13, 0 }, { 36, 99, 1 }, { 100, 1
 
 constexpr int radioOfBand[] = { 0, 1, 2, 1, 1 };
 
+/** Values of the hexadecimal digits, -1 for every other character. */
+constexpr auto hexDigits = [] {
+    std::array<int8_t, 256> values;
+    values.fill(-1);
+    for (int8_t i = 0; i < 16; ++i)
+        values[static_cast<uint8_t>("0123456789abcdef"[i])] =
+            values[static_cast<uint8_t>("0123456789ABCDEF"[i])] = i;
+    return values;
+}();
+
 int hex_digit(char c)
 {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    c = static_cast<char>(c | 0x20);
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+    return hexDigits[static_cast<uint8_t>(c)];
 }
 
 /** A byte of two hexadecimal digits, or -1. */
@@ -56,8 +64,7 @@ void vesk_utils_resource_strim(char *s)
 
 int vesk_utils_mac2str(const uint8_t *mac, char *text)
 {
-    const int length =
-        snprintf(text, 18, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
+    const int length = snprintf(text, 18, "%02x:%02x:%02x:%02x:%02x:%02x", VESK_MAC_ARGS(mac));
     return length < 0 ? -1 : 0;
 }
 
@@ -66,19 +73,22 @@ int vesk_utils_str2mac(const char *text, uint8_t *mac)
 {
     if (text == nullptr)
         return -1;
-    uint8_t bytes[macBytes];
-    for (uint8_t &byte : bytes) {
-        if (&byte != bytes && *text++ != ':')
+    uint64_t bytes = 0; // in a register: bytes in memory would have to be waited for
+    for (int i = 0; i < macBytes; ++i) {
+        if (i > 0 && *text++ != ':')
             return -1;
-        const int value = hex_byte(text);
-        if (value < 0)
+        const int byte = hex_byte(text);
+        if (byte < 0)
             return -1;
-        byte = static_cast<uint8_t>(value);
+        bytes = bytes << 8 | static_cast<unsigned>(byte);
         text += 2;
     }
-    if (text[strspn(text, ":")] != '\0')
+    while (*text == ':')
+        ++text;
+    if (*text != '\0')
         return -1;
-    memcpy(mac, bytes, sizeof bytes);
+    for (int i = macBytes - 1; i >= 0; --i, bytes >>= 8)
+        mac[i] = static_cast<uint8_t>(bytes);
     return 0;
 }
 

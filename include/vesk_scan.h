@@ -1,5 +1,5 @@
 // The scan record: channel lists, per-radio scan state and timers, the tables of results and neighbours. One
-// static instance, reached through vesk_get_scan_info(). Packed in the told order, with the members that are
+// static instance, reached through vesk_get_scan_info(). Packed in a fixed order, with the members that are
 // used in place (pointers, timers, words shared between threads) aligned; its layout stays in the process.
 #pragma once
 

@@ -129,6 +129,7 @@ int uloop_init()
         uloop_done();
         return -1;
     }
+    uloop_alarm_open();
     return 0;
 }
 
@@ -138,6 +139,7 @@ void uloop_done()
         return;
     uloop_signals_close();
     uloop_timers_clear();
+    uloop_alarm_close();
     uloop_poll_close();
 }
 

@@ -3,11 +3,15 @@
 
 #include <libubox/uloop.h>
 
-// Milliseconds until the first timer, rounded up; 0 when due, -1 when there is none.
+// Milliseconds that a poll has to wait for the first timer: 0 when one is due, -1 when there is none or when
+// the alarm is going to end the wait.
 int uloop_timers_wait(void);
 // Runs what is due. Timers armed by the callbacks for later than the pass's start wait for the next pass.
 void uloop_timers_run(void);
 void uloop_timers_clear(void);
+// The descriptor that wakes the loop for its first timer; without it the poll's own limit does.
+void uloop_alarm_open(void);
+void uloop_alarm_close(void);
 
 int uloop_poll_open(void);
 void uloop_poll_close(void);

@@ -1,6 +1,6 @@
 // What the scans found, and the operating channel. Result and neighbour tables are read without a lock while
-// a first scan may be filling them: a record is copied before it is looked at, and the library keeps replaced
-// neighbour records readable.
+// a first scan may be filling them: a number that decides is read once, a text is cut at its field's end
+// whatever stands in it, and the library keeps replaced neighbour records readable.
 #include "bus/vesk_api/vesk_api.h"
 
 #include "bus/vesk_api/api_checks.h"
@@ -54,11 +54,14 @@ void fill_off_channel(WireOffChannel *to, const VeskScanChannel &from, int32_t t
     to->dwell = dwell;
 }
 
-void fill_neighbor(WireNeighbor *to, const VeskScanNeighbor &from)
+/** Runs up to 256 times a call. Without a copy of the whole record: reading texts from bytes that were
+ * written just before took longer than all the rest. */
+void fill_neighbor(WireNeighbor *to, int channel, const VeskScanNeighbor &from)
 {
     char bssid[sizeof from.bssid];
-    vesk_util_strncpy(bssid, from.bssid, sizeof bssid);
-    to->channel = from.ch;
+    memcpy(bssid, from.bssid, sizeof bssid);
+    bssid[sizeof bssid - 1] = '\0';
+    to->channel = channel;
     to->rssi = from.rssi;
     vesk_utils_str2mac(bssid, to->bssid); // stays zero when it fails
     vesk_util_strncpy(to->ssid, from.ssid, sizeof to->ssid);
@@ -145,9 +148,9 @@ int vesk_getNeighborAPInfo(int band, WireNbAPInfo *nbAPInfo)
         const VeskScanNeighbor *found = flag_load(&scan->neighbors[i]);
         if (!found)
             continue;
-        const VeskScanNeighbor rec = *found;
-        if (rec.ch > 0 && radio_of_channel(rec.ch) == want)
-            fill_neighbor(&nbAPInfo->neighbors[filled++], rec);
+        const int channel = found->ch;
+        if (channel > 0 && radio_of_channel(channel) == want)
+            fill_neighbor(&nbAPInfo->neighbors[filled++], channel, *found);
     }
     nbAPInfo->nbNums = filled;
     return 0;

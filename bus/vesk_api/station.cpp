@@ -59,10 +59,9 @@ void vesk_copyStaInfo(void *value, void *record)
         info->count = idx + 1;
         fill_station(&info->stations[idx], entry);
     }
-    const uint8_t *mac = entry->mac;
     VESK_LOG(DEBUG, " mac is [%02x:%02x:%02x:%02x:%02x:%02x], rssi=%d, time=%d, vapname=%s tx=%d, rx=%d\n",
-             mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], entry->rssi, static_cast<int>(entry->time),
-             entry->vapIntf, entry->tx, entry->rx);
+             VESK_MAC_ARGS(entry->mac), entry->rssi, static_cast<int>(entry->time), entry->vapIntf, entry->tx,
+             entry->rx);
 }
 } // namespace
 
@@ -112,9 +111,7 @@ int vesk_setBlockClient(const char *vapName, const WireAclMac *aclMac)
     if (aclMac->operation > 1)
         return -1;
     acl.operation = static_cast<uint8_t>(aclMac->operation);
-    const uint8_t *mac = acl.mac;
-    VESK_LOG(DEBUG, " acl mac[%02x:%02x:%02x:%02x:%02x:%02x]\n", mac[0], mac[1], mac[2], mac[3], mac[4],
-             mac[5]);
+    VESK_LOG(DEBUG, " acl mac[%02x:%02x:%02x:%02x:%02x:%02x]\n", VESK_MAC_ARGS(acl.mac));
     char inner[VESK_IFNAME_SIZE] = {};
     vesk_get_intf_inner_name(inner, vapName); // stays empty without a name
     rilk_setVapAclMac(inner, &acl);

@@ -4,12 +4,10 @@
 
 #include <cstring>
 
+#include "foundation/vesk_utils.h"
 #include "include/merka.h"
 #include "include/vesk_event.h"
 #include "source/vesk_interface/vesk_interface.h"
-
-/** The six bytes of a MAC as arguments of "%02x:%02x:%02x:%02x:%02x:%02x". */
-#define VESK_MAC_ARGS(mac) (mac)[0], (mac)[1], (mac)[2], (mac)[3], (mac)[4], (mac)[5]
 
 /** Writes the outer form of an inner name into a body's name field; what the sender left there goes. */
 inline void put_outer_name(char (&field)[VESK_IFNAME_SIZE], const char *ifName)

@@ -4,6 +4,7 @@
 
 #include "foundation/bytes.h"
 #include "foundation/kvhmgr.h"
+#include "foundation/vesk_utils.h"
 #include "include/rilk.h"
 #include "source/vesk_interface/vesk_interface.h"
 #include "source/vesk_main/log.h"
@@ -63,9 +64,8 @@ bool replaces_duplicate(Kvhmgr *db, const VeskStaEntry &entry)
     const auto *stored = static_cast<const VeskStaEntry *>(kvhmgr_get(db, &entry));
     if (stored == nullptr)
         return true;
-    const uint8_t *mac = stored->mac;
-    VESK_LOG_AS(poll, DEBUG, " found the same station, mac is [%02x:%02x:%02x:%02x:%02x:%02x]\n", mac[0],
-                mac[1], mac[2], mac[3], mac[4], mac[5]);
+    VESK_LOG_AS(poll, DEBUG, " found the same station, mac is [%02x:%02x:%02x:%02x:%02x:%02x]\n",
+                VESK_MAC_ARGS(stored->mac));
     if (stored->time < entry.time)
         return false;
     VESK_LOG_AS(poll, INFO, " update the new station to db\n");
@@ -122,10 +122,9 @@ void vesk_show_object(void *value, void *)
     if (value == nullptr)
         return;
     const auto *entry = static_cast<const VeskStaEntry *>(value);
-    const uint8_t *mac = entry->mac;
     VESK_LOG(INFO, " mac is [%02x:%02x:%02x:%02x:%02x:%02x], rssi=%d, time=%d, vapname=%s tx=%d, rx=%d\r\n\n",
-             mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], entry->rssi, static_cast<int>(entry->time),
-             entry->vapIntf, entry->tx, entry->rx);
+             VESK_MAC_ARGS(entry->mac), entry->rssi, static_cast<int>(entry->time), entry->vapIntf, entry->tx,
+             entry->rx);
 }
 
 /** `found` is an int: 1 once a fronthaul station has been seen. */
@@ -134,10 +133,9 @@ void vesk_check_object(void *value, void *found)
     if (value == nullptr)
         return;
     const auto *entry = static_cast<const VeskStaEntry *>(value);
-    const uint8_t *mac = entry->mac;
     VESK_LOG(DEBUG, " mac is [%02x:%02x:%02x:%02x:%02x:%02x], rssi=%d, time=%d, vapname=%s, isBhInt=%d\n",
-             mac[0], mac[1], mac[2], mac[3], mac[4], mac[5], entry->rssi, static_cast<int>(entry->time),
-             entry->vapIntf, entry->isBhInt);
+             VESK_MAC_ARGS(entry->mac), entry->rssi, static_cast<int>(entry->time), entry->vapIntf,
+             entry->isBhInt);
     if (entry->isBhInt == 0)
         *static_cast<int *>(found) = 1;
 }

@@ -102,12 +102,10 @@ void refresh_bssid(VeskVapInfo &vap, bool announce)
     uint8_t now[6] = {};
     rilk_getVapBssid(vap.ifName, now);
     if (announce && memcmp(now, vap.bssid, sizeof now) != 0) {
-        const uint8_t *old = vap.bssid;
         VESK_LOG_AS(vapRefresh, INFO,
                     " vapName=%s, old bssid [%02x:%02x:%02x:%02x:%02x:%02x] change to "
                     "[%02x:%02x:%02x:%02x:%02x:%02x]\n",
-                    vap.ifName, old[0], old[1], old[2], old[3], old[4], old[5], now[0], now[1], now[2],
-                    now[3], now[4], now[5]);
+                    vap.ifName, VESK_MAC_ARGS(vap.bssid), VESK_MAC_ARGS(now));
         announce_attr(vap.ifName, attrBssid);
     }
     memcpy(vap.bssid, now, sizeof vap.bssid);

@@ -7,7 +7,7 @@ void vesk_wait_for_bus();
 int vesk_lock_instance();
 /** Installs the handlers of the signals that end the process and blocks SIGCHLD; needs uloop_init before. */
 void vesk_init_signals();
-/** Stops everything in the told order and exits with 0. */
+/** Stops everything in a fixed order and exits with 0. */
 [[noreturn]] void vesk_clean_up();
 
 /** Creates /tmp/vesk_ready. */

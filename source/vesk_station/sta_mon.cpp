@@ -13,7 +13,6 @@
 #include "source/vesk_main/log.h"
 
 #define MAC_FORMAT "%02x:%02x:%02x:%02x:%02x:%02x"
-#define MAC_ARGS(mac) (mac)[0], (mac)[1], (mac)[2], (mac)[3], (mac)[4], (mac)[5]
 
 namespace
 {
@@ -88,7 +87,7 @@ void send_owed_reports()
         if (!node->needReport)
             continue;
         VESK_LOG_AS(routine_name, DEBUG, " need report sta[" MAC_FORMAT "], rssi=%d, channel=%d\n\n",
-                    MAC_ARGS(node->mac), node->rssi, node->channel);
+                    VESK_MAC_ARGS(node->mac), node->rssi, node->channel);
         if (node->rssi == 0) {
             VESK_LOG_AS(routine_name, DEBUG, " prepare unassoc station report, station is not ready\n\n");
             continue;
@@ -101,7 +100,7 @@ void send_owed_reports()
 void log_node(const VeskStaMon *node)
 {
     VESK_LOG_AS(routine_name, DEBUG, " sta[" MAC_FORMAT "], query_time[%d], channel[%d]\n\n",
-                MAC_ARGS(node->mac), static_cast<int>(node->queryTime), node->channel);
+                VESK_MAC_ARGS(node->mac), static_cast<int>(node->queryTime), node->channel);
 }
 
 bool is_aged(const VeskStaMon *node, uint32_t now)
