@@ -8,6 +8,7 @@
 #include <cstring>
 #include <iterator>
 
+#include <endian.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -87,8 +88,8 @@ int vesk_utils_str2mac(const char *text, uint8_t *mac)
         ++text;
     if (*text != '\0')
         return -1;
-    for (int i = macBytes - 1; i >= 0; --i, bytes >>= 8)
-        mac[i] = static_cast<uint8_t>(bytes);
+    bytes = htobe64(bytes << 16);
+    memcpy(mac, &bytes, macBytes);
     return 0;
 }
 
