@@ -45,6 +45,7 @@ void send_event(Line &line, DrelmSend send, uint32_t id, const char *ifName, con
 template <class Body>
 void send_body(Line &line, DrelmSend send, uint32_t id, const char *ifName, const Body &body)
 {
+    static_assert(sizeof body <= BODY_MAX);
     send_event(line, send, id, ifName, &body, sizeof body);
 }
 

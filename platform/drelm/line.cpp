@@ -63,7 +63,7 @@ int64_t to_number(Line &line, const char *text, const char *what, int64_t low, i
 {
     char *end;
     errno = 0;
-    const int64_t value = strtoll(text, &end, 0);
+    const int64_t value = strtoll(text, &end, strncasecmp(text, "0x", 2) == 0 ? 16 : 10);
     if (end == text || *end || errno || value < low || value > high) {
         line_refuse(line, std::string(what) + " \"" + text + "\" is no number from " + std::to_string(low) +
                               " to " + std::to_string(high));

@@ -3,7 +3,7 @@
 #include "platform/rilk_sim/sim.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdlib>
 #include <limits>
 #include <type_traits>
 
@@ -83,11 +83,10 @@ void read(Node &node, const char *key, char (&text)[N])
 /** A byte in two hexadecimal digits. */
 bool hex_byte(const char *text, uint8_t &byte)
 {
-    unsigned value;
-    int used = 0;
-    if (sscanf(text, "%2x%n", &value, &used) != 1 || used != 2)
+    const char digits[] = { text[0], text[0] ? text[1] : '\0', '\0' };
+    if (strspn(digits, "0123456789abcdefABCDEF") != 2)
         return false;
-    byte = static_cast<uint8_t>(value);
+    byte = static_cast<uint8_t>(strtoul(digits, nullptr, 16));
     return true;
 }
 
@@ -138,6 +137,8 @@ void each(Node &node, const char *key, Use use)
 
 void finish(const Node &node)
 {
+    if (!cJSON_IsObject(node.json))
+        sim_log_note((node.path + ": not an object").c_str());
     for (const cJSON *left = node.json->child; cJSON_IsObject(node.json) && left; left = left->next)
         complain(node, sim_shown(left->string), "unknown key");
 }
@@ -169,7 +170,6 @@ void replace(Node &node, const char *key, std::vector<T> &list, Fill fill)
     each(node, key, [&](Node &element, int) {
         fresh.emplace_back();
         fill(element, fresh.back());
-        finish(element);
     });
     if (given)
         list = fresh;
@@ -178,14 +178,17 @@ void replace(Node &node, const char *key, std::vector<T> &list, Fill fill)
 /** A channel is its number, or an object that says more. */
 void fill_channel(Node &node, SimChannel &channel)
 {
-    if (is_figure(node.json))
+    if (is_figure(node.json)) {
         channel.ch = figure<uint8_t>(node.json);
+        return;
+    }
     read(node, "ch", channel.ch);
     read(node, "attr", channel.attr);
     read(node, "util", channel.util);
     read(node, "noise", channel.noise);
     read(node, "inC", channel.inC);
     read(node, "cac", channel.cac);
+    finish(node);
 }
 
 void fill_station(Node &node, SimStation &station)
@@ -206,6 +209,7 @@ void fill_station(Node &node, SimStation &station)
     read(node, "text2", station.text2);
     read(node, "frame", station.frame);
     read(node, "polls", station.polls);
+    finish(node);
 }
 
 void fill_neighbor(Node &node, SimNeighbor &neighbor)
@@ -219,6 +223,7 @@ void fill_neighbor(Node &node, SimNeighbor &neighbor)
     read(node, "value2", neighbor.value2);
     read(node, "text", neighbor.text);
     read(node, "visits", neighbor.visits);
+    finish(node);
 }
 
 void fill_vap(Node &node, SimVap &vap)
