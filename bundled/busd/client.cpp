@@ -19,7 +19,8 @@ void watch(Client &client, int operation)
     epoll_event event = {};
     event.events = EPOLLIN | (client.blocked ? EPOLLOUT : 0u);
     event.data.ptr = &client;
-    epoll_ctl(broker().pollFd, operation, client.fd, &event);
+    if (epoll_ctl(broker().pollFd, operation, client.fd, &event) < 0)
+        client_doom(client); // nothing would be heard of it any more
 }
 
 // Bytes of the message at `data`; 0: not yet known; doomed client: it can't be one.

@@ -114,14 +114,12 @@ const char *socket_of(int argc, char **argv)
 {
     const char *path = defaultSocket;
     int option;
-    while ((option = getopt(argc, argv, "s:")) != -1) {
-        if (option != 's') {
-            fprintf(stderr, "Usage: %s [-s SOCKET]    bus socket, default %s\n", argv[0], defaultSocket);
-            exit(2);
-        }
+    while ((option = getopt(argc, argv, "s:")) == 's')
         path = optarg;
-    }
-    return path;
+    if (option == -1 && optind == argc)
+        return path;
+    fprintf(stderr, "Usage: %s [-s SOCKET]    bus socket, default %s\n", argv[0], defaultSocket);
+    exit(2);
 }
 } // namespace
 

@@ -1,5 +1,5 @@
 // Named fields: checking, parsing by policy, building. What comes from the wire is looked at only after
-// check_field has found it whole.
+// blobmsg_check_attr_len has found it whole.
 #include "bundled/libubox/blob_internal.h"
 
 #include <libubox/blobmsg.h>
