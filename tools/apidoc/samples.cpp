@@ -141,7 +141,7 @@ constexpr Text methods[] = {
     { "setBlockClient", "Keeps a station off an access point (`operation` 0), or lets it join again (1)." },
     { "addVendorIE", "Adds a vendor element to an access point's frames." },
     { "delVendorIE", "Takes a vendor element out of an access point's frames." },
-    { "getScanStatus", "1 while scanning is on, 0 while it is off." },
+    { "getScanStatus", "1 when the first scans of both radios are over, 0 before." },
     { "getScanCap", "Whether a radio scans, and how often." },
     { "getRadioAvaliableChannelList",
       "The channels that a radio may use now; the name is spelled as it is." },

@@ -1,5 +1,7 @@
 #include "tools/veskctl/bus.h"
 
+#include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include <poll.h>
@@ -13,26 +15,30 @@ namespace
 {
 constexpr const char *busSocket = "/var/run/ubus.sock";
 constexpr int greetingMs = 2000; // a healthy broker greets at once
+constexpr int turnMs = 100;      // a listener looks this often whether it is to stop
+constexpr const char *brokerGone = "the bus broker is gone";
 
 ubus_context *context;
+volatile sig_atomic_t stopNoted;
 
-/** Whether a broker accepts and greets: the library's own connect would wait for the greeting without limit.
- */
+/** Whether a broker accepts and greets: the library's own connect would wait for both without limit. */
 bool broker_greets(std::string &error)
 {
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     memcpy(address.sun_path, busSocket, strlen(busSocket));
     pollfd readable = { fd, POLLIN, 0 };
     bool greeted = false;
-    if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) != 0)
+    const bool connected = connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0;
+    if (!connected && errno != EAGAIN) // EAGAIN: it is there, but has stopped accepting
         error = std::string("no bus broker at ") + busSocket;
-    else if (poll(&readable, 1, greetingMs) != 1)
+    else if (!connected || poll(&readable, 1, greetingMs) != 1)
         error = std::string("the bus broker at ") + busSocket + " doesn't answer";
     else
         greeted = true;
-    close(fd);
+    if (fd >= 0)
+        close(fd);
     return greeted;
 }
 
@@ -77,6 +83,8 @@ void take_answer(ubus_request *req, int, blob_attr *msg)
     call->answered = true;
     blobmsg_for_each_attr(attr, msg, rem)
     {
+        if (!blobmsg_check_attr(attr, true))
+            continue;
         const std::string_view name = blobmsg_name(attr);
         const auto *data = static_cast<const uint8_t *>(blobmsg_data(attr));
         const size_t size = blobmsg_data_len(attr);
@@ -117,7 +125,7 @@ void take_signal(ubus_context *, ubus_event_handler *, const char *name, blob_at
     size_t rem;
     blobmsg_for_each_attr(attr, msg, rem)
     {
-        if (std::string_view(blobmsg_name(attr)) != "payload")
+        if (!blobmsg_check_attr(attr, true) || std::string_view(blobmsg_name(attr)) != "payload")
             continue;
         const auto *data = static_cast<const uint8_t *>(blobmsg_data(attr));
         payload.assign(data, data + blobmsg_data_len(attr));
@@ -141,19 +149,17 @@ bool subscribe(std::string &error)
     return true;
 }
 
-/** Serves the loop until something ends it. True: the user's stop or a signal. */
+/** Serves the loop until the bus is lost. True: a stop came first. */
 bool serve(const std::function<bool()> &stop)
 {
     while (!busLost) {
-        if (stop())
+        if (stop() || stop_asked())
             return true;
         uloop_timeout tick = {};
         tick.cb = [](uloop_timeout *) { uloop_end(); };
-        uloop_timeout_set(&tick, 100);
-        const int signal = uloop_run();
+        uloop_timeout_set(&tick, turnMs);
+        uloop_run();
         uloop_timeout_cancel(&tick);
-        if (signal != 0)
-            return true;
     }
     return false;
 }
@@ -193,7 +199,7 @@ CallResult ctl_call(const WireMethod &method, const std::vector<CallArg> &args, 
         return result;
     uint32_t id = 0; // stays 0 for an object that is there without a type
     if (ubus_lookup_id(context, VESK_BUS_OBJECT, &id) != 0 || id == 0) {
-        result.error = call_error(UBUS_STATUS_NOT_FOUND);
+        result.error = context->sock.eof ? brokerGone : call_error(UBUS_STATUS_NOT_FOUND);
         return result;
     }
     blob_buf buf = {};
@@ -226,25 +232,34 @@ std::string ctl_send_signal(std::string_view signal, const void *payload, size_t
     return status == 0 ? "" : call_error(status);
 }
 
-bool ctl_listen(const SignalVisitor &visit, const std::function<bool()> &stop, bool reconnect,
-                std::string &error)
+bool ctl_listen(const SignalVisitor &visit, const std::function<bool()> &stop, std::string &error)
 {
     listener.visit = &visit;
+    catch_stop();
     uloop_init();
-    for (;;) {
-        if (!subscribe(error))
-            return false;
-        if (serve(stop))
-            return true;
-        ctl_disconnect();
-        error = "the bus broker is gone";
-        if (!reconnect)
-            return false;
-        while (!ctl_connect(
-            error)) { // the daemon holds its signals back for a second, so half a second is soon enough
-            if (stop())
+    if (!subscribe(error))
+        return false;
+    while (!serve(stop)) {
+        // The daemon holds its signals back for a second after it is back itself: a turn is soon enough.
+        do {
+            ctl_disconnect();
+            if (stop() || stop_asked())
                 return true;
-            usleep(200000);
-        }
+            usleep(turnMs * 1000);
+        } while (!subscribe(error));
     }
+    return true;
+}
+
+void catch_stop()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) { stopNoted = 1; };
+    for (int signum : { SIGINT, SIGTERM }) // the event loop leaves handlers alone that it finds
+        sigaction(signum, &action, nullptr);
+}
+
+bool stop_asked()
+{
+    return stopNoted != 0;
 }

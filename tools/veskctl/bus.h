@@ -17,7 +17,7 @@ struct CallResult {
     std::vector<uint8_t> record; // the result field's bytes; numbers in host order
 };
 
-/** Arguments of a call, in any order; what a method doesn't list is refused by ctl_call. */
+/** An argument of a call. They stand in any order; what a method doesn't list isn't sent. */
 struct CallArg {
     std::string name;
     WireType type;
@@ -65,8 +65,12 @@ std::string ctl_send_signal(std::string_view signal, const void *payload, size_t
 
 using SignalVisitor = std::function<void(const std::string &name, const std::vector<uint8_t> &payload)>;
 
-/** Delivers the daemon's signals until `stop` answers true (asked at least every 100 ms) or the process gets
- * SIGINT or SIGTERM. Survives a restarted broker when `reconnect`. False, with the reason, when the bus is
- * lost. */
-bool ctl_listen(const SignalVisitor &visit, const std::function<bool()> &stop, bool reconnect,
-                std::string &error);
+/** Delivers the daemon's signals until `stop` answers true or the process gets SIGINT or SIGTERM; looks for
+ * both every 100 ms. Outlives a broker that is started again. False, with the reason, when there is no bus to
+ * begin with. */
+bool ctl_listen(const SignalVisitor &visit, const std::function<bool()> &stop, std::string &error);
+
+/** From here on SIGINT and SIGTERM only leave a note, so that a loop ends between two rounds; call before the
+ * bus is used. */
+void catch_stop();
+bool stop_asked();

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <csignal>
 #include <unistd.h>
 
 #include <libsmartcols/libsmartcols.h>
@@ -15,8 +14,6 @@ Options options;
 
 namespace
 {
-volatile sig_atomic_t stopAsked;
-
 /** The value of a JSON leaf as a person reads it. */
 std::string shown(const cJSON *value)
 {
@@ -77,6 +74,8 @@ std::vector<uint8_t> must_call(const char *method, const std::vector<CallArg> &a
     if (result.status != 0)
         fail(std::string(method) + " was refused (" + std::to_string(result.status) +
              "); the daemon's log says why");
+    if (result.record.size() != ctl_method(method)->result.size)
+        fail(std::string(method) + ": the daemon sent another record than this client knows");
     return std::move(result.record);
 }
 
@@ -95,19 +94,18 @@ void must_signal(const char *signal, const void *payload, size_t size)
     print_done();
 }
 
-void catch_stop()
-{
-    struct sigaction action = {};
-    action.sa_handler = [](int) { stopAsked = 1; };
-    for (int signum : { SIGINT, SIGTERM }) // the event loop leaves handlers alone that it finds
-        sigaction(signum, &action, nullptr);
-}
-
 bool sleep_unless_stopped(int seconds)
 {
-    if (!stopAsked)
+    if (!output_works())
+        return false;
+    if (!stop_asked())
         sleep(static_cast<unsigned>(seconds));
-    return !stopAsked;
+    return !stop_asked();
+}
+
+bool output_works()
+{
+    return fflush(stdout) == 0 && !ferror(stdout);
 }
 
 void print_json(cJSON *value)
@@ -209,7 +207,7 @@ const char *band_name(int band)
 std::vector<int> live_bands()
 {
     std::vector<int> bands;
-    WireRadioInfo info;
+    WireRadioInfo info = {};
     for (int band = 0; band < 5; band++)
         if (may_get("getRadioInfo", { arg_band(band) }, &info))
             bands.push_back(band);
@@ -229,7 +227,7 @@ const char *bandwidth_name(int index)
 
 const char *vap_role(uint8_t vapAttr)
 {
-    return vapAttr == 0x80 ? "backhaul station" : vapAttr == 0x40 ? "backhaul" : "fronthaul";
+    return is_bsta(vapAttr) ? "backhaul station" : vapAttr == 0x40 ? "backhaul" : "fronthaul";
 }
 
 std::vector<std::string> all_vaps()
@@ -240,7 +238,7 @@ std::vector<std::string> all_vaps()
         for (const auto &name : intfs.vapIfname)
             if (name[0])
                 names.push_back(FIELD_TEXT(name));
-        WireBstaIntf bsta;
+        WireBstaIntf bsta = {};
         if (may_get("getBstaIntfInfo", { arg_band(band) }, &bsta))
             names.push_back(FIELD_TEXT(bsta.ifName));
     }

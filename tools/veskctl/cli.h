@@ -26,15 +26,14 @@ extern Options options;
 [[noreturn]] void fail(const std::string &what);
 [[noreturn]] void usage_error(const std::string &what);
 
-/** Calls a method and takes its record; ends the program when the bus, the daemon or the method fails. */
+/** Calls a method and takes its record, which has the size of the method's row; ends the program when the
+ * bus, the daemon or the method fails. */
 std::vector<uint8_t> must_call(const char *method, const std::vector<CallArg> &args);
 template <class T>
 T must_get(const char *method, const std::vector<CallArg> &args)
 {
     const std::vector<uint8_t> record = must_call(method, args);
     T value = {};
-    if (record.size() != sizeof value)
-        fail(std::string(method) + ": the daemon sent another record than this client knows");
     __builtin_memcpy(static_cast<void *>(&value), record.data(), sizeof value);
     return value;
 }
@@ -50,11 +49,12 @@ bool may_get(const char *method, const std::vector<CallArg> &args, T *value)
 /** Sends an inbound signal; ends the program when that fails. */
 void must_signal(const char *signal, const void *payload, size_t size);
 
-/** From here on SIGINT and SIGTERM only leave a note, so that a loop ends between two rounds; call before the
- * bus is used. */
-void catch_stop();
-/** Sleeps up to the seconds. False once a stop has been asked for. */
+/** Sleeps up to the seconds. False once a stop has been asked for (see catch_stop) or nobody reads any more.
+ */
 bool sleep_unless_stopped(int seconds);
+
+/** Whether standard output takes what was printed; everything is on its way then. */
+bool output_works();
 
 /** Prints a JSON value and a line end, and deletes it. */
 void print_json(cJSON *value);
@@ -79,6 +79,7 @@ struct Table {
 
 /** The JSON value or the table, as the output switch says; the value is deleted. */
 void print_either(cJSON *value, const Table &table);
+
 template <class T>
 std::vector<uint8_t> bytes_of_record(const T &record)
 {
@@ -105,6 +106,11 @@ std::vector<int> live_bands();
 std::vector<int> bands_or_all(const std::string &band);
 /** Width of a channel by its bandwidth index. */
 const char *bandwidth_name(int index);
+/** Whether vapAttr is that of a backhaul station. */
+constexpr bool is_bsta(uint8_t vapAttr)
+{
+    return vapAttr == 0x80;
+}
 /** Fronthaul, backhaul or station, by vapAttr. */
 const char *vap_role(uint8_t vapAttr);
 /** Outer names of all interfaces of the live radios, backhaul stations included. */

@@ -22,7 +22,7 @@ void backhaul_info()
     cJSON *array = cJSON_CreateArray();
     Table table({ { "BAND" }, { "STATION" }, { "MAC" }, { "STATE" }, { "SSID" }, { "PEER" } });
     for (int band : live_bands()) {
-        WireBstaIntf bsta;
+        WireBstaIntf bsta = {};
         WireVapInfo vap = {};
         if (!may_get("getBstaIntfInfo", { arg_band(band) }, &bsta))
             continue;
@@ -123,7 +123,8 @@ void add_control_commands(CLI::App &app)
     CLI::App *automatic = backhaul->add_subcommand("auto", "Auto-connect; while it is on nothing scans");
     automatic->add_option("BAND", band, "2.4 or 5")->required();
     automatic->add_option("STATE", state, "on or off")->required()->check(CLI::IsMember({ "on", "off" }));
-    automatic->add_option("--interval", interval, "Seconds between attempts");
+    automatic->add_option("--interval", interval, "Seconds between attempts")
+        ->check(CLI::Range(0, INT32_MAX));
     automatic->callback([] { backhaul_auto(band, state == "on", interval); });
 
     CLI::App *dot1q =

@@ -37,5 +37,7 @@ Explanation explain_scan(const Evidence &evidence, int radio);
 Explanation explain_ready(const Evidence &evidence);
 /** What the log can't tell, and why: missing, started afresh, level too low, gone elsewhere. */
 void explain_log(const Evidence &evidence, int passInterval, Explanation &explanation);
+/** The radio (0 or 1) as the bus tells it, NULL if it doesn't. */
+const RadioState *radio_state(const Evidence &evidence, int radio);
 /** The role as the log has it, in words; "" if the log doesn't tell. */
 std::string role_from_log(const Logbook &log, const LogLine **line);

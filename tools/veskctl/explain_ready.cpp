@@ -101,11 +101,7 @@ void say_radio(const Evidence &evidence, int radio, Explanation &out)
         return;
     }
     const LogLine *acs = last_of_radio(log, isEnd, "radioInfo[%d].isAcsEnabled", radio);
-    const RadioState *device = nullptr;
-    if (evidence.device)
-        for (const RadioState &r : evidence.device->radios)
-            if ((r.band == 0) == (radio == 0))
-                device = &r;
+    const RadioState *device = radio_state(evidence, radio);
     const bool isScanEnd = log_number(*state, printed("isend[%d]", radio).c_str()) == 1;
     const bool isOwed = log_number(*state, "isFirstScan") != 0;
     if (device && !device->isUp)

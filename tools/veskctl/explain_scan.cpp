@@ -222,6 +222,8 @@ void say_pass(const Evidence &evidence, const Step &step, int radio, Explanation
     }
 }
 
+} // namespace
+
 const RadioState *radio_state(const Evidence &evidence, int radio)
 {
     if (evidence.device)
@@ -230,7 +232,6 @@ const RadioState *radio_state(const Evidence &evidence, int radio)
                 return &state;
     return nullptr;
 }
-} // namespace
 
 Explanation explain_scan(const Evidence &evidence, int radio)
 {

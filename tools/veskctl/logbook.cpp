@@ -48,7 +48,8 @@ std::string trimmed(std::string_view text)
 /** "stamp | level | module | function:line | message" behind the prefix. A line of a dump has none of it. */
 LogLine parse_line(const std::string &text, const std::string &source, int number, time_t now)
 {
-    LogLine line = { source, number, 0, "", "", trimmed(text), clean_text(trimmed(text)) };
+    const std::string whole = clean_text(trimmed(text));
+    LogLine line = { source, number, 0, "", "", whole, whole };
     if (text.compare(0, prefix.size(), prefix) != 0 || text.size() < prefix.size() + stampSize)
         return line;
     std::string_view rest = std::string_view(text).substr(prefix.size() + stampSize);
@@ -63,7 +64,7 @@ LogLine parse_line(const std::string &text, const std::string &source, int numbe
     line.when = parse_stamp(text.substr(prefix.size(), stampSize), now);
     line.level = columns[1];
     line.function = columns[3].substr(0, columns[3].find(':'));
-    line.message = trimmed(rest);
+    line.message = clean_text(trimmed(rest));
     return line;
 }
 

@@ -16,7 +16,7 @@ struct LogLine {
     std::string level; // "INFO"
     std::string function;
     std::string message; // without the blank in front and the line end
-    std::string text;    // the line as it stands
+    std::string text;    // the whole line; both are safe to show
 };
 
 struct Logbook {

@@ -1,5 +1,7 @@
 // veskctl: the command line client of vesk. Every command asks the daemon over the bus; records are read by
 // the layouts of include/ alone.
+#include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <unistd.h>
 
@@ -9,6 +11,7 @@
 
 int main(int argc, char **argv)
 {
+    setlocale(LC_CTYPE, ""); // tables show what the terminal can, SSIDs in UTF-8 included
     CLI::App app{ "Client of the Wi-Fi service daemon vesk", "veskctl" };
     app.set_version_flag("--version", std::string("veskctl ") + VESK_VERSION);
     app.add_flag("--json", options.json, "Print JSON instead of tables");
@@ -27,5 +30,7 @@ int main(int argc, char **argv)
         return app.exit(e) == 0 ? 0 : 2;
     }
     ctl_disconnect();
+    if (!output_works())
+        fail(std::string("can't write to standard output: ") + strerror(errno));
     return 0;
 }

@@ -233,7 +233,7 @@ void add_vap(Samples &out, const VapState &vap)
                 label("bssid", vap.bssid) + "," + label("role", vap_role(vap.attribute)),
             1);
     out.add_counters(VapStats, labels, vap.stats);
-    if (vap.attribute == 0x80)
+    if (is_bsta(vap.attribute))
         return;
     out.add(Stations, labels, static_cast<double>(vap.stations.size()));
     for (const StationState &s : vap.stations) {

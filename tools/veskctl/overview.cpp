@@ -48,6 +48,8 @@ void report_forever()
 {
     if (choice.out.empty())
         usage_error("report --watch needs -o FILE");
+    if (options.json)
+        usage_error("report --watch writes a page; --json is for a single report");
     catch_stop();
     do {
         Snapshot snapshot;
@@ -147,6 +149,8 @@ void draw_status(const std::deque<std::string> &signals)
 
 void status_forever()
 {
+    if (options.json)
+        usage_error("status --watch draws a screen; --json is for a single status");
     std::deque<std::string> signals;
     std::string error;
     double next = 0;
@@ -155,7 +159,7 @@ void status_forever()
             draw_status(signals);
             next = now_seconds() + statusInterval;
         }
-        return false;
+        return !output_works();
     };
     const auto keep = [&](const SeenSignal &signal) {
         signals.push_back(signal_line(signal));
@@ -268,7 +272,7 @@ void add_overview_commands(CLI::App &app)
         status->add_flag("--watch", choice.watch, "Keep it up to date and listen to signals");
     status->add_option("--from", choice.from, "Take the signals from a record")->excludes(watch);
     add_log_option(status);
-    status->callback([] { choice.watch && !options.json ? status_forever() : status_once(); });
+    status->callback([] { choice.watch ? status_forever() : status_once(); });
 
     CLI::App *numbers = app.add_subcommand("metrics", "The device in Prometheus' text format");
     numbers->add_option("-o,--output", choice.out, "File to replace, for a textfile collector");

@@ -50,13 +50,13 @@ void show_vaps()
     cJSON *array = cJSON_CreateArray();
     Table table({ { "NAME" }, { "RADIO" }, { "ROLE" }, { "STATE" }, { "SSID" }, { "BSSID" }, { "PEER" } });
     for (const std::string &name : all_vaps()) {
-        WireVapInfo v;
+        WireVapInfo v = {};
         if (!may_get("getVapInfo", { arg_text("vapName", name) }, &v))
             continue;
         cJSON_AddItemToArray(array, decode_record(layoutVapInfo, reinterpret_cast<const uint8_t *>(&v)));
         table.add({ name, FIELD_TEXT(v.radio), vap_role(v.vapAttr), v.status ? "up" : "down",
                     FIELD_TEXT(v.ssid), mac_text(v.bssid),
-                    v.vapAttr == 0x80 ? mac_text(v.bstaPeerBssid) : "" });
+                    is_bsta(v.vapAttr) ? mac_text(v.bstaPeerBssid) : "" });
     }
     print_either(array, table);
 }
@@ -90,7 +90,6 @@ void watch_stats(const std::string &target, int seconds)
             print_record(layoutIntfStats, now);
         else
             table.print();
-        fflush(stdout);
         before = now;
     } while (sleep_unless_stopped(seconds));
 }
@@ -124,7 +123,7 @@ void show_capability(const std::string &band)
         cJSON_AddItemToObject(all, row.method, decode_record(*row.layout, record.data()));
     }
     for (const char *method : { "getRadioCapability", "getRadioAdvancedCapability" }) {
-        cJSON *value = decode_result(*ctl_method(method), must_call(method, {}));
+        cJSON *value = decode_result(*ctl_method(method), must_call(method, {})); // a number
         if (!options.json)
             printf("%s %s\n", method, value->valuestring);
         cJSON_AddItemToObject(all, method, value);
@@ -162,7 +161,7 @@ CallArg parse_arg(const WireMethod &method, const std::string &text)
         CallArg arg{ name, field.type, 0, value, {} };
         if (field.type == WireType::Int32) {
             char *end;
-            const long number = strtol(value.c_str(), &end, 0);
+            const long long number = strtoll(value.c_str(), &end, 0);
             if (*end || value.empty() || number < INT32_MIN || number > INT32_MAX)
                 usage_error(name + " takes a number");
             arg.number = static_cast<int32_t>(number);

@@ -16,11 +16,6 @@ std::string unknown()
     return "<span class=\"unknown\">unknown</span>";
 }
 
-std::string minus(std::string number)
-{
-    return number[0] == '-' ? "−" + number.substr(1) : number;
-}
-
 /** Four bars and the figure; the picture says nothing that the figure doesn't. */
 std::string level_cell(const std::optional<int> &level)
 {
@@ -184,7 +179,7 @@ std::string station_table(const VapState &vap)
 
 std::string vap_card(const VapState &vap)
 {
-    const bool isStation = vap.attribute == 0x80;
+    const bool isStation = is_bsta(vap.attribute);
     const std::string title = !vap.ssid.empty() ? html_escape(vap.ssid)
                               : isStation       ? "backhaul station"
                                                 : "hidden network";
@@ -248,6 +243,11 @@ std::string document(const std::string &body, int refresh)
            "</body></html>\n";
 }
 } // namespace
+
+std::string minus(const std::string &number)
+{
+    return number[0] == '-' ? "−" + number.substr(1) : number;
+}
 
 std::string dbm_text(const std::optional<int> &value)
 {

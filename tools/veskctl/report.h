@@ -10,7 +10,9 @@ std::string report_page(const Snapshot &snapshot, int refresh);
 /** The page while the daemon can't be asked. */
 std::string report_failure(const std::string &error, int refresh);
 
-/** How a channel is spelled on the page: figures with a real minus sign, "unknown" for what is absent. */
+/** A number with a real minus sign. */
+std::string minus(const std::string &number);
+/** How a level is spelled on the page; "unknown" where it is absent. */
 std::string dbm_text(const std::optional<int> &value);
 std::string dbm_text(const std::optional<double> &value);
 /** A neighbour's name, escaped; a hidden network has none. */

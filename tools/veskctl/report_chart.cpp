@@ -20,8 +20,8 @@ constexpr int palette = 8;                                       // colours of h
 double channel_mhz(int band, int channel)
 {
     if (band == 0)
-        return channel == 14 ? 2484 : 2407 + 5 * channel;
-    return 5000 + 5 * channel;
+        return channel == 14 ? 2484 : 2407 + 5.0 * channel;
+    return 5000 + 5.0 * channel;
 }
 
 /** Channel number to horizontal position. */
@@ -154,12 +154,13 @@ Panel bar_panel(const RadioState &radio, double top, double height)
 void draw_grid(Chart &chart, const Panel &panel, const char *title, double step, double lift = 9)
 {
     chart.text(leftMargin, panel.top - lift, "t", title);
-    for (double value = std::ceil(panel.low / step) * step; value <= panel.high; value += step) {
-        const double y = panel.y(value);
+    const int first = static_cast<int>(std::ceil(panel.low / step));
+    const int last = static_cast<int>(std::floor(panel.high / step));
+    for (int i = first; i <= last; i++) {
+        const double value = i * step, y = panel.y(value);
         chart.add(printed("<line x1=\"%.0f\" x2=\"%.1f\" y1=\"%.1f\" y2=\"%.1f\" class=\"g\"/>", leftMargin,
                           chart.size.width - rightMargin, y, y));
-        chart.text(leftMargin - 6, y + chart.size.font * 0.35, "y",
-                   value < 0 ? printed("−%.0f", -value) : printed("%.0f", value));
+        chart.text(leftMargin - 6, y + chart.size.font * 0.35, "y", minus(printed("%.0f", value)));
     }
 }
 
@@ -319,7 +320,7 @@ void draw_names(Chart &chart)
         if (x < 0 || !n.level || names >= chart.size.labels)
             continue;
         const std::string name = n.ssid.empty() ? "hidden" : cut_text(n.ssid, 18);
-        const std::string level = printed("−%d", -*n.level);
+        const std::string level = minus(std::to_string(*n.level));
         const double half = (guessed_width(name) + guessed_width(level) + 0.4) * font / 2 + 3;
         const double middle = std::clamp(x, leftMargin + half, most - half);
         for (int step = 0; step < 3; step++) {

@@ -29,7 +29,7 @@ bool parse_signal(const char *text, SeenSignal &signal)
                          from_hex(payload->valuestring, signal.payload);
     if (isWhole) {
         signal.time = when->valuedouble;
-        signal.name = std::string(prefix) + name->valuestring;
+        signal.name = std::string(prefix) + clean_text(name->valuestring);
     }
     cJSON_Delete(line);
     return isWhole;
@@ -74,7 +74,7 @@ bool listen_for_signals(const std::function<void(const SeenSignal &)> &visit,
             if (signal_layout(name)) // our own switches travel under the same prefix
                 visit({ now_seconds(), name, payload });
         },
-        stop, true, error);
+        stop, error);
 }
 
 bool read_record(const std::string &path, const std::function<bool(const SeenSignal &)> &visit,

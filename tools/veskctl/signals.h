@@ -21,8 +21,8 @@ cJSON *signal_json(const SeenSignal &signal, bool withPayload);
 /** "22:58:41.123 veskClientJoin ifName=ath0.v0 ..." */
 std::string signal_line(const SeenSignal &signal);
 
-/** Listens for the daemon's own signals until `stop`. False, with the reason, when the bus is lost for good.
- */
+/** Listens for the daemon's own signals until `stop`, SIGINT or SIGTERM. False, with the reason, when there
+ * is no bus to begin with. */
 bool listen_for_signals(const std::function<void(const SeenSignal &)> &visit,
                         const std::function<bool()> &stop, std::string &error);
 

@@ -160,7 +160,7 @@ void read_vap(Reader &reader, const std::string &name, int band, Snapshot &snaps
     vap.isUp = info.status != 0;
     if (std::any_of(info.bstaPeerBssid, info.bstaPeerBssid + 6, [](uint8_t b) { return b != 0; }))
         vap.peer = mac_text(info.bstaPeerBssid);
-    if (vap.attribute != 0x80)
+    if (!is_bsta(vap.attribute))
         read_stations(reader, vap);
     WireIntfStats stats = {};
     if (counters && reader.get("getVapIntfStats", { arg_text("vapName", name) }, &stats))

@@ -1,4 +1,6 @@
 // Commands on stations: who is there, who is watched, who may not join, and the requests that steer them.
+#include <cctype>
+
 #include <CLI/CLI.hpp>
 
 #include "tools/veskctl/cli.h"
@@ -103,17 +105,30 @@ struct BtmOptions {
     int value1 = 0, value2 = 0, timer = 0;
 } btm;
 
+/** The number from 0 to 255 behind the comma at `text`, which moves on behind it; 0 where there is none. */
+uint8_t next_byte(const char *&text)
+{
+    if (text[0] != ',' || !isdigit(static_cast<unsigned char>(text[1])))
+        return 0;
+    char *end;
+    const unsigned long value = strtoul(text + 1, &end, 10);
+    if (value > 255)
+        usage_error("an operating class or a channel is a number from 0 to 255");
+    text = end;
+    return static_cast<uint8_t>(value);
+}
+
 /** A target is BSSID[,VALUE[,VALUE]]: what the two bytes mean lies with the driver (operating class,
  * channel). */
 WireBtmTarget parse_target(const std::string &text)
 {
     WireBtmTarget target = {};
     need_mac(text.substr(0, 17), target.bssid);
-    unsigned a = 0, b = 0;
-    if (text.size() > 17 && sscanf(text.c_str() + 17, ",%u,%u", &a, &b) < 1)
+    const char *rest = text.c_str() + 17;
+    target.value1 = next_byte(rest);
+    target.value2 = next_byte(rest);
+    if (*rest)
         usage_error("a target is BSSID[,OPCLASS[,CHANNEL]]");
-    target.value1 = static_cast<uint8_t>(a);
-    target.value2 = static_cast<uint8_t>(b);
     return target;
 }
 

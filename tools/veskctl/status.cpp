@@ -122,7 +122,7 @@ void add_radio(Painter &out, const RadioState &radio, bool showProgress)
 
 void add_vap(Painter &out, const VapState &vap)
 {
-    const bool isStation = vap.attribute == 0x80;
+    const bool isStation = is_bsta(vap.attribute);
     out.line(padded(vap.name, 10) + padded(cut_text(vap.ssid, 20, out.screen.unicode ? "…" : "."), 21) +
              padded(band_name(vap.band), 8) + padded(vap_role(vap.attribute), 17) +
              (vap.isUp ? "up" : "down") + (isStation && !vap.peer.empty() ? "  peer " + vap.peer : ""));

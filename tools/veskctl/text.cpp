@@ -61,6 +61,23 @@ bool write_whole(FILE *file, const std::string &text)
     const bool written = fwrite(text.data(), 1, text.size(), file) == text.size();
     return fflush(file) == 0 && written;
 }
+
+std::string write_error(const std::string &path)
+{
+    return "can't write " + path + ": " + strerror(errno);
+}
+
+/** Standard output, a device or a FIFO: nothing can take their place. */
+bool write_through(const std::string &path, const std::string &text, std::string &error)
+{
+    FILE *file = path == "-" ? stdout : fopen(path.c_str(), "we");
+    const bool done = file && write_whole(file, text);
+    if (!done)
+        error = write_error(path);
+    if (file && file != stdout)
+        fclose(file);
+    return done;
+}
 } // namespace
 
 std::string printed(const char *format, ...)
@@ -174,8 +191,9 @@ double now_seconds()
 
 bool write_by_rename(const std::string &path, const std::string &text, std::string &error)
 {
-    if (path == "-")
-        return write_whole(stdout, text);
+    struct stat present;
+    if (path == "-" || (stat(path.c_str(), &present) == 0 && !S_ISREG(present.st_mode)))
+        return write_through(path, text, error);
     std::string beside = path + ".XXXXXX";
     const int fd = mkstemp(beside.data());
     FILE *file = fd >= 0 ? fdopen(fd, "w") : nullptr;
@@ -190,7 +208,7 @@ bool write_by_rename(const std::string &path, const std::string &text, std::stri
     done = done && rename(beside.c_str(), path.c_str()) == 0;
     if (done)
         return true;
-    error = "can't write " + path + ": " + strerror(errno);
+    error = write_error(path);
     if (fd >= 0)
         unlink(beside.c_str());
     return false;

@@ -17,6 +17,7 @@ size_t char_count(std::string_view text);
 std::string cut_text(const std::string &text, size_t count, const char *ellipsis = "…");
 /** For text and attribute values of HTML and SVG. */
 std::string html_escape(std::string_view text);
+/** A JSON value on one line. */
 std::string json_line(const struct cJSON *value);
 
 /** "1 neighbour", "2 neighbours". */
@@ -29,6 +30,6 @@ std::string span_text(long seconds);
 /** Seconds since the epoch, to the millisecond. */
 double now_seconds();
 
-/** Replaces a file in one step, so that no reader sees half of it. False, with the reason. "-": standard
- * output. */
+/** Replaces a file in one step, so that no reader sees half of it; what is no regular file, and "-", standard
+ * output, is written to. False, with the reason. */
 bool write_by_rename(const std::string &path, const std::string &text, std::string &error);

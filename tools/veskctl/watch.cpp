@@ -47,15 +47,16 @@ void watch()
         show_signal(signal);
         limits.seen++;
     };
-    const bool ended = !chosen.from.empty() ? read_record(
-                                                  chosen.from,
-                                                  [&](const SeenSignal &signal) {
-                                                      show(signal);
-                                                      return !limits.reached();
-                                                  },
-                                                  error)
-                                            : listen_for_signals(
-                                                  show, [&] { return limits.reached(); }, error);
+    const bool ended = !chosen.from.empty()
+                           ? read_record(
+                                 chosen.from,
+                                 [&](const SeenSignal &signal) {
+                                     show(signal);
+                                     return output_works() && !limits.reached();
+                                 },
+                                 error)
+                           : listen_for_signals(
+                                 show, [&] { return !output_works() || limits.reached(); }, error);
     if (!ended)
         fail(error);
 }
@@ -67,25 +68,28 @@ void record()
         fail("can't write " + chosen.file + ": " + strerror(errno));
     Limits limits;
     std::string error;
-    bool isWritten = true;
+    int writeError = 0;
     const bool ended = listen_for_signals(
         [&](const SeenSignal &signal) {
             cJSON *line = signal_json(signal, true);
-            isWritten = fprintf(file, "%s\n", json_line(line).c_str()) > 0 && fflush(file) == 0 && isWritten;
+            if (fprintf(file, "%s\n", json_line(line).c_str()) < 0 || fflush(file) != 0)
+                writeError = errno;
             cJSON_Delete(line);
             limits.seen++;
         },
-        [&] { return !isWritten || limits.reached(); }, error);
-    if (!isWritten)
-        fail("can't write " + chosen.file + ": " + strerror(errno));
+        [&] { return writeError || limits.reached(); }, error);
+    if (writeError)
+        fail("can't write " + chosen.file + ": " + strerror(writeError));
     if (!ended)
         fail(error);
 }
 
 void add_limits(CLI::App *command)
 {
-    command->add_option("--count", chosen.count, "End after this many signals");
-    command->add_option("--seconds", chosen.seconds, "End after this time");
+    command->add_option("--count", chosen.count, "End after this many signals")
+        ->check(CLI::Range(0, INT32_MAX));
+    command->add_option("--seconds", chosen.seconds, "End after this time")
+        ->check(CLI::Range(0.0, 31536000.0));
 }
 } // namespace
 
