@@ -1,7 +1,6 @@
 // The rules for bands and channels stand here and nowhere else.
 #include "foundation/vesk_utils.h"
 
-#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstdio>
