@@ -1,8 +1,6 @@
 // Fields byte for byte, what counts as a whole field, and what parsing makes of whole and broken ones.
 #include "tests/bus/harness.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 struct Built {

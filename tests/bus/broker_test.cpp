@@ -2,8 +2,6 @@
 // don't read, nonsense.
 #include "tests/bus/harness.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 const std::string signature =

@@ -2,8 +2,6 @@
 // comes back.
 #include "tests/bus/harness.h"
 
-#include <gtest/gtest.h>
-
 namespace
 {
 ubus_request_data deferred;

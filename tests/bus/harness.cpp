@@ -1,26 +1,18 @@
 #include "tests/bus/harness.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 
 namespace
 {
-uint32_t read32(const std::string &data, size_t at)
-{
+const auto read32 = [](const std::string &data, size_t at) {
     uint32_t value;
     memcpy(&value, data.data() + at, sizeof value);
     return ntohl(value);
-}
+};
 } // namespace
-
-std::string padded(std::string data)
-{
-    data.resize((data.size() + 3) / 4 * 4, '\0');
-    return data;
-}
 
 int connect_to(const std::string &path)
 {

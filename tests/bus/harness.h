@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <optional>
 #include <signal.h>
 #include <string>
@@ -24,7 +25,10 @@ bool eventually(std::chrono::milliseconds span, const std::function<bool()> &con
 
 std::string bytes(std::string hex);          // blanks don't count
 std::string be(uint64_t value, size_t size); // big-endian
-std::string padded(std::string data);
+const auto padded = [](std::string data) {
+    data.resize((data.size() + 3) / 4 * 4);
+    return data;
+};
 const auto be32 = [](uint64_t value) { return be(value, 4); };
 const auto attr = [](uint32_t id, const std::string &p) {
     return padded(be32(id << 24 | (p.size() + 4)) + p);

@@ -1,7 +1,6 @@
 // The bus client library against a broker that is killed, restarted, stopped and replaced. The library's
 // state lives as long as its process, so each test runs in a child; broker and peer are the test's own.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 
 #include "platform/merka/merka_internal.h"
 #include "tests/bus/harness.h"

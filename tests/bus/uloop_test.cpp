@@ -2,7 +2,6 @@
 #include "tests/bus/harness.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 
 namespace

@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import re
+import resource
 import stat
 import subprocess
 import time
@@ -11,15 +12,11 @@ import unittest
 
 import jsonschema
 
-from world import (EVIL, PHONE, ROOT, SHY, answers, browse, device, eventually, set_device, start_broker,
-                   start_daemon, veskctl)
+from world import (EVIL, PHONE, ROOT, SHY, browse, device, eventually, in_json, run, set_device, show_device,
+                   start_broker, start_daemon, veskctl)
 
 RECORD = "/tmp/record.jsonl"
 early = {}  # what was shown before the 5 GHz radio had been measured
-
-
-def setUpModule():
-    os.chdir("/tmp")
 
 
 def check_schema(name, value):
@@ -35,11 +32,8 @@ class Device(unittest.TestCase):
         cls.recorder = subprocess.Popen(["veskctl", "record", RECORD])
         time.sleep(0.3)
         cls.daemon = start_daemon()
-        early["metrics"] = veskctl("metrics")
-        early["report"] = veskctl("report")
-        early["ready"] = veskctl("explain", "ready")
-        early["status"] = veskctl("status", LANG="C", LC_ALL="C")
-        early["json"] = json.loads(veskctl("--json", "report"))
+        for command in ("metrics", "report", "explain ready", "status", "--json report"):
+            early[command] = veskctl(*command.split(), LANG="C", LC_ALL="C")
         eventually(lambda: os.path.exists("/tmp/vesk_ready"))
 
     @classmethod
@@ -49,7 +43,7 @@ class Device(unittest.TestCase):
             process.wait()
 
     def test_what_is_not_measured_is_shown_as_such(self):
-        channels = early["json"]["radios"][1]["channels"]
+        channels = json.loads(early["--json report"])["radios"][1]["channels"]
         self.assertEqual([(c["channel"], c["utilisation"], c["noise"], c["smoothedNoise"]) for c in channels],
                          [(36, None, None, None), (52, None, None, None)])
         self.assertNotIn('vesk_channel_utilisation_ratio{radio="wifi1"', early["metrics"])
@@ -61,27 +55,24 @@ class Device(unittest.TestCase):
         self.assertEqual(page.count('<td colspan="4"><span class="unknown">not measured yet</span></td>'), 2)
         self.assertIn("  36 [.]. 52", early["status"])
         self.assertIn("0 of 2 channels measured", early["status"])
-        self.assertRegex(early["ready"], r"5 GHz: its first scan begins at \d\d:\d\d:\d\d\.\n"
+        self.assertRegex(early["explain ready"], r"5 GHz: its first scan begins at \d\d:\d\d:\d\d\.\n"
                                          r" +/tmp/vesk\.log:\d+: VESK > .*band=1, .*itv=4")
 
     def test_json_keeps_to_the_schemas(self):
-        commands = {"version": "", "radios": "", "radio": "5", "vaps": "", "vap": "ath0", "stats": "2.4",
-                    "stations": "", "scan": "", "neighbors": "", "channels": "5", "channel": "2.4", "interfaces": "",
-                    "nol": "5", "vlan": "", "backhaul-info": "", "capability": "5", "report": "", "status": "",
-                    "done": ""}
-        spelled = {"backhaul-info": "backhaul info", "done": "scan-trigger 2.4"}
-        for name, argument in commands.items():
-            with self.subTest(name):
-                check_schema(name, json.loads(veskctl("--json", *spelled.get(name, f"{name} {argument}").split())))
-        for what in ("ready", "scan"):
-            check_schema("explain", json.loads(veskctl("--json", "explain", what)))
+        for command in ("version", "radios", "radio 5", "vaps", "vap ath0", "stats 2.4", "stations", "scan",
+                        "neighbors", "channels 5", "channel 2.4", "interfaces", "nol 5", "vlan", "backhaul info",
+                        "capability 5", "report", "status", "scan-trigger 2.4", "explain ready", "explain scan"):
+            with self.subTest(command):
+                name = {"backhaul info": "backhaul-info", "scan-trigger 2.4": "done"}.get(command, command.split()[0])
+                check_schema(name, in_json(*command.split()))
 
     def test_absent_figures_are_null_and_left_out(self):
-        radio = json.loads(veskctl("--json", "report"))["radios"][0]
+        report = in_json("report")
+        radio = report["radios"][0]
         self.assertEqual([c["noise"] for c in radio["channels"]], [-91, -95, None])  # -300 is no noise
         self.assertEqual([c["smoothedNoise"] for c in radio["channels"]], [-85, -89, -105])
         self.assertEqual([n["level"] for n in radio["neighbors"]], [-61, None])
-        stations = {s["mac"]: s["signal"] for s in json.loads(veskctl("--json", "report"))["vaps"][0]["stations"]}
+        stations = {s["mac"]: s["signal"] for s in report["vaps"][0]["stations"]}
         self.assertEqual(stations, {PHONE["mac"]: -58, SHY["mac"]: None})
         self.assertIn("unknown", veskctl("stations"))
 
@@ -121,15 +112,15 @@ class Device(unittest.TestCase):
             self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o644)
             self.assertTrue(path.read_text().endswith(end))
             self.assertEqual(list(path.parent.glob(path.name + ".*")), [])
-            self.assertIn("can't write", subprocess.run(["veskctl", command, "-o", "/nowhere/x"],
-                                                        capture_output=True, text=True).stderr)
+            self.assertIn("can't write", run(command, "-o", "/nowhere/x").stderr)
+
+    def assert_shape(self, seen, console):
+        self.assertEqual(len(console), 1, console)  # the check page's own, which shows that they are caught
+        self.assertEqual([(f["overflow"], f["cut"], f["outside"]) for f in seen], [(0, [], [])] * 2)
 
     def test_page(self):
         page = veskctl("report")
-        self.assertNotIn("<b>", page)
-        self.assertNotIn("<script", page)
-        self.assertEqual(re.findall(r"""(?:src|href)=["'](?!#|data:)""", page) + re.findall(r"url\((?!#)|@import", page),
-                         [])
+        self.assertEqual(re.findall(r"""<b>|<script|(?:src|href)=["'](?!#|data:)|url\((?!#)|@import""", page), [])
         self.assertEqual(page.count('class="open"/>'), 2)  # the legends' own: all is measured
         self.assertIn("Channel 52, under non-occupancy after radar: 3 % used, noise −97 dBm, smoothed −91.0 dBm, "
                       "1 neighbour<", page)
@@ -139,9 +130,8 @@ class Device(unittest.TestCase):
         backgrounds = set()
         for dark in (False, True):
             seen, console = browse(page, dark)
-            self.assertEqual(len(console), 1, console)  # the check page's own, which shows that they are caught
+            self.assert_shape(seen, console)
             for frame, chart in zip(seen, ("narrow", "wide")):
-                self.assertEqual((frame["overflow"], frame["cut"], frame["outside"]), (0, [], []))
                 self.assertEqual(frame["charts"], [chart, chart])
                 self.assertTrue(frame["named"] and frame["ids"])
                 for text in (EVIL, "hidden network", "Café & Co", "The own channel 6 is used for 12 % of the time.",
@@ -159,15 +149,12 @@ class Device(unittest.TestCase):
             self.assertIn("First scans are over.", text)
             self.assertNotIn("\x1b", text)
             self.assertLessEqual(max(map(len, text.splitlines())), 80)
-        narrow = veskctl("status", COLUMNS="40")
-        self.assertLessEqual(max(map(len, narrow.splitlines())), 40)
+        self.assertLessEqual(max(map(len, veskctl("status", COLUMNS="40").splitlines())), 40)
         terminal = ["script", "-qec", "stty cols 80; veskctl status", "/dev/null"]
-        for no_color in (True, False):
-            env = {**os.environ, **({"NO_COLOR": "1"} if no_color else {})}
-            shown = subprocess.run(terminal, capture_output=True, text=True, env=env).stdout
-            self.assertEqual("\x1b[" in shown, not no_color)
-        from_record = veskctl("status", "--from", RECORD)
-        self.assertIn("veskIfStatusChange ifName=", from_record)
+        for wish in ({}, {"NO_COLOR": "1"}):
+            shown = subprocess.run(terminal, capture_output=True, text=True, env={**os.environ, **wish}).stdout
+            self.assertEqual("\x1b[" in shown, not wish)
+        self.assertIn("veskIfStatusChange ifName=", veskctl("status", "--from", RECORD))
 
     def test_status_watches(self):
         watch = subprocess.Popen(["veskctl", "status", "--watch"], stdout=subprocess.PIPE, text=True)
@@ -191,43 +178,37 @@ class Device(unittest.TestCase):
             check_schema("watch", back)
             line.pop("payload")
             self.assertEqual(back, line)
-        altered = json.loads(lines[0])
-        altered["data"] = {"bytes": "00"}  # only the payload counts
+        first = json.loads(lines[0])
+        altered = {**first, "data": {"bytes": "00"}}  # only the payload counts
         pathlib.Path("/tmp/altered.jsonl").write_text(json.dumps(altered) + "\n\n")
-        self.assertEqual(json.loads(veskctl("--json", "watch", "--from", "/tmp/altered.jsonl"))["data"],
-                         json.loads(lines[0])["data"])
+        self.assertEqual(in_json("watch", "--from", "/tmp/altered.jsonl")["data"], first["data"])
         pathlib.Path("/tmp/broken.jsonl").write_text(lines[0] + "\n" + lines[0][:-4] + "\n")
-        broken = subprocess.run(["veskctl", "watch", "--from", "/tmp/broken.jsonl"], capture_output=True, text=True)
+        broken = run("watch", "--from", "/tmp/broken.jsonl")
         self.assertEqual((broken.returncode, broken.stdout.count("\n")), (1, 1))
         self.assertIn("/tmp/broken.jsonl:2 is no recorded signal", broken.stderr)
 
     def test_explain_scan_follows_the_device(self):
         eventually(lambda: "a station was connected" in veskctl("explain", "scan", "2.4"))
         self.assertRegex(veskctl("explain", "scan", "2.4"), rf"Connected now: .*{PHONE['mac']} on ath0\.v0")
-        set_device(device(stations=[]))
-        eventually(lambda: "It scanned channel" in veskctl("explain", "scan", "2.4"))
-        explained = json.loads(veskctl("--json", "explain", "scan", "2.4"))[0]["statements"]
+        show_device(device(stations=[]), "explain scan 2.4", "It scanned channel")
+        rested = [s for s in in_json("explain", "scan", "2.4")[0]["statements"] if s["number"]]
         log = pathlib.Path("/tmp/vesk.log").read_text().splitlines()
-        rested = [s for s in explained if s["number"]]
         self.assertGreaterEqual(len(rested), 3)
         for statement in rested:
             self.assertEqual(statement["line"], log[statement["number"] - 1].strip())
-        set_device(device())
-        eventually(lambda: "02:5e:70:00:00:01" in veskctl("stations"))
+        show_device(device(), "stations", PHONE["mac"])
 
     def test_many_stations_cost_little(self):
         many = [{"mac": f"02:5e:71:00:00:{i:02x}", "rssi": -40 - i % 50, "time": i} for i in range(256)]
-        set_device(device(many))
-        eventually(lambda: 'wifi_stations{ifname="ath0.v0"} 256' in veskctl("metrics"))
+        show_device(device(many), "metrics", 'wifi_stations{ifname="ath0.v0"} 256')
         costs = []
         for _ in range(3):
-            with subprocess.Popen(["veskctl", "metrics"], stdout=subprocess.DEVNULL) as process:
-                usage = os.wait4(process.pid, 0)[2]
-                process.returncode = 0
-            costs.append(usage.ru_utime + usage.ru_stime)
+            before = resource.getrusage(resource.RUSAGE_CHILDREN)
+            veskctl("metrics")
+            after = resource.getrusage(resource.RUSAGE_CHILDREN)
+            costs.append(after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime)
         self.assertLess(min(costs), 0.05)
-        set_device(device())
-        eventually(lambda: "02:5e:70:00:00:01" in veskctl("stations"))
+        show_device(device(), "stations", PHONE["mac"])
 
     def test_zy_crowded_page_keeps_its_shape(self):
         wide = device(stations=[])
@@ -241,15 +222,13 @@ class Device(unittest.TestCase):
         veskctl("scan-trigger", "5")
 
         def is_shown():
-            down, crowded = json.loads(veskctl("--json", "report"))["radios"]
+            down, crowded = in_json("report")["radios"]
             return not down["up"] and len(crowded["neighbors"]) == 90
         eventually(is_shown)
         page = veskctl("report")
         self.assertNotIn("\u202e", page)
         self.assertIn("wifi0, down", page)
-        seen, console = browse(page, dark=False)
-        self.assertEqual(len(console), 1, console)
-        self.assertEqual([(f["overflow"], f["cut"], f["outside"]) for f in seen], [(0, [], [])] * 2)
+        self.assert_shape(*browse(page, dark=False))
 
     def test_zz_daemon_gone(self):
         watch = subprocess.Popen(["veskctl", "report", "--watch", "1", "-o", "/tmp/live.html"])
@@ -265,100 +244,107 @@ class Device(unittest.TestCase):
                          "# HELP vesk_up 1 if the daemon answered on the bus.\n# TYPE vesk_up gauge\nvesk_up 0\n")
         self.assertIn("The bus tells nothing: vesk isn't on the bus", veskctl("explain", "scan"))
         type(self).daemon = start_daemon()
-        self.assertTrue(answers())
 
 
-def log_lines(*rows):
-    """Rows of (seconds ago, function, message) as the daemon writes them."""
+def log_text(*rows):
+    """The log with these rows, (seconds ago, function, message), as the daemon writes them; a text stays as it is."""
     text = ""
-    for ago, function, message in rows:
-        stamp = time.strftime("%a %b %e %H:%M:%S", time.localtime(time.time() - ago))
-        text += f"VESK > {stamp} | INFO    | source/vesk_scan | {function}:1 |  {message}\n"
+    for row in rows:
+        if isinstance(row, tuple):
+            ago, function, message = row
+            stamp = time.strftime("%a %b %e %H:%M:%S", time.localtime(time.time() - ago))
+            row = f"VESK > {stamp} | INFO    | source/vesk_scan | {function}:1 |  {message}\n"
+        text += row
     return text
 
 
 START = (100, "vesk_load_cfg", "vesk version [1.4.3] load vesk conf /configs/vesk/vesk.conf, 1054")
 PASS = (8, "vesk_update_scan_ubus_handle", "scanEnable=1, scanEnableCfg=1, scanItv=60")
 STEP = (7, "vesk_scan_2G_period_ubus_handle", "scanEnable=1, scanEnableCfg=1")
-ALLOWED = "band=[0] is not allowed to scan return!"
+ALLOWED = (7, "vesk_scan_process", "band=[0] is not allowed to scan return!")
+BUSY = (7, "vesk_scan_process", "band=0, ccaInbss=25, ccaTxUtil=4, out range return")
+SCANNING = (3, "vesk_first_scanning",
+            "usleep=500ms, radio[0]=wifi0, name=ath0, idx=1, chIdx=1, channel=2, alyScanCnt=2")
 
 
-def step(function, message, *more):
-    return log_lines(START, PASS, STEP, (7, function, message), *more)
+def step(*rows):
+    return [START, PASS, STEP, *rows]
 
 
 def ready(*rows):
-    return log_lines((10, *START[1:]), (9, "vesk_start_check_all_ready_ubus_timer", "vesk_start_check_all_ready_ubus_timer"),
-                     *rows)
+    begin = "vesk_start_check_all_ready_ubus_timer"
+    return [(10, *START[1:]), (9, begin, begin), *rows]
+
+
+def is_end(message):
+    return (3, "vesk_first_scanning_is_end", message)
+
+
+LIMITS = "    scanCfg[0]->txThd           = 10\n    scanCfg[0]->rxThd           = 20\n"
+REASONS = {  # by question: rows of the log, what has to be said, what mustn't
+    "scan 2.4": [
+        (step((7, "vesk_is_allowed_scan", "The node is UNSELECTED AP - exit"), ALLOWED),
+         "role isn't decided yet", "switched off"),
+        (step(ALLOWED), "scanning was switched off", "role"),
+        (step((7, "vesk_is_allowed_scan", "offScan->scanCfg[1].bstaAuto.enableAuto=1, scan return")),
+         "on auto-connect", "switched off"),
+        (step(BUSY), "25 % traffic of its own BSS and 4 % transmit utilisation; one of them", "scans below"),
+        ([START, LIMITS, PASS, STEP, BUSY], "it scans below 20 % and 10 %", "one of them"),
+        (step((7, "vesk_scan_process", "radioInfo[0].isAcsEnabled = 0, scan return")),
+         "automatic channel selection is off", "busy"),
+        (step((5, "vesk_scan_5GA_period_ubus_handle", "scanEnable=1"),  # the other radio's
+              (5, "vesk_scan_process", "Has station connected , band=1 do not scan")),
+         "the log gives no reason", "station was connected"),
+        (step((7, "vesk_start_scan_result_ubus_timer", "scanEnable=1, scanEnableCfg=1, itv=1"),
+              (6, "vesk_scan_2G_result_ubus_handle",
+               "band=0, radio=wifi0, scanning=11, chanIdx=2, offChListNum=13, alreadyScanCount=2")),
+         "It scanned channel 11: 2 of 13", "didn't scan"),
+        ([START, (50, *PASS[1:]),  # put off by a channel change
+          (0, "vesk_start_scan_ubus_timer", "scanEnable=1, scanEnableCfg=1, itv=60")],
+         "(in 6", "should have opened"),
+        ([START, (75, *PASS[1:])], "should have opened at", "in 0 s"),
+        ([(900, *START[1:]), (800, *PASS[1:])], "log level is below 6", "missing"),
+        (step(ALLOWED, (0, *START[1:])), "The log holds no pass yet", "switched off"),  # a former start's
+        ([PASS, STEP, ALLOWED], "start isn't in /tmp/case.log any more", "holds no pass"),
+        ([], "log level is too low to tell", "didn't scan"),
+    ],
+    "scan 5": [
+        ([START, PASS,
+          (8, "vesk_update_scan_ubus_handle", "Scan channel metric polling not enabled ---- continue")],
+         "skipped for both radios", "still to come"),
+        ([START, (90, "vesk_start_scan_ubus_timer", "Scan channel metric polling not enabled ----exit")],
+         "No pass ever opens", "next pass"),
+        ([START, (1, *PASS[1:])], "step of it is still to come, 3 s behind", "late"),
+    ],
+    "ready": [
+        (None, "/tmp/case.log can't be read: No such file", "level"),
+        (ready(SCANNING, is_end("isend[0]=0, isFirstScan=0"), is_end("isend[1]=1, isFirstScan=0"),
+               (3, "vesk_check_all_ready_ubus_handle", "Not ready continue checkCnt = 2")),
+         "Check 3 of 15", "unselected"),
+        (ready(SCANNING, is_end("isend[0]=0, isFirstScan=0")),
+         "2.4 GHz: its first scan is under way, at channel 2.", "is over"),
+        (ready((4, "vesk_scan_2G_first_ubus_handle", "scanEnable=1, scanEnableCfg=1"),
+               (4, "vesk_first_scanning", "offScan->scanCfg[0].bstaAuto.enableAuto=1, scan return"),
+               is_end("isend[0]=0, isFirstScan=1")),
+         "2.4 GHz: its first scan was refused", "under way"),
+        (ready(is_end("The node is UNSELECTED AP ,scan not reay")),
+         "never ready before the longest wait", "2.4 GHz"),
+    ],
+}
 
 
 class Logs(unittest.TestCase):
     """Reasons from written logs; there is no bus."""
 
     def test_reasons(self):
-        limits = "    scanCfg[0]->txThd           = 10\n    scanCfg[0]->rxThd           = 20\n"
-        cases = [  # what, log, arguments, what has to be said, what mustn't
-            ("unselected", step("vesk_is_allowed_scan", "The node is UNSELECTED AP - exit", (7, "vesk_scan_process", ALLOWED)),
-             "scan 2.4", "role isn't decided yet", "switched off"),
-            ("switched off", step("vesk_scan_process", ALLOWED), "scan 2.4", "scanning was switched off", "role"),
-            ("auto-connect", step("vesk_is_allowed_scan", "offScan->scanCfg[1].bstaAuto.enableAuto=1, scan return"),
-             "scan 2.4", "on auto-connect", "switched off"),
-            ("busy", step("vesk_scan_process", "band=0, ccaInbss=25, ccaTxUtil=4, out range return"), "scan 2.4",
-             "25 % traffic of its own BSS and 4 % transmit utilisation; one of them", "scans below"),
-            ("busy, limits known", log_lines(START) + limits + log_lines(
-                PASS, STEP, (7, "vesk_scan_process", "band=0, ccaInbss=25, ccaTxUtil=4, out range return")),
-             "scan 2.4", "it scans below 20 % and 10 %", "one of them"),
-            ("selection off", step("vesk_scan_process", "radioInfo[0].isAcsEnabled = 0, scan return"), "scan 2.4",
-             "automatic channel selection is off", "busy"),
-            ("not the other radio's", log_lines(START, PASS, STEP, (5, "vesk_scan_5GA_period_ubus_handle", "scanEnable=1"),
-                                                (5, "vesk_scan_process", "Has station connected , band=1 do not scan")),
-             "scan 2.4", "the log gives no reason", "station was connected"),
-            ("scanned", step("vesk_start_scan_result_ubus_timer", "scanEnable=1, scanEnableCfg=1, itv=1",
-                             (6, "vesk_scan_2G_result_ubus_handle", "band=0, radio=wifi0, scanning=11, chanIdx=2, "
-                              "offChListNum=13, alreadyScanCount=2")),
-             "scan 2.4", "It scanned channel 11: 2 of 13", "didn't scan"),
-            ("skipped", log_lines(START, PASS, (8, "vesk_update_scan_ubus_handle",
-                                                "Scan channel metric polling not enabled ---- continue")),
-             "scan 5", "skipped for both radios", "still to come"),
-            ("never", log_lines(START, (90, "vesk_start_scan_ubus_timer", "Scan channel metric polling not enabled ----exit")),
-             "scan 5", "No pass ever opens", "next pass"),
-            ("still to come", log_lines(START, (1, *PASS[1:])), "scan 5", "step of it is still to come, 3 s behind", "late"),
-            ("a channel change puts it off", log_lines(START, (50, *PASS[1:]), (0, "vesk_start_scan_ubus_timer",
-                                                                               "scanEnable=1, scanEnableCfg=1, itv=60")),
-             "scan 2.4", "(in 61 s)", "should have opened"),
-            ("overdue", log_lines(START, (75, *PASS[1:])), "scan 2.4", "should have opened at", "in 0 s"),
-            ("silent", log_lines((900, *START[1:]), (800, *PASS[1:])), "scan 2.4", "log level is below 6", "missing"),
-            ("a former start's lines don't count", step("vesk_scan_process", ALLOWED) + log_lines((0, *START[1:])),
-             "scan 2.4", "The log holds no pass yet", "switched off"),
-            ("start rotated away", log_lines(PASS, STEP, (7, "vesk_scan_process", ALLOWED)), "scan 2.4",
-             "start isn't in /tmp/case.log any more", "holds no pass"),
-            ("level too low", "", "scan 2.4", "log level is too low to tell", "didn't scan"),
-            ("missing", None, "ready", "/tmp/case.log can't be read: No such file", "level"),
-            ("waiting", ready((3, "vesk_first_scanning", "usleep=500ms, radio[0]=wifi0, name=ath0, idx=1, chIdx=1, channel=2, "
-                               "alyScanCnt=2"),
-                              (3, "vesk_first_scanning_is_end", "isend[0]=0, isFirstScan=0"),
-                              (3, "vesk_first_scanning_is_end", "isend[1]=1, isFirstScan=0"),
-                              (3, "vesk_check_all_ready_ubus_handle", "Not ready continue checkCnt = 2")),
-             "ready", "Check 3 of 15", "unselected"),
-            ("running", ready((3, "vesk_first_scanning", "usleep=500ms, radio[0]=wifi0, name=ath0, idx=1, chIdx=1, channel=2, "
-                               "alyScanCnt=2"), (3, "vesk_first_scanning_is_end", "isend[0]=0, isFirstScan=0")),
-             "ready", "2.4 GHz: its first scan is under way, at channel 2.", "is over"),
-            ("owed, refused", ready((4, "vesk_scan_2G_first_ubus_handle", "scanEnable=1, scanEnableCfg=1"),
-                                    (4, "vesk_first_scanning", "offScan->scanCfg[0].bstaAuto.enableAuto=1, scan return"),
-                                    (3, "vesk_first_scanning_is_end", "isend[0]=0, isFirstScan=1")),
-             "ready", "2.4 GHz: its first scan was refused", "under way"),
-            ("role", ready((3, "vesk_first_scanning_is_end", "The node is UNSELECTED AP ,scan not reay")), "ready",
-             "never ready before the longest wait", "2.4 GHz"),
-        ]
-        for what, log, arguments, said, unsaid in cases:
-            with self.subTest(what):
-                path = pathlib.Path("/tmp/case.log")
-                path.unlink(missing_ok=True)
-                if log is not None:
-                    path.write_text(log)
-                text = veskctl("explain", *arguments.split(), "--log", str(path))
-                self.assertIn(said, text)
-                self.assertNotIn(unsaid, text)
+        path = pathlib.Path("/tmp/case.log")
+        for question, cases in REASONS.items():
+            for log, said, unsaid in cases:
+                with self.subTest(said):
+                    path.write_text(log_text(*log)) if log is not None else path.unlink(missing_ok=True)
+                    text = veskctl("explain", *question.split(), "--log", str(path))
+                    self.assertIn(said, text)
+                    self.assertNotIn(unsaid, text)
 
     def test_what_made_the_flag(self):
         pathlib.Path("/tmp/vesk_ready").touch()
@@ -366,14 +352,14 @@ class Logs(unittest.TestCase):
                               ("Create ready file checkCnt=4", "found both first scans over, after 4 earlier ones"),
                               (None, "may be a former start's")):
             rows = [] if message is None else [(2, "vesk_check_all_ready_ubus_handle", message)]
-            pathlib.Path("/tmp/case.log").write_text(ready(*rows))
+            pathlib.Path("/tmp/case.log").write_text(log_text(*ready(*rows)))
             self.assertIn(said, veskctl("explain", "ready", "--log", "/tmp/case.log"))
         os.unlink("/tmp/vesk_ready")
 
     def test_packed_predecessor_is_read(self):
         with gzip.open("/tmp/rotated.log.old.gz", "wt") as packed:
-            packed.write(log_lines(START, PASS))
-        pathlib.Path("/tmp/rotated.log").write_text(log_lines(STEP, (7, "vesk_scan_process", ALLOWED)))
+            packed.write(log_text(START, PASS))
+        pathlib.Path("/tmp/rotated.log").write_text(log_text(STEP, ALLOWED))
         text = veskctl("explain", "scan", "2.4", "--log", "/tmp/rotated.log")
         self.assertIn("scanning was switched off", text)
         self.assertIn("/tmp/rotated.log.old.gz:2: ", text)

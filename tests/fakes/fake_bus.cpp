@@ -23,18 +23,16 @@ int merkaAddInterestedSignal(const char *name)
     return 0;
 }
 
-int merkaSetInteresetedSignals(const MerkaSignalRow *table, int32_t count)
+int merkaSetInteresetedSignals(const MerkaSignalRow *table, int32_t)
 {
     fakeBus.rows = table;
-    fakeBus.rowCount = count;
     fakeBus.calls.push_back("merkaSetInteresetedSignals");
     return 0;
 }
 
 int merkaSendSignal(void *, const char *name, const void *payload, int32_t size)
 {
-    const auto *p = static_cast<const uint8_t *>(payload);
-    fakeBus.signals.push_back({ name, { p, p + size } });
+    fakeBus.signals.push_back({ name, bytes_at(payload, static_cast<size_t>(size)) });
     return 0;
 }
 
@@ -62,8 +60,7 @@ int ubus_remove_object(ubus_context *, ubus_object *obj)
 
 int ubus_send_reply(ubus_context *, ubus_request_data *, blob_attr *msg)
 {
-    const auto *p = static_cast<const uint8_t *>(blob_data(msg));
-    fakeBus.replies.push_back({ p, p + blob_len(msg) });
+    fakeBus.replies.push_back(bytes_at(msg, blob_pad_len(msg)));
     return 0;
 }
 }

@@ -2,60 +2,61 @@
 #include "tests/fakes/fakes.h"
 
 #include <algorithm>
-
-#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
+
+#include "foundation/vesk_utils.h"
 
 FakeDevice fakeDevice;
 
 namespace
 {
-std::vector<uint8_t> raw(const void *p, size_t n)
+std::vector<uint32_t> scanList; // rilk_initScanChannelList
+
+const auto text = [](const char *s, size_t size) { return std::string(s, strnlen(s, size)); };
+const auto radio_on = [](int32_t band) {
+    return band == 0 || band == 3 ? &fakeDevice.radio[band / 3] : nullptr;
+};
+const auto radio_named = [](const std::string &name) {
+    const auto found =
+        std::ranges::find(fakeDevice.radio, name, [](auto &r) { return text(r.ap.radioIfname, 16); });
+    return found == std::end(fakeDevice.radio) ? nullptr : found;
+};
+
+const auto copy_text = [](char *to, int32_t size, const std::string &from) {
+    strncpy(to, from.c_str(), static_cast<size_t>(size));
+};
+
+template <class T>
+std::string text_of(T value)
 {
-    const auto *b = static_cast<const uint8_t *>(p);
-    return { b, b + n };
+    if constexpr (std::is_integral_v<T>)
+        return std::to_string(value);
+    else
+        return value;
 }
 
-std::string text(const char *s, size_t size)
+/** Records a call, its arguments with blanks between them, and answers the result set for it. */
+template <class... T>
+int record(const char *name, std::vector<uint8_t> bytes, T... args)
 {
-    return { s, strnlen(s, size) };
-}
-
-/** Records a call and answers the result set for it. */
-[[gnu::format(printf, 3, 4)]] int record(const char *name, std::vector<uint8_t> bytes, const char *format,
-                                         ...)
-{
-    char args[512];
-    va_list ap;
-    va_start(ap, format);
-    vsnprintf(args, sizeof args, format, ap);
-    va_end(ap);
-    FakeCall call{ name, args, std::move(bytes) };
+    FakeCall call{ name, "", std::move(bytes) };
+    [[maybe_unused]] const char *gap = "";
+    ((call.args += std::exchange(gap, " ") + text_of(args)), ...);
     fakeDevice.log.push_back(call);
     if (fakeDevice.onCall)
         fakeDevice.onCall(call);
-    auto rc = fakeDevice.rc.find(name);
+    const auto rc = fakeDevice.rc.find(name);
     return rc == fakeDevice.rc.end() ? 0 : rc->second;
 }
 
-FakeRadio *radio_named(const char *name)
+std::string mac_text(const uint8_t *mac)
 {
-    for (FakeRadio &r : fakeDevice.radio)
-        if (text(r.ap.radioIfname, 16) == name)
-            return &r;
-    return nullptr;
+    char written[18];
+    vesk_utils_mac2str(mac, written);
+    return written;
 }
-
-FakeRadio *radio_on(int32_t band)
-{
-    return band == 0 ? &fakeDevice.radio[0] : band == 3 ? &fakeDevice.radio[1] : nullptr;
-}
-
-#define MAC_FORMAT "%02x:%02x:%02x:%02x:%02x:%02x"
-#define MAC_BYTES(m) (m)[0], (m)[1], (m)[2], (m)[3], (m)[4], (m)[5]
-
-std::vector<uint32_t> scanList; // rilk_initScanChannelList
 
 /** Hands a value of `from` over unless the call is to fail or there is no such device. */
 template <class From, class Fill>
@@ -69,31 +70,21 @@ int answer(int rc, From *from, Fill fill)
 
 FakeVap *FakeDevice::vap(const std::string &name)
 {
-    for (FakeVap &v : vaps)
-        if (v.name == name)
-            return &v;
-    return nullptr;
+    const auto found = std::ranges::find(vaps, name, &FakeVap::name);
+    return found == vaps.end() ? nullptr : &*found;
 }
 
 FakeVap &FakeDevice::addVap(int index, const std::string &name, uint8_t attr)
 {
     VeskApIntfInfo &ap = radio[index].ap;
-    int slot = 0;
-    while (slot < VESK_WIRE_VAPS && ap.vapIfname[slot][0] != '\0')
-        slot++;
-    if (slot < VESK_WIRE_VAPS) {
-        snprintf(ap.vapIfname[slot], 16, "%s", name.c_str());
-        ap.vapNums = slot + 1;
-    }
+    if (ap.vapNums < VESK_WIRE_VAPS)
+        snprintf(ap.vapIfname[ap.vapNums++], 16, "%s", name.c_str());
     const auto number = static_cast<uint8_t>(vaps.size() + 1);
-    FakeVap &v = vaps.emplace_back();
-    v.name = name;
-    v.ssid = "net-" + name;
-    v.cfg.vapAttr = attr;
-    v.bssid[0] = 2;
-    v.bssid[4] = static_cast<uint8_t>(index);
-    v.bssid[5] = number;
-    return v;
+    FakeVap vap = { .name = name,
+                    .bssid = { 2, 0, 0, 0, static_cast<uint8_t>(index), number },
+                    .ssid = "net-" + name };
+    vap.cfg.vapAttr = attr;
+    return vaps.emplace_back(vap);
 }
 
 FakeStation &FakeDevice::addStation(const std::string &name, const uint8_t (&mac)[6])
@@ -114,13 +105,21 @@ std::vector<FakeCall> FakeDevice::calls(const std::string &name) const
 }
 
 // clang-format off
-#define GETTER(function, key, format, device, type, field)                                                           \
-    int function(key id, type *out) { return answer(record(__func__, {}, format, id), device(id), [&](auto &f) { *out = f.field; }); }
-#define RADIO_GETTER(function, type, field) GETTER(function, const char *, "%s", radio_named, type, field)
-#define VAP_GETTER(function, type, field) GETTER(function, const char *, "%s", fakeDevice.vap, type, field)
-#define BAND_GETTER(function, type, field) GETTER(function, int32_t, "%d", radio_on, type, field)
+#define GETTER(function, key, device, type, field)                                                                   \
+    int function(key id, type *out)                                                                                  \
+    { return answer(record(__func__, {}, id), device(id), [&](auto &f) { *out = f.field; }); }
+/** The text may lack its terminator, as the libraries' does. */
+#define TEXT_GETTER(function, device, field)                                                                         \
+    int function(const char *id, int32_t size, char *out)                                                            \
+    { return answer(record(__func__, {}, id, size), device(id), [&](auto &f) { copy_text(out, size, f.field); }); }
+#define RADIO_GETTER(function, type, field) GETTER(function, const char *, radio_named, type, field)
+#define VAP_GETTER(function, type, field) GETTER(function, const char *, fakeDevice.vap, type, field)
+#define BAND_GETTER(function, type, field) GETTER(function, int32_t, radio_on, type, field)
 #define RECORD_COMMAND(function, type)                                                                               \
-    int function(const char *v, const type *r) { return record(__func__, raw(r, sizeof *r), "%s", v); }
+    int function(const char *v, const type *r) { return record(__func__, bytes_of(*r), v); }
+#define ELEMENT_COMMAND(function)                                                                                    \
+    int function(const char *v, uint32_t type, const uint8_t *data, uint32_t n)                                      \
+    { return record(__func__, bytes_at(data, n), v, type, n); }
 
 extern "C" {
 RADIO_GETTER(rilk_getRadioStatus, uint8_t, status)
@@ -136,59 +135,50 @@ VAP_GETTER(hul_getEnabledVapCfg, HulVapCfg, cfg)
 BAND_GETTER(hul_getRadioInfo, HulRadioInfo, hul)
 BAND_GETTER(hul_getRadioChannelList, HulChannelList, channels)
 BAND_GETTER(hul_getRadioExcludedChannelList, HulExcludedChannelList, excluded)
+TEXT_GETTER(rilk_getRadioChipName, radio_named, chip)
+TEXT_GETTER(rilk_getVapSsid, fakeDevice.vap, ssid)
 RECORD_COMMAND(rilk_sendBeaconReq, RilkBeaconReq)
 RECORD_COMMAND(rilk_sendBTMReq, RilkBtmReq)
 RECORD_COMMAND(rilk_set8021dotqCfg, VeskDot1qCfg)
-int rilk_initDriver(void) { return record(__func__, {}, "%s", ""); }
-int rilk_update_debuglevel(int32_t level) { return record(__func__, {}, "%d", level); }
-int rilk_setRRMEnable(const char *v, int32_t on) { return record(__func__, {}, "%s %d", v, on); }
-int rilk_setWNMEnable(const char *v, int32_t on) { return record(__func__, {}, "%s %d", v, on); }
-int rilk_disConnectSta(const char *v, const char *mac) { return record(__func__, {}, "%s %s", v, mac); }
-int rilk_setMinMaxDwellTime(const char *r, int32_t min, int32_t max) { return record(__func__, {}, "%s %d %d", r, min, max); }
-int rilk_setEnableNoiseFloor(const char *r) { return record(__func__, {}, "%s", r); }
-int rilk_setRadioCurChannel(const char *r, int32_t channel) { return record(__func__, {}, "%s %d", r, channel); }
-int rilk_setRadioChanSpec(const char *r, int32_t bw, int32_t channel) { return record(__func__, {}, "%s %d %d", r, bw, channel); }
-int rilk_cleanHwFwdRule(const char *r) { return record(__func__, {}, "%s", r); }
-int rilk_addVendorIE(const char *v, uint32_t type, const uint8_t *data, uint32_t n) { return record(__func__, raw(data, n), "%s %u %u", v, type, n); }
-int rilk_delVendorIE(const char *v, uint32_t type, const uint8_t *data, uint32_t n) { return record(__func__, raw(data, n), "%s %u %u", v, type, n); }
+int rilk_initDriver(void) { return record(__func__, {}); }
+int rilk_update_debuglevel(int32_t level) { return record(__func__, {}, level); }
+int rilk_setRRMEnable(const char *v, int32_t on) { return record(__func__, {}, v, on); }
+int rilk_setWNMEnable(const char *v, int32_t on) { return record(__func__, {}, v, on); }
+int rilk_disConnectSta(const char *v, const char *mac) { return record(__func__, {}, v, mac); }
+int rilk_setMinMaxDwellTime(const char *r, int32_t min, int32_t max) { return record(__func__, {}, r, min, max); }
+int rilk_setEnableNoiseFloor(const char *r) { return record(__func__, {}, r); }
+int rilk_setRadioCurChannel(const char *r, int32_t channel) { return record(__func__, {}, r, channel); }
+int rilk_setRadioChanSpec(const char *r, int32_t bw, int32_t channel) { return record(__func__, {}, r, bw, channel); }
+int rilk_cleanHwFwdRule(const char *r) { return record(__func__, {}, r); }
+ELEMENT_COMMAND(rilk_addVendorIE)
+ELEMENT_COMMAND(rilk_delVendorIE)
 // clang-format on
 
 int rilk_getRadioApInterfaceInfo(int32_t i, VeskApIntfInfo *info)
 {
     FakeRadio *radio = i == 0 || i == 1 ? &fakeDevice.radio[i] : nullptr;
-    return answer(record(__func__, {}, "%d", i), radio, [&](FakeRadio &f) { *info = f.ap; });
-}
-int rilk_getRadioChipName(const char *r, int32_t size, char *chip) // may lack its terminator on purpose
-{
-    return answer(record(__func__, {}, "%s %d", r, size), radio_named(r),
-                  [&](FakeRadio &f) { strncpy(chip, f.chip.c_str(), static_cast<size_t>(size)); });
+    return answer(record(__func__, {}, i), radio, [&](FakeRadio &f) { *info = f.ap; });
 }
 int rilk_getVapBssid(const char *v, uint8_t *bssid)
 {
-    return answer(record(__func__, {}, "%s", v), fakeDevice.vap(v),
-                  [&](FakeVap &f) { memcpy(bssid, f.bssid, 6); });
-}
-int rilk_getVapSsid(const char *v, int32_t size, char *ssid)
-{
-    return answer(record(__func__, {}, "%s", v), fakeDevice.vap(v),
-                  [&](FakeVap &f) { strncpy(ssid, f.ssid.c_str(), static_cast<size_t>(size)); });
+    return answer(record(__func__, {}, v), fakeDevice.vap(v), [&](FakeVap &f) { memcpy(bssid, f.bssid, 6); });
 }
 int rilk_getVapAssocStationNumber(const char *v, int32_t *n)
 {
-    return answer(record(__func__, {}, "%s", v), fakeDevice.vap(v), [&](FakeVap &f) {
+    return answer(record(__func__, {}, v), fakeDevice.vap(v), [&](FakeVap &f) {
         *n = f.stationCount == -1 ? static_cast<int32_t>(f.stations.size()) : f.stationCount;
     });
 }
 int rilk_getVapAssocStationMac(const char *v, int32_t position, uint8_t *mac)
 {
-    return answer(record(__func__, {}, "%s %d", v, position), fakeDevice.vap(v), [&](FakeVap &f) {
+    return answer(record(__func__, {}, v, position), fakeDevice.vap(v), [&](FakeVap &f) {
         if (position >= 1 && static_cast<size_t>(position) <= f.stations.size())
             memcpy(mac, f.stations[static_cast<size_t>(position - 1)].mac, 6);
     });
 }
 int rilk_getVapAssocStationInfo(const char *v, const uint8_t *mac, VeskStaEntry *entry)
 {
-    const int rc = record(__func__, {}, "%s " MAC_FORMAT, v, MAC_BYTES(mac));
+    const int rc = record(__func__, {}, v, mac_text(mac));
     return answer(rc, fakeDevice.vap(v), [&](FakeVap &f) {
         for (FakeStation &s : f.stations)
             if (memcmp(s.mac, mac, 6) == 0)
@@ -197,7 +187,7 @@ int rilk_getVapAssocStationInfo(const char *v, const uint8_t *mac, VeskStaEntry 
 }
 int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, uint8_t *frame)
 {
-    const int rc = record(__func__, {}, "%s " MAC_FORMAT " %u", v, MAC_BYTES(mac), *length);
+    const int rc = record(__func__, {}, v, mac_text(mac), *length);
     return answer(rc, &fakeDevice.assocFrame, [&](std::vector<uint8_t> &sent) {
         std::copy_n(sent.begin(), std::min<size_t>(*length, sent.size()), frame);
         *length = static_cast<uint32_t>(sent.size());
@@ -205,24 +195,21 @@ int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, u
 }
 int rilk_setVapAclMac(const char *v, const RilkAclMac *acl)
 {
-    return record(__func__, raw(acl, sizeof *acl), "%s %d " MAC_FORMAT, v, acl->operation,
-                  MAC_BYTES(acl->mac));
+    return record(__func__, bytes_of(*acl), v, acl->operation, mac_text(acl->mac));
 }
 int rilk_initScanChannelList(const uint32_t *list, int32_t n)
 {
     scanList.assign(list, list + n);
-    return record(__func__, raw(list, static_cast<size_t>(n) * 4), "%d", n);
+    return record(__func__, bytes_at(list, static_cast<size_t>(n) * 4), n);
 }
 int rilk_triggerScan(const char *r, const VeskScanParam *p)
 {
-    int32_t dwell;
-    memcpy(&dwell, reinterpret_cast<const uint8_t *>(p) + 1, 4);
-    return record(__func__, raw(p, sizeof *p), "%s channel=%d dwell=%d baseVap=%s", r, p->channel, dwell,
-                  text(p->baseVap, 16).c_str());
+    return record(__func__, bytes_of(*p), r, "channel=" + text_of(p->channel), "dwell=" + text_of(p->dwell),
+                  "baseVap=" + text(p->baseVap, 16));
 }
 int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels)
 {
-    return answer(record(__func__, {}, "%s", r), channels, [&](VeskScanChannel *&) {
+    return answer(record(__func__, {}, r), channels, [&](VeskScanChannel *&) {
         for (size_t i = 0; i < scanList.size(); i++) {
             auto found = fakeDevice.scan.find(static_cast<int>(scanList[i]));
             if (channels[i] && found != fakeDevice.scan.end())
@@ -232,7 +219,7 @@ int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels)
 }
 int rilk_getScanNeighborApOneChannel(const char *r, int32_t channel, VeskScanNeighbor **table)
 {
-    const int rc = record(__func__, {}, "%s %d", r, channel);
+    const int rc = record(__func__, {}, r, channel);
     const auto row = std::find(scanList.begin(), scanList.end(), static_cast<uint32_t>(channel));
     if (rc != 0 || !table || row == scanList.end())
         return rc;
@@ -248,21 +235,20 @@ int rilk_getScanNeighborApOneChannel(const char *r, int32_t channel, VeskScanNei
 }
 int rilk_setBstaAutoConnect(const VeskBstaAuto *a)
 {
-    return record(__func__, raw(a, sizeof *a), "%s enable=%d radar=%d", text(a->ifName, 16).c_str(),
-                  a->enableAuto, a->needSetRadar);
+    return record(__func__, bytes_of(*a), text(a->ifName, 16), "enable=" + text_of(a->enableAuto),
+                  "radar=" + text_of(a->needSetRadar));
 }
 int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *c)
 {
-    return record(__func__, raw(c, sizeof *c), "%s %s", text(c->ifName, 16).c_str(),
-                  text(c->ssid, 65).c_str());
+    return record(__func__, bytes_of(*c), text(c->ifName, 16), text(c->ssid, 65));
 }
 int hul_EM_getWorkRole(int32_t *role)
 {
-    return answer(record(__func__, {}, "%s", ""), &fakeDevice.role, [&](int32_t &r) { *role = r; });
+    return answer(record(__func__, {}), &fakeDevice.role, [&](int32_t &r) { *role = r; });
 }
 int hul_getCountryID(char *code, int32_t size)
 {
-    return answer(record(__func__, {}, "%d", size), &fakeDevice.country,
-                  [&](std::string &c) { strncpy(code, c.c_str(), static_cast<size_t>(size)); });
+    return answer(record(__func__, {}, size), &fakeDevice.country,
+                  [&](std::string &c) { copy_text(code, size, c); });
 }
 }

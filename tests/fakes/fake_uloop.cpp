@@ -7,48 +7,28 @@ FakeLoop fakeLoop;
 
 namespace
 {
-struct Pending {
-    uloop_timeout *timer;
-    int64_t dueMs;
-    uint64_t order;
+const auto find = [](const uloop_timeout *timer) {
+    return std::ranges::find(fakeLoop.timers, timer, &FakeTimer::timer);
 };
-std::vector<Pending> pending;
-uint64_t armed;
-
-std::vector<Pending>::iterator find(const uloop_timeout *t)
-{
-    return std::find_if(pending.begin(), pending.end(), [t](const Pending &p) { return p.timer == t; });
-}
 } // namespace
-
-void fake_reset_uloop()
-{
-    pending.clear();
-    fakeLoop = FakeLoop{};
-}
-
-// clang-format off
-int FakeLoop::pendingTimers() const { return static_cast<int>(::pending.size()); }
-// clang-format on
 
 int64_t FakeLoop::due(const uloop_timeout *timer) const
 {
-    auto p = find(timer);
-    return p == ::pending.end() ? -1 : p->dueMs - nowMs;
+    const auto found = find(timer);
+    return found == timers.end() ? -1 : found->dueMs - nowMs;
 }
 
 void fake_advance(std::chrono::milliseconds span)
 {
     const int64_t end = fakeLoop.nowMs + span.count();
-    for (;;) {
-        auto first = std::min_element(pending.begin(), pending.end(), [](const Pending &a, const Pending &b) {
-            return a.dueMs != b.dueMs ? a.dueMs < b.dueMs : a.order < b.order;
-        });
-        if (first == pending.end() || first->dueMs > end)
+    while (!fakeLoop.timers.empty()) {
+        // Of equals the one that was armed first.
+        const auto first = std::ranges::min_element(fakeLoop.timers, {}, &FakeTimer::dueMs);
+        if (first->dueMs > end)
             break;
         fakeLoop.nowMs = std::max(fakeLoop.nowMs, first->dueMs);
         uloop_timeout *timer = first->timer;
-        pending.erase(first);
+        fakeLoop.timers.erase(first);
         timer->pending = false;
         if (timer->cb)
             timer->cb(timer);
@@ -75,10 +55,10 @@ int uloop_timeout_remaining(uloop_timeout *timer) { return static_cast<int>(fake
 
 int uloop_timeout_cancel(uloop_timeout *timer)
 {
-    auto p = find(timer);
-    if (p == pending.end())
+    const auto found = find(timer);
+    if (found == fakeLoop.timers.end())
         return -1;
-    pending.erase(p);
+    fakeLoop.timers.erase(found);
     timer->pending = false;
     return 0;
 }
@@ -86,7 +66,7 @@ int uloop_timeout_cancel(uloop_timeout *timer)
 int uloop_timeout_set(uloop_timeout *timer, int ms)
 {
     uloop_timeout_cancel(timer);
-    pending.push_back({ timer, fakeLoop.nowMs + ms, ++armed });
+    fakeLoop.timers.push_back({ timer, fakeLoop.nowMs + ms });
     timer->pending = true;
     return 0;
 }

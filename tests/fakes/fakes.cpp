@@ -1,12 +1,11 @@
 // Reset of everything between tests, capture of the log and of stderr, and the default device.
 #include "tests/fakes/fakes.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "source/vesk_main/records.h"
-
-void fake_reset_uloop();
 
 namespace
 {
@@ -61,7 +60,7 @@ void fake_reset()
     fakeDevice = FakeDevice{};
     fakeBus = FakeBus{};
     fakeLibc = FakeLibc{};
-    fake_reset_uloop();
+    fakeLoop = FakeLoop{};
     default_radio(0, 6, { 1, 6, 11 });
     default_radio(1, 36, { 36, 40, 44, 48 });
     fakeDevice.addVap(0, "ath0");
@@ -107,18 +106,24 @@ std::vector<FakeLogLine> fake_log_lines()
                 entry.erase(0, bar + 3);
                 p.erase(p.find_last_not_of(' ') + 1);
             }
-            lines.push_back({ part[1], part[2], part[3].substr(0, part[3].rfind(':')), entry });
+            lines.push_back({ part[1], part[3].substr(0, part[3].rfind(':')), entry });
         }
     }
     return lines;
 }
 
-bool fake_logged(const std::string &level, const std::string &message)
+bool fake_logged(const std::string &level, const std::string &message, const std::string &function)
 {
-    for (const FakeLogLine &line : fake_log_lines())
-        if ((level.empty() || line.level == level) && line.message == message)
-            return true;
-    return false;
+    return std::ranges::any_of(fake_log_lines(), [&](const FakeLogLine &line) {
+        return (level.empty() || line.level == level) && line.message == message &&
+               (function.empty() || line.function == function);
+    });
+}
+
+std::vector<uint8_t> bytes_at(const void *at, size_t size)
+{
+    const auto *bytes = static_cast<const uint8_t *>(at);
+    return { bytes, bytes + size };
 }
 
 void fake_load_product()

@@ -92,16 +92,20 @@ struct FakeBus {
     std::vector<std::string> calls;       // "ubus_add_object tamlo.pelk.vesk", "merkaAddInterestedSignal ..."
     std::vector<std::string> fatal;       // merkaLogFatalReal: "882 register_vesk_service text"
     const MerkaSignalRow *rows = nullptr; // merkaSetInteresetedSignals
-    int rowCount = 0;
-    std::vector<std::vector<uint8_t>> replies; // payload (blob attributes) of each ubus_send_reply
+    std::vector<std::vector<uint8_t>> replies; // the message of each ubus_send_reply
+};
+
+struct FakeTimer {
+    uloop_timeout *timer;
+    int64_t dueMs;
 };
 
 struct FakeLoop {
-    int64_t nowMs = 0;            // virtual monotonic clock since reset
-    int64_t wallSec = 1700000000; // time(NULL) at nowMs 0; advances with the virtual clock
-    std::vector<uloop_fd *> fds;  // uloop_fd_add
-    bool ended = false;
-    int pendingTimers() const;
+    int64_t nowMs = 0;             // virtual monotonic clock since reset
+    int64_t wallSec = 1700000000;  // time(NULL) at nowMs 0; advances with the virtual clock
+    std::vector<uloop_fd *> fds;   // uloop_fd_add
+    std::vector<FakeTimer> timers; // pending, in the order of their arming
+    int pendingTimers() const { return static_cast<int>(timers.size()); }
     /** Milliseconds until this timer fires, -1 if it isn't pending. */
     int64_t due(const uloop_timeout *timer) const;
 };
@@ -112,8 +116,7 @@ struct FakeLibc {
     std::vector<unsigned> sleepsUs; // usleep and sleep, microseconds
     bool runSystem = true;          // false: recorded only, answers 0
     bool realThreads = false;       // false: a detached thread's function runs at once, on the caller
-    std::string popenOutput;        // used when fakePopen
-    bool fakePopen = true;
+    std::string popenOutput;        // of each command
     bool popenFails = false;
     bool statFails = false; // no log file to be seen: saves a system call for each statement
     std::function<void(unsigned us)> onSleep;
@@ -133,11 +136,11 @@ void fake_advance(std::chrono::milliseconds span);
 /** What the daemon logged since fake_reset or fake_clear_log (whole lines with their prefix). */
 std::string fake_log();
 void fake_clear_log();
-/** Whether a line of this level ("ERROR") and exactly this message was logged; level "" matches any. */
-bool fake_logged(const std::string &level, const std::string &message);
+/** Whether a line of this level ("ERROR") and exactly this message was logged; "" matches any level, any
+ * function. */
+bool fake_logged(const std::string &level, const std::string &message, const std::string &function = "");
 struct FakeLogLine {
     std::string level;    // "INFO"
-    std::string module;   // "source/vesk_scan"
     std::string function; // "vesk_scan_process"
     std::string message;
 };
@@ -148,10 +151,9 @@ std::string fake_stderr();
 /** A product configuration that matches the default fake device, put into the records (no file). */
 void fake_load_product();
 
-/** Appends a value's bytes. */
+std::vector<uint8_t> bytes_at(const void *at, size_t size);
 template <class T>
 std::vector<uint8_t> bytes_of(const T &value)
 {
-    const auto *p = reinterpret_cast<const uint8_t *>(&value);
-    return { p, p + sizeof value };
+    return bytes_at(&value, sizeof value);
 }

@@ -35,13 +35,13 @@ void read_whole(blob_attr *attr)
 }
 } // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    std::vector<uint8_t> bytes(data, data + size);
+    std::vector<uint8_t> bytes = in.take(in.left);
+    const auto size = static_cast<unsigned>(bytes.size());
     blob_attr *found[fields];
-    const auto length = static_cast<unsigned>(size);
     for (auto parse : { blobmsg_parse, blobmsg_parse_array })
-        if (parse(policy, fields, found, bytes.data(), length) == 0)
+        if (parse(policy, fields, found, bytes.data(), size) == 0)
             for (blob_attr *attr : found)
                 if (attr)
                     read_whole(attr);
@@ -52,5 +52,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     for (int id = 0; id < ids; id++)
         for (size_t i = 0; found[id] && i < blob_len(found[id]); i++)
             sum = sum + static_cast<uint8_t *>(blob_data(found[id]))[i];
-    return 0;
 }

@@ -44,9 +44,8 @@ extern "C" ssize_t __wrap_getrandom(void *to, size_t size, unsigned)
     return static_cast<ssize_t>(size);
 }
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    FuzzInput in{ data, size };
     lastId = 1999;
     int pair[2][2];
     for (int(&ends)[2] : pair) {
@@ -67,5 +66,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     clients_drop_all();
     fuzz_expect(broker().objects.empty() && broker().paths.empty() && broker().types.empty() &&
                 broker().listeners.empty());
-    return 0;
 }

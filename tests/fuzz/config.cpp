@@ -6,13 +6,9 @@
 
 #include <sys/stat.h>
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    FuzzInput in{ data, size };
-    fake_reset();
-    fakeLibc.runSystem = false;
-    fakeLibc.statFails = true;
-    vesk_get_vesk_info()->logLevel = in.byte() & 7;
+    fuzz_reset(in.byte());
     mkdir("/configs/vesk", 0755);
     put_file("/configs/vesk/vesk.conf", { in.at, in.at + in.left });
     vesk_load_cfg();
@@ -26,5 +22,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         const int value = vesk_cfg_get_int(reinterpret_cast<const char *>(text.data()), -7, 1, 100);
         fuzz_expect(value == -7 || (value >= 1 && value <= 100));
     }
-    return 0;
 }

@@ -26,9 +26,8 @@ uloop_fd *intake()
 }
 } // namespace
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    FuzzInput in{ data, size };
     fuzz_start(in.byte());
     uloop_fd *fd = intake();
     while (in.left > 0) {
@@ -39,5 +38,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     for (const FakeSignal &signal : fakeBus.signals) // frames never claim more bytes than they have
         fuzz_expect(signal.payload.size() != 619 || signal.payload[105] + signal.payload[106] * 256 <= 512);
     fake_advance(2s); // the station poll that a client event brings forward
-    return 0;
 }

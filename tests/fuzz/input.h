@@ -35,4 +35,5 @@ struct FuzzInput {
         abort();
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+/** What each program does with an input. */
+void fuzz_one(FuzzInput in);

@@ -3,9 +3,8 @@
 #include "include/vesk_methods.h"
 #include "tests/fuzz/world.h"
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    FuzzInput in{ data, size };
     fuzz_start(in.byte());
     while (in.left > 0) {
         const char *method = vesk_methods[in.byte() % VESK_METHODS].name;
@@ -18,5 +17,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         onTamloPelkVeskDispatch(nullptr, TamloPelkVesk_object_get(), &request, method, head);
         fake_advance(3s); // what it put off
     }
-    return 0;
 }

@@ -4,12 +4,9 @@
 #include "tests/fuzz/world.h"
 #include "tests/unit/test_files.h"
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    FuzzInput in{ data, size };
-    fake_reset();
-    fakeLibc.statFails = true;
-    vesk_get_vesk_info()->logLevel = in.byte() & 7;
+    fuzz_reset(in.byte());
     put_file("/tmp/kor-product-cfg.json", { in.at, in.at + in.left });
     vesk_load_platform_config();
     const VeskConfigInfo &cfg = *vesk_get_vesk_cfg_info();
@@ -17,5 +14,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
                 cfg.ethernetNum <= VESK_CFG_ETHERNET);
     for (const VeskCfgWifi &wifi : cfg.Wifi)
         fuzz_expect(wifi.vapNum <= VESK_CFG_VAPS && memchr(wifi.InterfaceName, 0, sizeof wifi.InterfaceName));
-    return 0;
 }

@@ -16,7 +16,7 @@ int main(int argc, char **argv)
             const std::string bytes = file_text(file.path().c_str());
             printf("%s\n", file.path().c_str());
             fflush(stdout);
-            LLVMFuzzerTestOneInput(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size());
+            fuzz_one({ reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size() });
             inputs++;
         }
     }

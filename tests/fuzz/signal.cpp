@@ -4,9 +4,8 @@
 #include "source/vesk_main/vesk_main.h"
 #include "tests/fuzz/world.h"
 
-int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+void fuzz_one(FuzzInput in)
 {
-    FuzzInput in{ data, size };
     fuzz_start(in.byte());
     vesk_get_ubus_obj();
     FILE *&log = vesk_get_vesk_info()->logFile;
@@ -21,5 +20,4 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             fclose(left);
         log = nullptr;
     }
-    return 0;
 }

@@ -1,14 +1,11 @@
 // The simulated device on files of its own, in the /tmp of a private root.
 #pragma once
 
-#include <fstream>
-#include <iterator>
-#include <string>
-
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "platform/rilk_sim/sim.h"
+#include "tests/unit/test_files.h"
 
 struct SimTest : testing::Test {
     const std::string base = "/tmp/sim-test." + std::to_string(getpid());
@@ -24,14 +21,10 @@ struct SimTest : testing::Test {
     /** Replaces the description as a person would be told to: written beside, then renamed. */
     void describe(const std::string &json)
     {
-        std::ofstream(base + ".new") << json;
+        put_file((base + ".new").c_str(), json);
         rename((base + ".new").c_str(), description.c_str());
     }
 
-    std::string logged() const
-    {
-        std::ifstream file(log);
-        return { std::istreambuf_iterator<char>(file), {} };
-    }
+    std::string logged() const { return file_text(log.c_str()); }
     bool notes(const std::string &text) const { return logged().find(text) != std::string::npos; }
 };

@@ -2,10 +2,8 @@
 #include "tests/unit/bus_call.h"
 
 #include "bus/vesk_api/vesk_api.h"
-#include "source/vesk_interface/vesk_interface.h"
-#include "source/vesk_main/records.h"
-#include "source/vesk_scan/vesk_scan.h"
 #include "source/vesk_station/vesk_station.h"
+#include "tests/unit/device_test.h"
 
 // clang-format off
 namespace {
@@ -29,31 +27,8 @@ Bytes &stats_bytes(Bytes &b, size_t at) {
     return b.u16(at + 128, 0x2201, 0x2202);
 }
 
-/** Two radios, VAPs ath0 (slot 0), ath11 (slot 1, backhaul BSS), apclii0 (slot 2, backhaul station). */
-struct Api : testing::Test {
-    VeskRadioInfo *radio = vesk_get_radio_info();
-    VeskVapInfo *vap = vesk_get_vap_info();
-    VeskOffScanCfg *scan = vesk_get_scan_info();
-
-    void SetUp() override {
-        fake_reset();
-        fake_load_product();
-        for (int i = 0; i < 2; i++) {
-            radio[i].apIntf = fakeDevice.radio[i].ap;
-            radio[i].status = 1, radio[i].band = i, radio[i].actualBand = i ? 3 : 0;
-            radio[i].intfStats = counting_stats();
-            radio[i].chListNums = fakeDevice.radio[i].channels.chListNums;
-            memcpy(radio[i].curchList, fakeDevice.radio[i].channels.chList, 64);
-        }
-        const uint8_t attrs[] = { 0, 0x40, 0x80 };
-        const char *names[] = { "ath0", "ath11", "apclii0" };
-        for (int i = 0; i < 3; i++) {
-            strcpy(vap[i].ifName, names[i]);
-            strcpy(vap[i].radio, i ? "wifi1" : "wifi0");
-            vap[i].vapAttr = attrs[i], vap[i].status = 1;
-            vap[i].intfStats = counting_stats();
-        }
-    }
+struct Api : DeviceTest {
+    void SetUp() override { DeviceTest::SetUp(), fill(); }
     static BusReply band_call(const char *method, int band) { return bus_call(method, Args().i32("band", band)); }
     static BusReply vap_call(const char *method, const char *name) {
         return bus_call(method, Args().text("vapName", name));
@@ -81,14 +56,13 @@ struct Api : testing::Test {
 
 TEST_F(Api, RadioRecords) {
     VeskRadioInfo &r = radio[1];
-    r.radioMac[0] = 2, r.radioMac[5] = 9, r.isEnabled = 1, r.isAcsEnabled = 2, r.curChannel = 36, r.curFreq = 5180;
+    r.radioMac[4] = 0, r.radioMac[5] = 9, r.isEnabled = 1, r.isAcsEnabled = 2, r.curChannel = 36, r.curFreq = 5180;
     r.maxStaNums = 128, r.chListNums = 2, r.curchAttr[0] = 0x1234, r.curchAttr[1] = 0x5678, r.txPower = 20.5f;
     r.curBw = 2;
-    strcpy(r.bond, "HT80"), strcpy(r.countryCode, "DE"), strcpy(r.operatingStandards, "a,n,ac");
     Bytes want(308); // the third channel stands behind the count
     want.i32(0, 3).mac(4, 9).text(10, "wifi1").u8(26, 1, 1, 2).i32(32, 36, 5180).text(40, "HT80").text(48, "DE")
         .i32(56, 128, 2);
-    want.u8(64, 36, 40).u16(128, 0x1234, 0x5678).f32(256, 20.5f).i32(260, 2).text(273, "a,n,ac");
+    want.u8(64, 36, 40).u16(128, 0x1234, 0x5678).f32(256, 20.5f).i32(260, 2).text(273, "a,n,ac,ax");
     expect_bytes(band_call("getRadioInfo", 3), want);
     expect_bytes(band_call("getRadioApIntfsInfo", 3),
                  Bytes(148).text(0, "wifi1").i32(16, 2).text(20, "ath10.v0").text(36, "ath11.v0"));
@@ -110,6 +84,7 @@ TEST_F(Api, RadioRecords) {
 TEST_F(Api, StatisticsComeFromTheRecordOrTheDriver) {
     Bytes want(136);
     stats_bytes(want, 0);
+    radio[1].intfStats = vap_of("ath11").intfStats = counting_stats();
     for (const bool polled : { false, true }) { // radio 0's flag counts for all
         radio[0].isIntfStatEnabled = polled, radio[1].isIntfStatEnabled = !polled;
         fakeDevice.log.clear();
@@ -121,12 +96,12 @@ TEST_F(Api, StatisticsComeFromTheRecordOrTheDriver) {
 }
 
 TEST_F(Api, VapInfo) {
-    VeskVapInfo &v = vap[1], &bsta = vap[2];
-    strcpy(v.ssid, "home"), strcpy(v.keyPassphrase, "secret"), strcpy(v.mode, "ap");
-    v.authMode = 0x20, v.encryptMode = 4, v.bssid[0] = 2, v.bssid[5] = 7, v.isBackhaulBss = 1;
+    VeskVapInfo &v = vap_of("ath11"), &bsta = vap_of("apclii0");
+    strcpy(v.keyPassphrase, "secret"), v.bssid[4] = 0, v.bssid[5] = 7;
+    v.authMode = 0x20, v.encryptMode = 4, v.isBackhaulBss = 1;
     v.bstaPeerBssid[0] = 9; // of no use on a BSS
     Bytes want(280);
-    want.text(0, "wifi1").text(16, "ath11.v0").text(32, "home").text(97, "secret").u16(162, 0x20).u16(196, 4)
+    want.text(0, "wifi1").text(16, "ath11.v0").text(32, "net-ath11").text(97, "secret").u16(162, 0x20).u16(196, 4)
         .text(198, "ap");
     want.u16(164, 1, 2, 4, 8, 16, 32, 64, 96, 34).text(230, "lan").i32(248, 128).mac(256, 7).u8(268, 1).u8(271, 0x40)
         .u8(274, 1);
@@ -134,7 +109,7 @@ TEST_F(Api, VapInfo) {
     expect_bytes(vap_call("getVapInfo", "ath11"),
                  want.text(16, std::string("ath11\0\0\0", 8))); // as the caller wrote it
 
-    strcpy(bsta.ssid, "not this"), strcpy(bsta.keyPassphrase, "nor this"), strcpy(bsta.mode, "sta");
+    strcpy(bsta.ssid, "not this"), strcpy(bsta.keyPassphrase, "nor this"), bsta.status = 1;
     bsta.bssid[0] = bsta.bstaPeerBssid[0] = 2, bsta.bstaPeerBssid[5] = 5;
     strcpy(scan->bhCred.ssid, "backhaul");
     want = Bytes(280).text(0, "wifi1").text(16, "apclii0").text(32, "backhaul").text(198, "sta").mac(256, 0).mac(262, 5);
@@ -338,7 +313,7 @@ TEST_F(Api, CommandsReachTheDriverWithInnerNames) {
     bus_call("disassocSta", kick.text("mac", "02:00:00:00:00:08"));
     expect_call("rilk_disConnectSta", "ath0 02:00:00:00:00:08", Bytes(0));
     EXPECT_EQ(record_call("setStaMon", "monStaInfo", Bytes(12).mac(4, 8).u8(10, 6)), 0);
-    EXPECT_NE(vesk_sta_mon_get(Bytes(6).mac(0, 8).data.data(), 6), nullptr);
+    EXPECT_NE(vesk_sta_mon_get(Bytes(6).mac(0, 8).data(), 6), nullptr);
     vesk_sta_mon_destroy();
 }
 
@@ -377,7 +352,7 @@ TEST_F(Api, DefaultVlanDwellLimitsAndPlaceholders) {
     expect_bytes(bus_call("getDefault802dot1qSetting"), Bytes(4));
     const Bytes cfg = Bytes(4).u16(0, 65535).u8(2, 5, 9);
     EXPECT_EQ(record_call("setDefault802dot1qSetting", "cfg", cfg), 0);
-    EXPECT_EQ(fakeDevice.count("rilk_set8021dotqCfg"), 1);
+    EXPECT_EQ(fakeDevice.count("rilk_set8021dotqCfg"), 2); // ath1 and ath11
     expect_call("rilk_set8021dotqCfg", "ath11", cfg); // as it came
     expect_bytes(bus_call("getDefault802dot1qSetting"), Bytes(4).u16(0, 65535).u8(2, 5));
     EXPECT_EQ(vesk_setMinMaxDwellTime(3, 60, 60), 0);

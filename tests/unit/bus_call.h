@@ -1,46 +1,10 @@
-// A bus call as a client makes it, and expected records put together byte by byte.
+// A bus call as a client makes it.
 #pragma once
 
 #include <algorithm>
 
-#include <gtest/gtest.h>
-
 #include "bus/stub.h"
-#include "tests/fakes/fakes.h"
-
-/** A record put together by offset; everything not mentioned is zero. */
-struct Bytes {
-    std::vector<uint8_t> data;
-
-    explicit Bytes(size_t size) : data(size) {}
-    Bytes &put(size_t at, const void *from, size_t n) {
-        EXPECT_LE(at + n, data.size());
-        memcpy(data.data() + at, from, n);
-        return *this;
-    }
-    /** Values one behind the other. */
-    template <class T, class... V>
-    Bytes &row(size_t at, V... values) {
-        const T list[] = { static_cast<T>(values)... };
-        return put(at, list, sizeof list);
-    }
-    // clang-format off
-    template <class... V> Bytes &u8(size_t at, V... values) { return row<uint8_t>(at, values...); }
-    template <class... V> Bytes &u16(size_t at, V... values) { return row<uint16_t>(at, values...); }
-    template <class... V> Bytes &i32(size_t at, V... values) { return row<int32_t>(at, values...); }
-    // clang-format on
-    Bytes &u64(size_t at, uint64_t v) { return put(at, &v, 8); }
-    Bytes &f32(size_t at, float v) { return put(at, &v, 4); }
-    Bytes &f64(size_t at, double v) { return put(at, &v, 8); }
-    Bytes &text(size_t at, const std::string &s) { return put(at, s.data(), s.size()); }
-    Bytes &mac(size_t at, int last) { return u8(at, 2).u8(at + 5, last); } // 02:00:00:00:00:LAST
-    /** So many bytes that count up. */
-    Bytes &count(size_t at, int first, int n) {
-        for (size_t i = 0; i < static_cast<size_t>(n); i++)
-            data.at(at + i) = static_cast<uint8_t>(first + static_cast<int>(i));
-        return *this;
-    }
-};
+#include "tests/unit/common.h"
 
 /** The message of a call, argument by argument. */
 struct Args {
@@ -54,7 +18,7 @@ struct Args {
     Args &text(const char *name, const char *v) { return blobmsg_add_string(&buf, name, v), *this; }
     Args &record(const char *name, const Bytes &v)
     {
-        blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, name, v.data.data(), static_cast<unsigned>(v.data.size()));
+        blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, name, v.data(), static_cast<unsigned>(v.size()));
         return *this;
     }
     // clang-format on
@@ -76,13 +40,10 @@ inline BusReply bus_call(const char *method, const Args &args = Args()) {
     reply.dispatch = onTamloPelkVeskDispatch(nullptr, TamloPelkVesk_object_get(), &req, method, args.buf.head);
     reply.sent = fakeBus.replies.size() > before;
     if (!reply.sent) return reply;
-    const std::vector<uint8_t> &raw = fakeBus.replies.back();
-    blob_buf copy = {};
-    blob_buf_init(&copy, 0);
-    blob_put_raw(&copy, raw.data(), static_cast<unsigned>(raw.size()));
+    const auto *message = reinterpret_cast<const blob_attr *>(fakeBus.replies.back().data());
     blob_attr *attr;
     size_t rem;
-    blobmsg_for_each_attr(attr, copy.head, rem) {
+    blobmsg_for_each_attr(attr, message, rem) {
         reply.fields.push_back(blobmsg_name(attr));
         const auto *data = static_cast<const uint8_t *>(blobmsg_data(attr));
         if (reply.fields.size() == 1) {
@@ -92,14 +53,13 @@ inline BusReply bus_call(const char *method, const Args &args = Args()) {
             reply.result.assign(data, data + blobmsg_data_len(attr));
         }
     }
-    blob_buf_free(&copy);
     return reply;
 }
 
 /** A record's first differing byte, for a readable failure. */
 inline std::string first_difference(const std::vector<uint8_t> &got, const Bytes &want) {
-    const auto [is, should] = std::mismatch(got.begin(), got.end(), want.data.begin(), want.data.end());
-    if (is == got.end() && should == want.data.end()) return "";
+    const auto [is, should] = std::mismatch(got.begin(), got.end(), want.begin(), want.end());
+    if (is == got.end() && should == want.end()) return "";
     return "offset " + std::to_string(is - got.begin()) + " of " + std::to_string(got.size()) + ", not " +
-           std::to_string(want.data.size());
+           std::to_string(want.size());
 }

@@ -1,31 +1,27 @@
 // Joins completed and sent, leaves, association responses, probes: bytes and lines worked out by hand.
-#include "source/vesk_drelm/vesk_drelm.h"
-
-#include "source/vesk_station/vesk_station.h"
 #include "tests/unit/event_records.h"
 
 struct ClientEvents : testing::Test {
     void SetUp() override { fill_event_records(), vesk_sta_mon_destroy(), vesk_init_g_sta_cap(); }
     static int64_t pollDue() { return fakeLoop.due(&vesk_get_sta_info()->staTimer); }
-    static Bytes body(size_t size) { return changed(Bytes(size, 0xee), 16, STA); }
-    static Bytes joinBody(uint16_t n) { return changed(changed(body(621), 97, Bytes(6)), 105, bytes_of(n)); }
+    static Bytes body(size_t size) { return Bytes(size, 0xee).put(16, STA); }
+    static Bytes joinBody(uint16_t n) { return body(621).put(97, Bytes(6)).u16(105, n); }
 };
 
 TEST_F(ClientEvents, JoinIsCompletedFromTheRecords) {
     Bytes event = joinBody(0);
-    Bytes expected = changed(Bytes(event.begin(), event.end() - 2), 0, text_field("ath10.v0"));
-    expected = changed(expected, 26, { 36, 0x3c, 0x14, 2, 238, 3 }); // the operating class stays
-    expected = changed(expected, 32, text_field("home5", 65));
+    Bytes expected = Bytes(event.begin(), event.end() - 2).name(0, "ath10.v0").name(32, "home5", 65).u8(102, 0xb1);
+    expected.u8(26, 36, 0x3c, 0x14, 2, 238, 3); // the operating class stays
     EXPECT_EQ(wdev_client_join_event_process(event.data(), "ath10"), 0);
     ASSERT_EQ(sent(), Texts{ "veskClientJoin 619" });
-    EXPECT_EQ(fakeBus.signals[0].payload, changed(expected, 97, { 0, 0, 0, 0, 0, 0xb1 }));
+    EXPECT_EQ(fakeBus.signals[0].payload, expected);
     uint8_t cap[3] = {};
     EXPECT_TRUE(vesk_get_sta_cap(STA.data(), cap) == 0 && cap[0] == 0x80 && cap[1] == 0); // of 0xee, 0xee
     EXPECT_EQ(pollDue(), 1000);
     const char *line =
         " Ubus send successfully [tamlo.pelk.vesk] [tamlo.pelk.vesk.veskClientJoin] [ath10] [" STA_TEXT "]\n";
-    EXPECT_TRUE(logged("wdev_client_join_event_process", "INFO", line));
-    event = changed(joinBody(0), 102, { 7 });
+    EXPECT_TRUE(fake_logged("INFO", line, "wdev_client_join_event_process"));
+    event = joinBody(0).u8(102, 7);
     wdev_client_join_event_process(event.data(), "ath0");
     EXPECT_EQ(event[102], 7); // one byte that isn't zero keeps the BSSID
 }
@@ -54,7 +50,7 @@ TEST_F(ClientEvents, JoinFrameComesFromTheDriverWithinItsField) {
 
 TEST_F(ClientEvents, JoinIsDumpedAtTheDebugLevelOnly) {
     fakeDevice.rc["rilk_getAssocReqFrame"] = -1;
-    Bytes event = changed(changed(joinBody(12), 22, { 0xc4, 0xff, 0xff, 0xff }), 97, STA);
+    Bytes event = joinBody(12).i32(22, -60).put(97, STA);
     vesk_get_vesk_info()->logLevel = 6, wdev_client_join_event_process(event.data(), "ath10");
     EXPECT_EQ(fake_stderr(), "");
     vesk_get_vesk_info()->logLevel = 7, wdev_client_join_event_process(event.data(), "ath10");
@@ -82,13 +78,13 @@ TEST_F(ClientEvents, JoinRefusals) {
 
 TEST_F(ClientEvents, LeaveAndAssociationResponseAreSentAndDisassociationIsLogged) {
     vesk_set_sta_cap(STA.data(), STA.data());
-    Bytes leave = body(22), response = changed(body(25), 22, { 0x64, 0x01, 5 }), disassoc = body(24);
+    Bytes leave = body(22), response = body(25).u8(22, 0x64, 0x01, 5), disassoc = body(24);
     EXPECT_EQ(wdev_client_leave_event_process(leave.data(), "ath9"), 0); // known to no record
     EXPECT_EQ(wdev_map_r2_assoc_resp_process(response.data(), "apcli0"), 0);
     EXPECT_EQ(wdev_sta_disassoc_process(disassoc.data(), "ath0"), 0);
     ASSERT_EQ(sent(), (Texts{ "veskClientLeave 22", "veskMapR2AssocResp 25" }));
-    EXPECT_EQ(fakeBus.signals[0].payload, changed(body(22), 0, text_field("ath9.v0")));
-    EXPECT_EQ(fakeBus.signals[1].payload, changed(response, 0, text_field("apcli0")));
+    EXPECT_EQ(fakeBus.signals[0].payload, body(22).name(0, "ath9.v0"));
+    EXPECT_EQ(fakeBus.signals[1].payload, response.name(0, "apcli0"));
     uint8_t cap[3];
     EXPECT_EQ(vesk_get_sta_cap(STA.data(), cap), -1);
     EXPECT_EQ(pollDue(), 1000);
@@ -96,14 +92,14 @@ TEST_F(ClientEvents, LeaveAndAssociationResponseAreSentAndDisassociationIsLogged
     EXPECT_EQ(messages("ERROR"), (Texts{ " Enter wdev_map_r2_assoc_resp_process\n",
                                          " vid=356, pcp=5, ifname=apcli0,peer mac=[" STA_TEXT "]\n",
                                          " Enter wdev_sta_disassoc_process\n" }));
-    EXPECT_TRUE(logged("wdev_sta_disassoc_process", "NOTICE",
-                       " sta mac=[" STA_TEXT "] disassoc, ifname=ath0.v0, reason code 61166\n"));
+    EXPECT_TRUE(fake_logged("NOTICE", " sta mac=[" STA_TEXT "] disassoc, ifname=ath0.v0, reason code 61166\n",
+                            "wdev_sta_disassoc_process"));
 }
 
 TEST_F(ClientEvents, ProbeReachesTheMonitoredStationOfItsChannelOnly) {
     vesk_sta_mon_set(STA.data(), 6), vesk_sta_mon_set(STA.data(), 11);
     fake_advance(5s);
-    Bytes event = changed(body(27), 22, { 6, 0xb9, 0xff, 0xff, 0xff });
+    Bytes event = body(27).u8(22, 6).i32(23, -71);
     EXPECT_EQ(wdev_probe_req_event_process(event.data(), "ath0"), 0);
     const VeskStaMon *node = vesk_sta_mon_get(STA.data(), 6);
     EXPECT_STREQ(node->ifName, "ath0.v0");

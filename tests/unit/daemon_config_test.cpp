@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 
-#include "source/vesk_main/records.h"
 #include "tests/unit/common.h"
 
 namespace {
@@ -11,8 +10,7 @@ const char conf[] = "/configs/vesk/vesk.conf";
 
 // clang-format off
 /** Everything that the file sets: "on1 onCfg0 first15 ...". */
-std::string settings()
-{
+std::string settings() {
     const VeskOffScanCfg &scan = *vesk_get_scan_info();
     const VeskRadioInfo &radio = *vesk_get_radio_info();
     const VeskStaInfo &sta = *vesk_get_sta_info();
@@ -28,15 +26,12 @@ std::string settings()
     return text;
 }
 
-void load(bool debug, const char *text)
-{
+void load(bool debug, const char *text) {
     fake_reset();
     vesk_get_vesk_info()->logLevel = 6;
     ASSERT_EQ(system("rm -rf /configs/vesk; mkdir /configs/vesk"), 0);
-    if (debug)
-        put_file("/configs/vesk/vesk_debug_flag", "");
-    if (text)
-        put_file(conf, text);
+    if (debug) put_file("/configs/vesk/vesk_debug_flag", "");
+    if (text) put_file(conf, text);
     vesk_load_cfg();
 }
 

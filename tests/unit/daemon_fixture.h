@@ -13,12 +13,10 @@
 #include "source/vesk_config/vesk_config.h"
 #include "source/vesk_drelm/vesk_drelm.h"
 #include "source/vesk_interface/vesk_interface.h"
-#include "source/vesk_main/records.h"
 #include "source/vesk_main/vesk_main.h"
 #include "source/vesk_scan/vesk_scan.h"
 #include "source/vesk_station/vesk_station.h"
 #include "tests/unit/bus_call.h"
-#include "tests/unit/test_files.h"
 
 using Answers = std::map<std::string, std::vector<uint8_t>>; // method: status and record, of both radios
 
@@ -111,9 +109,9 @@ struct DaemonTest : testing::Test {
     }
     /** ERROR messages since the reset that aren't in `usual`, each once. */
     static std::set<std::string> errors(const std::set<std::string> &usual = {}) {
-        std::set<std::string> messages;
-        for (const FakeLogLine &line : fake_log_lines())
-            if (line.level == "ERROR" && !usual.contains(line.message)) messages.insert(line.message);
-        return messages;
+        const Texts all = messages("ERROR");
+        std::set<std::string> found(all.begin(), all.end());
+        std::erase_if(found, [&](const std::string &message) { return usual.contains(message); });
+        return found;
     }
 };

@@ -3,7 +3,6 @@
 
 #include "source/vesk_interface/inventory.h"
 #include "source/vesk_interface/vesk_interface.h"
-#include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
 #include "tests/unit/common.h"
 

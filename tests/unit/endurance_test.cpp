@@ -62,9 +62,8 @@ struct Endurance : DaemonTest {
     }
     void TearDown() override { close(sender), DaemonTest::TearDown(); }
     void send_event(uint32_t id, uint32_t station, size_t size) {
-        Bytes bytes(41 + size);
-        bytes.i32(0, id).text(4, "ath10").u8(41 + 16, 2).i32(41 + 18, station);
-        ASSERT_GT(send(sender, bytes.data.data(), bytes.data.size(), 0), 0);
+        const Bytes bytes = datagram(id, "ath10", Bytes(size).u8(16, 2).i32(18, station));
+        ASSERT_GT(send(sender, bytes.data(), bytes.size(), 0), 0);
         fakeLoop.fds[0]->cb(fakeLoop.fds[0], ULOOP_READ);
     }
     /** As many stations join and leave, in groups spread over the span; each is on the device for 10 s. */
@@ -119,8 +118,8 @@ TEST_F(Endurance, AJumpOfTheWallClockMovesNothingButWallClockTimes) {
         call(vesk_methods[20], 0); // setStaMon
         fakeLoop.wallSec += days * 86400;
         fake_advance(50min);
-        EXPECT_GT(fakeDevice.count("rilk_getVapAssocStationNumber"), 200);          // the polls went on
-        EXPECT_NE(vesk_sta_mon_get(Bytes(6).mac(0, 0x99).data.data(), 6), nullptr); // and it isn't an hour yet
+        EXPECT_GT(fakeDevice.count("rilk_getVapAssocStationNumber"), 200);     // the polls went on
+        EXPECT_NE(vesk_sta_mon_get(Bytes(6).mac(0, 0x99).data(), 6), nullptr); // and it isn't an hour yet
         const Answers now = answers();
         if (days == 0) withoutJump = now;
         EXPECT_EQ(differing(now, withoutJump), days ? "getOffChannelInfo " : ""); // when a channel was measured

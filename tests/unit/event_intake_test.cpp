@@ -1,13 +1,11 @@
 // Datagrams through the real loopback socket of the private root, of every length; and the sibling's
 // watchdog.
-#include "source/vesk_drelm/vesk_drelm.h"
 
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "source/vesk_station/vesk_station.h"
 #include "tests/unit/event_records.h"
 
 struct EventIntake : testing::Test {
@@ -20,11 +18,6 @@ struct EventIntake : testing::Test {
         vesk_init_dev_event();
     }
     void TearDown() override { vesk_deinit_dev_event(), close(sender); }
-    static Bytes datagram(uint32_t id, const std::string &ifName, const Bytes &body) {
-        Bytes bytes = changed(changed(Bytes(41), 0, bytes_of(id)), 4, text_field(ifName, 37));
-        bytes.insert(bytes.end(), body.begin(), body.end());
-        return bytes;
-    }
     /** One datagram in, one callback; the payload that came of it. */
     Bytes feed(const Bytes &bytes) {
         fakeBus.signals.clear();
@@ -67,9 +60,8 @@ TEST_F(EventIntake, FindsTheHandlerOrDropsSilently) {
     fcntl(fakeLoop.fds[0]->fd, F_SETFL, O_NONBLOCK);
     fakeLoop.fds[0]->cb(fakeLoop.fds[0], ULOOP_READ); // nothing there: the read fails
     EXPECT_EQ(fake_log(), "");
-    EXPECT_EQ(feed(datagram(10, "ath0", Bytes(4956, 7))), changed(Bytes(281, 7), 0, text_field("ath0.v0")));
-    EXPECT_EQ(feed(datagram(4, std::string(37, 'n'), Bytes(22, 7))),
-              changed(Bytes(22, 7), 0, text_field("nnnnnnnnnnnnnn")));
+    EXPECT_EQ(feed(datagram(10, "ath0", Bytes(4956, 7))), Bytes(281, 7).name(0, "ath0.v0"));
+    EXPECT_EQ(feed(datagram(4, std::string(37, 'n'), Bytes(22, 7))), Bytes(22, 7).name(0, "nnnnnnnnnnnnnn"));
     EXPECT_NE(fake_log().find(" [" + std::string(36, 'n') + "] "), std::string::npos); // ends in its field
 }
 
@@ -82,7 +74,7 @@ TEST(DrelmWatch, StartsTheSiblingWhenItIsAbsent) {
               (Texts{ " vesk_related_app_check\xef\xbc\x8cwait 2 seconds.\n", " drelm is not exist, start it\n" }));
     fakeLibc.popenOutput = " 812 root     drelm\n";
     fake_advance(30s);
-    EXPECT_TRUE(logged("vesk_related_app_check", "DEBUG", " drelm is working\n"));
+    EXPECT_TRUE(fake_logged("DEBUG", " drelm is working\n", "vesk_related_app_check"));
     vesk_stop_app_mon_timer();
     fake_advance(60s);
     EXPECT_EQ(fakeLibc.popens, Texts(2, "ps -w|grep drelm|grep -v grep"));

@@ -1,25 +1,14 @@
-// What the event tests share: ath0 on radio 0, ath10 on radio 1, backhaul station apcli0; and bodies as
-// bytes.
+// What the event tests share: ath0 on radio 0, ath10 on radio 1, backhaul station apcli0.
 #pragma once
 
 #include <tuple>
 
-#include "source/vesk_main/records.h"
+#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_station/vesk_station.h"
 #include "tests/unit/common.h"
 
-using Bytes = std::vector<uint8_t>;
 inline const Bytes STA = { 0x02, 0x11, 0x22, 0x33, 0x44, 0x55 };
 #define STA_TEXT "02:11:22:33:44:55"
-
-inline Bytes changed(Bytes body, size_t at, const Bytes &value) {
-    for (size_t i = 0; i < value.size(); i++) body.at(at + i) = value[i];
-    return body;
-}
-
-/** Zero-filled. */
-inline Bytes text_field(const std::string &text, size_t size = 16) {
-    return changed(Bytes(size), 0, Bytes(text.begin(), text.end()));
-}
 
 inline void fill_event_records() {
     fake_reset();

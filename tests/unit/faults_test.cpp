@@ -105,8 +105,7 @@ struct Region { const char *name; void *at; size_t size; };
 #define REGION(record) { #record, static_cast<void *>(&(record)), sizeof(record) }
 
 /** Where a library puts its answers: records with counts and texts, and some of their counts alone. */
-std::vector<Region> answered_by_library(FakeRadio &radio, FakeVap &vap)
-{
+std::vector<Region> answered_by_library(FakeRadio &radio, FakeVap &vap) {
     return { REGION(radio.ap), REGION(radio.ap.vapNums), REGION(radio.hul), REGION(radio.dyn), REGION(radio.channel),
              REGION(radio.cur), REGION(radio.stats), REGION(radio.channels), REGION(radio.channels.chListNums),
              REGION(radio.excluded), REGION(radio.excluded.chListNums), REGION(radio.nol), REGION(vap.cfg), REGION(vap.status),

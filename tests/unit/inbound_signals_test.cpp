@@ -9,7 +9,7 @@ static void deliver(size_t index, Bytes payload) {
 }
 
 static void deliver_log_setting(size_t index, uint32_t level, const std::string &destination) {
-    deliver(index, changed(changed(Bytes(36), 0, bytes_of(level)), 4, text_field(destination, 32)));
+    deliver(index, Bytes(36).i32(0, level).text(4, destination));
 }
 
 TEST(InboundSignals, RefuseWhatIsMissingOrShort) {
@@ -29,7 +29,7 @@ TEST(InboundSignals, RefuseWhatIsMissingOrShort) {
         const MerkaSignalRow &row = vesk_inbound_signals()[i];
         EXPECT_EQ(words(row.index, row.signal, row.interface), words(i, signal, "tamlo.pelk.vesk"));
         row.handler(nullptr, nullptr, nullptr, 0);
-        EXPECT_TRUE(logged(name, "INFO", (i < 2 ? " " + name : "") + " interface=, signal= size=0\n"));
+        EXPECT_TRUE(fake_logged("INFO", (i < 2 ? " " + name : "") + " interface=, signal= size=0\n", name));
         Texts errors = { " Bus buf is NULL\n\n" };
         if (wants) {
             deliver(i, Bytes(wants - 1, 1));
@@ -86,7 +86,7 @@ TEST(InboundSignals, ValueOfOneOrMoreSwitchesOn) {
         object.name = "vesk";
         vesk.ubusObj = &object;
         for (size_t index : { 2, 4, 5, 6, 7 })
-            deliver(index, changed(Bytes(5), 0, bytes_of(value))); // what follows the word doesn't count
+            deliver(index, Bytes(5).i32(0, value)); // what follows the word doesn't count
         for (uint8_t *flag : switches) EXPECT_EQ(*flag, on) << value;
         EXPECT_EQ(autoConnect.enableAuto, !on);
         EXPECT_EQ(fakeBus.calls.back(), on ? "ubus_add_object vesk" : "ubus_remove_object vesk");

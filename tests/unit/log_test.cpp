@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include "source/vesk_main/records.h"
 #include "tests/unit/common.h"
 
 namespace {

@@ -1,6 +1,4 @@
 // Radio events go out as they came; the unsafe channel set only when it differs.
-#include "source/vesk_drelm/vesk_drelm.h"
-
 #include "tests/unit/event_records.h"
 
 TEST(RadioEvents, GoOutAsTheyCame) {
@@ -35,7 +33,7 @@ TEST(RadioEvents, UnsafeChannelsAreSentOnChange) {
     for (const auto &[bits, expected] : rows) {
         fake_clear_log();
         fakeBus.signals.clear();
-        Bytes body = changed(Bytes(13), 1, bytes_of(bits)); // off the alignment of its words
+        Bytes body = Bytes(13).put(1, bytes_of(bits)); // off the alignment of its words
         EXPECT_EQ(wdev_unsafe_channel_event_process(&body[1], nullptr), 0);
         EXPECT_EQ(messages(), expected);
         EXPECT_EQ(sent(), expected == same ? Texts{} : Texts{ "veskUnsafeChannel 12" });

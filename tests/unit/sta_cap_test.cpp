@@ -1,6 +1,4 @@
 // The capability store: slots, bits, and its limit.
-#include "source/vesk_station/vesk_station.h"
-
 #include "tests/unit/event_records.h"
 
 /** Stations differ only behind a zero byte. */

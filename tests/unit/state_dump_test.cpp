@@ -2,7 +2,6 @@
 #include "source/vesk_main/vesk_main.h"
 
 #include "source/vesk_main/log.h"
-#include "source/vesk_main/records.h"
 #include "tests/unit/common.h"
 
 TEST(StateDump, ShowsTheModelAndSavesTheLogWhateverTheLevel) {

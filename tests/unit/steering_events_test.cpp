@@ -1,6 +1,4 @@
 // Steering and measurement: what is rewritten, what is refused, and the traces on stderr.
-#include "source/vesk_drelm/vesk_drelm.h"
-
 #include "tests/unit/event_records.h"
 
 TEST(SteeringEvents, AreRenamedAndSent) {
@@ -23,12 +21,12 @@ TEST(SteeringEvents, AreRenamedAndSent) {
         size_t sentBefore = 9;
         fakeDevice.onCall = [&](const FakeCall &) { sentBefore = fakeBus.signals.size(); };
         const bool wps = size == 28, bsta = ifName == "apcli0";
-        Bytes body = changed(Bytes(size, 0xee), 16, STA);
-        Bytes expected = changed(body, 0, text_field(ifName + (bsta ? "" : ".v0")));
-        expected = size == 296 ? changed(expected, 22, { 0, 0, 0, 0, 0, 0xb1 }) : expected; // the VAP's own
+        Bytes body = Bytes(size, 0xee).put(16, STA), expected = body;
+        expected.name(0, ifName + (bsta ? "" : ".v0"));
+        if (size == 296) expected.u8(22, 0, 0, 0, 0, 0, 0xb1); // the VAP's own
         EXPECT_EQ(handler(body.data(), ifName.c_str()), signal.empty() ? -1 : 0);
         EXPECT_EQ(fake_stderr(), size == 281 ? "" : "Enter wdev_" + event + "\r\n" + trace);
-        EXPECT_EQ(logged("wdev_" + event, "DEBUG", " Enter wdev_beacon_report_process\n"), size == 281);
+        EXPECT_EQ(fake_logged("DEBUG", " Enter wdev_beacon_report_process\n", "wdev_" + event), size == 281);
         ASSERT_EQ(sent(), signal.empty() ? Texts{} : Texts{ "vesk" + signal });
         EXPECT_EQ(signal.empty() ? expected : fakeBus.signals[0].payload, expected);
         EXPECT_EQ(sentBefore, wps ? 0u : 9u); // the forwarding rules go first, and only here
@@ -43,7 +41,7 @@ TEST(SteeringEvents, OwnInterfacesAreAnnouncedByTheirOuterName) {
     Bytes record(17, 0xee);
     EXPECT_EQ(wdev_intf_change_event_process(record.data(), "ath0"), 0);
     EXPECT_EQ(sent(), Texts{ "veskIfStatusChange 17" });
-    EXPECT_EQ(fakeBus.signals[0].payload, changed(Bytes(17, 0xee), 0, text_field("ath0.v0")));
+    EXPECT_EQ(fakeBus.signals[0].payload, Bytes(17, 0xee).name(0, "ath0.v0"));
     EXPECT_EQ(wdev_vap_attr_change_event_process(nullptr, "ath0"), -1);
     EXPECT_EQ(fake_stderr(), "Enter wdev_intf_change_event_process\r\nUbus send successfully "
                              "[tamlo.pelk.vesk.veskIfStatusChange] [ath0.v0] [238]\r\n"

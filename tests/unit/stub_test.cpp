@@ -1,11 +1,7 @@
 // The bus object's tables, the road of a call through the dispatch, and what it refuses.
 #include "tests/unit/bus_call.h"
 
-#include "source/vesk_main/records.h"
-
 namespace {
-using Texts = std::vector<std::string>;
-
 struct Stub : testing::Test {
     Stub() { fake_reset(); }
 };

@@ -1,7 +1,6 @@
 // Taking the object off the bus and putting it back: the calls that are made and the lines that are left.
 #include "source/vesk_main/vesk_main.h"
 
-#include "source/vesk_main/records.h"
 #include "tests/unit/common.h"
 
 TEST(UbusObject, AddAlwaysRemovesFirstAndGoesOn) {
