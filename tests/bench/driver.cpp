@@ -19,8 +19,7 @@
 #include "foundation/ubus_headers.h"
 #include "include/vesk_event.h"
 
-namespace
-{
+namespace {
 using Clock = std::chrono::steady_clock;
 constexpr int blocks = 15;      // of each side, alternating
 constexpr double blockMs = 150; // length of a block
@@ -34,14 +33,12 @@ const auto ms_since = [](Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 };
 
-double median(std::vector<double> v)
-{
+double median(std::vector<double> v) {
     std::sort(v.begin(), v.end());
     return v[v.size() / 2];
 }
 
-uint32_t object_id(const char *name)
-{
+uint32_t object_id(const char *name) {
     uint32_t id = 0;
     if (ubus_lookup_id(ctx, name, &id) != 0 || id == 0) {
         fprintf(stderr, "vesk-bench: %s isn't on the bus\n", name);
@@ -50,22 +47,19 @@ uint32_t object_id(const char *name)
     return id;
 }
 
-void row(const char *what, double measured, double bare, double goal, bool lowerIsBetter = false)
-{
+void row(const char *what, double measured, double bare, double goal, bool lowerIsBetter = false) {
     const double ratio = bare > 0 ? measured / bare : measured;
     const bool met = lowerIsBetter ? ratio <= goal : ratio >= goal;
-    printf("%-44s %12.1f %12.1f %8.3f   %s %.2f  %s\n", what, measured, bare, ratio,
-           lowerIsBetter ? "<=" : ">=", goal, met ? "met" : "MISSED");
+    printf("%-44s %12.1f %12.1f %8.3f   %s %.2f  %s\n", what, measured, bare, ratio, lowerIsBetter ? "<=" : ">=", goal,
+           met ? "met" : "MISSED");
     char line[256];
-    snprintf(line, sizeof line,
-             R"({"what": "%s", "measured": %g, "bare": %g, "ratio": %g, "goal": %g, "met": %s})", what,
-             measured, bare, ratio, goal, met ? "true" : "false");
+    snprintf(line, sizeof line, R"({"what": "%s", "measured": %g, "bare": %g, "ratio": %g, "goal": %g, "met": %s})",
+             what, measured, bare, ratio, goal, met ? "true" : "false");
     json += (json.empty() ? "[" : ",\n ") + std::string(line);
 }
 
 /** A figure without a goal. */
-void figure(const char *what, double measured)
-{
+void figure(const char *what, double measured) {
     printf("%-44s %12.1f\n", what, measured);
     char line[128];
     snprintf(line, sizeof line, R"({"what": "%s", "measured": %g})", what, measured);
@@ -74,8 +68,7 @@ void figure(const char *what, double measured)
 
 // --- calls ---
 
-double calls_per_second(const char *object, const char *method, const std::function<void(blob_buf *)> &fill)
-{
+double calls_per_second(const char *object, const char *method, const std::function<void(blob_buf *)> &fill) {
     const uint32_t id = object_id(object);
     blob_buf args = {};
     blob_buf_init(&args, 0);
@@ -84,19 +77,15 @@ double calls_per_second(const char *object, const char *method, const std::funct
     int n = 0;
     while (ms_since(start) < blockMs)
         for (int i = 0; i < 20; i++, n++)
-            if (ubus_invoke(ctx, id, method, args.head, nullptr, nullptr, 5000) != 0)
-                exit(1);
+            if (ubus_invoke(ctx, id, method, args.head, nullptr, nullptr, 5000) != 0) exit(1);
     blob_buf_free(&args);
     return n * 1000.0 / ms_since(start);
 }
 
-void compare_calls(const char *method, const std::function<void(blob_buf *)> &fill, uint32_t size,
-                   double goal)
-{
+void compare_calls(const char *method, const std::function<void(blob_buf *)> &fill, uint32_t size, double goal) {
     std::vector<double> measured, bare;
     for (int i = 0; i < blocks; i++) {
-        bare.push_back(
-            calls_per_second("bench.echo", "echo", [=](blob_buf *b) { blobmsg_add_u32(b, "size", size); }));
+        bare.push_back(calls_per_second("bench.echo", "echo", [=](blob_buf *b) { blobmsg_add_u32(b, "size", size); }));
         measured.push_back(calls_per_second(VESK_BUS_OBJECT, method, fill));
     }
     row((std::string(method) + " (calls per s)").c_str(), median(measured), median(bare), goal);
@@ -104,20 +93,17 @@ void compare_calls(const char *method, const std::function<void(blob_buf *)> &fi
 
 /** The first statement after the log has outgrown 1 MiB packs it, and the call waits. The file is filled with
  * what the daemon itself has logged. */
-void measure_rotation()
-{
+void measure_rotation() {
     const uint32_t id = object_id(VESK_BUS_OBJECT);
     std::stringstream log;
     log << std::ifstream("/tmp/vesk.log").rdbuf();
     std::vector<double> stalls;
     for (int i = 0; i < 5; i++) {
         std::ofstream file("/tmp/vesk.log", std::ios::app);
-        while (file.tellp() <= 1 << 20)
-            file << log.str() << "\n";
+        while (file.tellp() <= 1 << 20) file << log.str() << "\n";
         file.close();
         const Clock::time_point start = Clock::now();
-        if (ubus_invoke(ctx, id, "getScanStatus", nullptr, nullptr, nullptr, 5000) != 0)
-            exit(1);
+        if (ubus_invoke(ctx, id, "getScanStatus", nullptr, nullptr, nullptr, 5000) != 0) exit(1);
         stalls.push_back(ms_since(start));
     }
     figure("a call that waits for a log rotation (ms)", median(stalls));
@@ -127,19 +113,16 @@ void measure_rotation()
 
 int received;
 
-void serve_until(int wanted, double limitMs)
-{
+void serve_until(int wanted, double limitMs) {
     const Clock::time_point start = Clock::now();
     while (received < wanted && ms_since(start) < limitMs) {
         pollfd bus = { ctx->sock.fd, POLLIN, 0 };
-        if (poll(&bus, 1, 2) > 0)
-            ubus_handle_event(ctx);
+        if (poll(&bus, 1, 2) > 0) ubus_handle_event(ctx);
     }
 }
 
 /** Datagrams per second from intake to a listener's signal, none lost. */
-double events_per_second(int fd, uint16_t port)
-{
+double events_per_second(int fd, uint16_t port) {
     struct [[gnu::packed]] {
         VeskEventHeader header;
         VeskClientJoinEvent body;
@@ -167,8 +150,7 @@ double events_per_second(int fd, uint16_t port)
     return eventsPerBlock * 1000.0 / ms_since(start);
 }
 
-void set_log_level(uint32_t level)
-{
+void set_log_level(uint32_t level) {
     const WireLogSetting record = { level, {} };
     blob_buf buf = {};
     blob_buf_init(&buf, 0);
@@ -178,8 +160,7 @@ void set_log_level(uint32_t level)
     usleep(100000);
 }
 
-void compare_events()
-{
+void compare_events() {
     static ubus_event_handler handler = {};
     handler.cb = [](ubus_context *, ubus_event_handler *, const char *, blob_attr *) { received++; };
     ubus_register_event_handler(ctx, &handler, VESK_SIGNAL_CLIENT_JOIN);
@@ -202,8 +183,7 @@ void compare_events()
 // --- memory and idle cost ---
 
 /** The number behind a word of a file of the process; or the so-many-th word of it. */
-double value_of(int pid, const char *file, const std::string &key, int skip = 0)
-{
+double value_of(int pid, const char *file, const std::string &key, int skip = 0) {
     std::ifstream words("/proc/" + std::to_string(pid) + "/" + file);
     double value = 0;
     for (std::string word; words >> word;)
@@ -221,8 +201,7 @@ const auto cpu_ms = [](int pid) {
 };
 const auto resident = [](int pid) { return value_of(pid, "status", "VmRSS:"); };
 
-void measure_idle(int pid, int seconds)
-{
+void measure_idle(int pid, int seconds) {
     const double switches = value_of(pid, "status", "voluntary_ctxt_switches:"), cpu = cpu_ms(pid);
     sleep(static_cast<unsigned>(seconds));
     const double wakeups = (value_of(pid, "status", "voluntary_ctxt_switches:") - switches) / seconds;
@@ -232,11 +211,9 @@ void measure_idle(int pid, int seconds)
 }
 } // namespace
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     ctx = argc < 3 ? nullptr : ubus_connect("/var/run/ubus.sock");
-    if (!ctx)
-        return 2;
+    if (!ctx) return 2;
     const int vesk = atoi(argv[1]), echo = atoi(argv[2]);
     const char *idle = getenv("VESK_BENCH_IDLE");
     auto band = [](blob_buf *b) { blobmsg_add_u32(b, "band", 3); };
@@ -254,7 +231,6 @@ int main(int argc, char **argv)
     measure_rotation();
     row("resident memory, full (KiB)", resident(vesk), resident(echo), 3.0, true);
     measure_idle(vesk, idle ? atoi(idle) : 30);
-    if (argc > 3)
-        std::ofstream(argv[3]) << json << "]\n";
+    if (argc > 3) std::ofstream(argv[3]) << json << "]\n";
     ubus_free(ctx);
 }

@@ -9,10 +9,8 @@
 #include "source/vesk_scan/vesk_scan.h"
 #include "tests/fakes/fakes.h"
 
-namespace
-{
-void fresh_device(int logLevel, int stations = 0)
-{
+namespace {
+void fresh_device(int logLevel, int stations = 0) {
     fake_reset();
     fake_load_product();
     vesk_get_vesk_info()->logFile = fopen("/dev/null", "a");
@@ -26,17 +24,14 @@ void fresh_device(int logLevel, int stations = 0)
     }
 }
 
-void log_statement(benchmark::State &state)
-{
+void log_statement(benchmark::State &state) {
     fresh_device(static_cast<int>(state.range(0)));
-    for (auto _ : state)
-        VESK_LOG(INFO, " band=%d, isFirstScan=%d\n", 1, 0);
+    for (auto _ : state) VESK_LOG(INFO, " band=%d, isFirstScan=%d\n", 1, 0);
 }
 BENCHMARK(log_statement)->ArgName("level")->Arg(3)->Arg(6);
 
 /** The driver calls of a poll alone, to be taken off the next figure. */
-void driver_calls()
-{
+void driver_calls() {
     for (int i = 1; i <= 256; i++) {
         uint8_t mac[6];
         VeskStaEntry entry = {};
@@ -46,8 +41,7 @@ void driver_calls()
     }
 }
 
-void of_256_stations(benchmark::State &state, void (*poll)())
-{
+void of_256_stations(benchmark::State &state, void (*poll)()) {
     fresh_device(3, 256);
     for (auto _ : state) {
         poll();
@@ -55,24 +49,18 @@ void of_256_stations(benchmark::State &state, void (*poll)())
     }
 }
 BENCHMARK_CAPTURE(of_256_stations, driver_calls, driver_calls)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(of_256_stations, poll, [] {
-    vesk_update_sta_ubus_handle(nullptr);
-})->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(of_256_stations, poll, [] { vesk_update_sta_ubus_handle(nullptr); })->Unit(benchmark::kMicrosecond);
 
-void body_of_getStaInfo(benchmark::State &state)
-{
+void body_of_getStaInfo(benchmark::State &state) {
     fresh_device(3, 256);
     vesk_update_sta_ubus_handle(nullptr);
     static WireStaInfo info;
-    for (auto _ : state)
-        vesk_getStaInfo("ath0", &info);
-    if (info.count != 256)
-        state.SkipWithError("not all stations are there");
+    for (auto _ : state) vesk_getStaInfo("ath0", &info);
+    if (info.count != 256) state.SkipWithError("not all stations are there");
 }
 BENCHMARK(body_of_getStaInfo)->Unit(benchmark::kMicrosecond);
 
-void body_of_getNeighborAPInfo(benchmark::State &state)
-{
+void body_of_getNeighborAPInfo(benchmark::State &state) {
     fresh_device(3);
     vesk_init_scan_info();
     VeskScanNeighbor neighbor = { .ch = 36, .bssid = "02:00:00:00:00:01", .ssid = "net", .rssi = -70 };
@@ -82,10 +70,8 @@ void body_of_getNeighborAPInfo(benchmark::State &state)
         rilk_getScanNeighborApOneChannel("wifi1", ch, vesk_get_scan_info()->neighbors);
     }
     static WireNbAPInfo info;
-    for (auto _ : state)
-        vesk_getNeighborAPInfo(3, &info);
-    if (info.nbNums != 256)
-        state.SkipWithError("not all neighbours are there");
+    for (auto _ : state) vesk_getNeighborAPInfo(3, &info);
+    if (info.nbNums != 256) state.SkipWithError("not all neighbours are there");
 }
 BENCHMARK(body_of_getNeighborAPInfo)->Unit(benchmark::kMicrosecond);
 } // namespace

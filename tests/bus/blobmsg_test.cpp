@@ -1,8 +1,7 @@
 // Fields byte for byte, what counts as a whole field, and what parsing makes of whole and broken ones.
 #include "tests/bus/harness.h"
 
-namespace
-{
+namespace {
 struct Built {
     blob_buf buf = {};
     Built() { blob_buf_init(&buf, 0); }
@@ -68,8 +67,7 @@ const struct { const char *name; blobmsg_policy policy; const char *hex; int res
 };
 // clang-format on
 
-TEST(Blobmsg, BuildsFieldsByteForByte)
-{
+TEST(Blobmsg, BuildsFieldsByteForByte) {
     for (const auto &c : vectors) {
         SCOPED_TRACE(c.hex);
         Built built;
@@ -81,13 +79,11 @@ TEST(Blobmsg, BuildsFieldsByteForByte)
     }
 }
 
-TEST(Blobmsg, HeadAndNestingSurviveAMovingBuffer)
-{
+TEST(Blobmsg, HeadAndNestingSurviveAMovingBuffer) {
     Built built;
     blobmsg_buf_init(&built.buf);
     void *outer = blobmsg_open_table(&built.buf, "outer"), *inner = blobmsg_open_array(&built.buf, "inner");
-    for (uint64_t i = 0; i < 2000; i++)
-        blobmsg_add_u64(&built.buf, nullptr, i);
+    for (uint64_t i = 0; i < 2000; i++) blobmsg_add_u64(&built.buf, nullptr, i);
     blobmsg_close_array(&built.buf, inner);
     blobmsg_close_table(&built.buf, outer);
     const auto *table = static_cast<blob_attr *>(blob_data(built.buf.head));
@@ -95,19 +91,15 @@ TEST(Blobmsg, HeadAndNestingSurviveAMovingBuffer)
     EXPECT_EQ(blobmsg_check_array(built.buf.head, BLOBMSG_TYPE_TABLE), 1);
 }
 
-bool whole(const std::string &data, bool named)
-{
+bool whole(const std::string &data, bool named) {
     return blobmsg_check_attr_len(reinterpret_cast<const blob_attr *>(data.data()), named, data.size());
 }
 
-int parse(const blobmsg_policy &policy, blob_attr **found, const std::string &data)
-{
-    return blobmsg_parse(&policy, 1, found, const_cast<char *>(data.data()),
-                         static_cast<unsigned>(data.size()));
+int parse(const blobmsg_policy &policy, blob_attr **found, const std::string &data) {
+    return blobmsg_parse(&policy, 1, found, const_cast<char *>(data.data()), static_cast<unsigned>(data.size()));
 }
 
-TEST(Blobmsg, ChecksFields)
-{
+TEST(Blobmsg, ChecksFields) {
     for (const char *hex : { X7, "8200000c 0001 74 00 00000000" }) // junk in a table is not looked at
         EXPECT_TRUE(whole(bytes(hex), false) && whole(bytes(hex), true)) << hex;
     for (const char *hex : { "8500000c 0000 00 00 00000007", "05000008 00000007" }) // array element, plain
@@ -123,8 +115,7 @@ TEST(Blobmsg, ChecksFields)
     }
 }
 
-TEST(Blobmsg, Parses)
-{
+TEST(Blobmsg, Parses) {
     for (const auto &c : parses) {
         SCOPED_TRACE(c.name);
         const std::string data = bytes(c.hex);

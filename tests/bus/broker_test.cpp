@@ -2,8 +2,7 @@
 // don't read, nonsense.
 #include "tests/bus/harness.h"
 
-namespace
-{
+namespace {
 const std::string signature =
     field(BLOBMSG_TYPE_TABLE, "set", int_field("id", 5)) + field(BLOBMSG_TYPE_TABLE, "ping", "");
 
@@ -53,25 +52,21 @@ struct BrokerWire : testing::Test {
 };
 
 // All requests in one piece, in single bytes, in odd ones: the same answers, number and peer sent back.
-TEST_F(BrokerWire, AnswersEachRequest)
-{
+TEST_F(BrokerWire, AnswersEachRequest) {
     std::string all;
-    for (const auto &c : statuses)
-        all += message(c.type, static_cast<uint16_t>(&c - statuses), 0xabcdef01, c.body);
+    for (const auto &c : statuses) all += message(c.type, static_cast<uint16_t>(&c - statuses), 0xabcdef01, c.body);
     for (const size_t piece : { all.size(), size_t{ 1 }, size_t{ 13 } }) {
         Wire wire(broker.path);
-        for (size_t i = 0; i < all.size(); i += piece)
-            wire.send(all.substr(i, piece));
+        for (size_t i = 0; i < all.size(); i += piece) wire.send(all.substr(i, piece));
         for (const auto &c : statuses) {
             SCOPED_TRACE(c.name);
-            EXPECT_EQ(wire.receive().whole(), message(UBUS_MSG_STATUS, static_cast<uint16_t>(&c - statuses),
-                                                      0xabcdef01, attr(UBUS_ATTR_STATUS, be32(c.status))));
+            EXPECT_EQ(wire.receive().whole(), message(UBUS_MSG_STATUS, static_cast<uint16_t>(&c - statuses), 0xabcdef01,
+                                                      attr(UBUS_ATTR_STATUS, be32(c.status))));
         }
     }
 }
 
-TEST_F(BrokerWire, PublishesAndFindsObjects)
-{
+TEST_F(BrokerWire, PublishesAndFindsObjects) {
     Wire owner(broker.path), other(broker.path);
     const uint32_t b = owner.add_object(published("lab.b", signature));
     ASSERT_EQ(owner.data.size(), 1u);
@@ -93,13 +88,11 @@ TEST_F(BrokerWire, PublishesAndFindsObjects)
     for (const auto &c : cases) {
         EXPECT_EQ(other.ask(lookup(c.pattern)), c.status);
         std::vector<uint32_t> hits;
-        for (const Message &hit : other.data)
-            hits.push_back(hit.number(UBUS_ATTR_OBJID));
+        for (const Message &hit : other.data) hits.push_back(hit.number(UBUS_ATTR_OBJID));
         EXPECT_EQ(hits, c.hits) << c.pattern;
     }
     EXPECT_EQ(other.ask(lookup("lab.b")), 0);
-    EXPECT_EQ(other.data[0].body,
-              path_attr("lab.b") + object_attr(b) + byType + attr(UBUS_ATTR_SIGNATURE, signature));
+    EXPECT_EQ(other.data[0].body, path_attr("lab.b") + object_attr(b) + byType + attr(UBUS_ATTR_SIGNATURE, signature));
     EXPECT_EQ(other.ask(removal(b)), 6);
     EXPECT_EQ(owner.ask(removal(b)), 0);
     EXPECT_EQ(owner.data[0].body, object_attr(b));
@@ -108,12 +101,11 @@ TEST_F(BrokerWire, PublishesAndFindsObjects)
     EXPECT_EQ(other.ask(lookup("lab.b")), 4);
 }
 
-TEST_F(BrokerWire, CarriesACallThereAndBack)
-{
+TEST_F(BrokerWire, CarriesACallThereAndBack) {
     Wire server(broker.path), caller(broker.path), stranger(broker.path);
     const uint32_t object = server.add_object(published("lab.x", signature));
-    const std::string fields = field(BLOBMSG_TYPE_INT64, "n", be32(0x01020304) + be32(0x05060708)) +
-                               field(BLOBMSG_TYPE_UNSPEC, "u", "xyz");
+    const std::string fields =
+        field(BLOBMSG_TYPE_INT64, "n", be32(0x01020304) + be32(0x05060708)) + field(BLOBMSG_TYPE_UNSPEC, "u", "xyz");
     caller.send(message(UBUS_MSG_INVOKE, 0x1234, object,
                         attr(UBUS_ATTR_NO_REPLY, std::string(1, 1)) + data_attr(fields) + method_attr("set") +
                             object_attr(object)));
@@ -130,8 +122,7 @@ TEST_F(BrokerWire, CarriesACallThereAndBack)
     EXPECT_TRUE(stranger.alive());
     server.send(message(UBUS_MSG_DATA, 0x1234, caller.id, data_attr(fields)));     // no object
     server.send(message(UBUS_MSG_STATUS, 0x1234, caller.id, object_attr(object))); // no status
-    for (const auto &[type, body] :
-         { std::pair(UBUS_MSG_DATA + 0u, result), { UBUS_MSG_STATUS + 0u, status } }) {
+    for (const auto &[type, body] : { std::pair(UBUS_MSG_DATA + 0u, result), { UBUS_MSG_STATUS + 0u, status } }) {
         server.send(message(type, 0x1234, caller.id, body));
         EXPECT_EQ(caller.receive().whole(), message(type, 0x1234, object, body));
     }
@@ -141,8 +132,7 @@ TEST_F(BrokerWire, CarriesACallThereAndBack)
 }
 
 // Once to each object, never to the sender. Short events are copied, long ones shared: both arrive whole.
-TEST_F(BrokerWire, DeliversEventsByPattern)
-{
+TEST_F(BrokerWire, DeliversEventsByPattern) {
     Wire sender(broker.path);
     EXPECT_NE(sender.hear("*"), 0u);
     for (const auto &c : patterns) {
@@ -163,8 +153,7 @@ TEST_F(BrokerWire, DeliversEventsByPattern)
     }
 }
 
-TEST_F(BrokerWire, AnnouncesObjectsAndTakesThoseOfAGoneClientAway)
-{
+TEST_F(BrokerWire, AnnouncesObjectsAndTakesThoseOfAGoneClientAway) {
     Wire watcher(broker.path);
     const uint32_t object = watcher.hear("ubus.object.*");
     uint32_t ids[2];
@@ -175,9 +164,8 @@ TEST_F(BrokerWire, AnnouncesObjectsAndTakesThoseOfAGoneClientAway)
     }
     for (const auto &[event, i] : { std::pair("add", 0), { "add", 1 }, { "remove", 1 }, { "remove", 0 } }) {
         const auto content = int_field("id", ids[i]) + text_field("path", i ? "lab.1" : "lab.0");
-        EXPECT_EQ(watcher.receive().body, object_attr(object) +
-                                              method_attr(std::string("ubus.object.") + event) +
-                                              data_attr(content));
+        EXPECT_EQ(watcher.receive().body,
+                  object_attr(object) + method_attr(std::string("ubus.object.") + event) + data_attr(content));
     }
     EXPECT_EQ(watcher.ask(lookup("lab.*")), 4);
     // To the owner of the new object, too, and before the answer.
@@ -186,8 +174,7 @@ TEST_F(BrokerWire, AnnouncesObjectsAndTakesThoseOfAGoneClientAway)
     EXPECT_EQ(watcher.data[0].get(UBUS_ATTR_METHOD), std::string("ubus.object.add") + '\0');
 }
 
-TEST_F(BrokerWire, AMessageOfOneMebibytePassesAndALongerOneEndsItsClientOnly)
-{
+TEST_F(BrokerWire, AMessageOfOneMebibytePassesAndALongerOneEndsItsClientOnly) {
     Wire server(broker.path), caller(broker.path);
     const uint32_t object = server.add_object("");
     const std::string head = object_attr(object) + method_attr("m");
@@ -201,16 +188,13 @@ TEST_F(BrokerWire, AMessageOfOneMebibytePassesAndALongerOneEndsItsClientOnly)
     }
 }
 
-TEST_F(BrokerWire, AReaderThatSleepsLosesNothingAndOneThatNeverReadsIsLetGo)
-{
+TEST_F(BrokerWire, AReaderThatSleepsLosesNothingAndOneThatNeverReadsIsLetGo) {
     Wire sender(broker.path), sleeper(broker.path), never(broker.path);
     EXPECT_NE(sleeper.hear("*"), 0u);
     EXPECT_NE(never.hear("*"), 0u);
     for (int round = 0; round < 10; round++) {
-        for (int i = 0; i < 20; i++)
-            EXPECT_EQ(sender.ask(event_of(50000)), 0);
-        for (int i = 0; i < 20; i++)
-            EXPECT_EQ(sleeper.receive().type, UBUS_MSG_INVOKE + 0u) << round << " " << i;
+        for (int i = 0; i < 20; i++) EXPECT_EQ(sender.ask(event_of(50000)), 0);
+        for (int i = 0; i < 20; i++) EXPECT_EQ(sleeper.receive().type, UBUS_MSG_INVOKE + 0u) << round << " " << i;
     }
     EXPECT_TRUE(never.closed());
 }

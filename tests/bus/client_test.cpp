@@ -2,13 +2,11 @@
 // comes back.
 #include "tests/bus/harness.h"
 
-namespace
-{
+namespace {
 ubus_request_data deferred;
 ubus_context *served;
 
-int echo(ubus_context *ctx, ubus_object *, ubus_request_data *req, const char *, blob_attr *msg)
-{
+int echo(ubus_context *ctx, ubus_object *, ubus_request_data *req, const char *, blob_attr *msg) {
     static const blobmsg_policy policy = { "code", BLOBMSG_TYPE_INT32 };
     blob_attr *code;
     blobmsg_parse(&policy, 1, &code, blob_data(msg), static_cast<unsigned int>(blob_len(msg)));
@@ -16,43 +14,36 @@ int echo(ubus_context *ctx, ubus_object *, ubus_request_data *req, const char *,
     return code ? static_cast<int>(blobmsg_get_u32(code)) : 0;
 }
 
-int never(ubus_context *ctx, ubus_object *, ubus_request_data *req, const char *, blob_attr *)
-{
+int never(ubus_context *ctx, ubus_object *, ubus_request_data *req, const char *, blob_attr *) {
     served = ctx;
     ubus_defer_request(ctx, req, &deferred);
     return 1; // of no meaning once deferred
 }
 
-int later(ubus_context *ctx, ubus_object *obj, ubus_request_data *req, const char *method, blob_attr *msg)
-{
+int later(ubus_context *ctx, ubus_object *obj, ubus_request_data *req, const char *method, blob_attr *msg) {
     static uloop_timeout timer;
     timer.cb = [](uloop_timeout *) {
-        for (int i = 0; i < 2; i++)
-            ubus_send_reply(served, &deferred, nullptr);
+        for (int i = 0; i < 2; i++) ubus_send_reply(served, &deferred, nullptr);
         ubus_complete_deferred_request(served, &deferred, 8);
     };
     uloop_timeout_set(&timer, 30);
     return never(ctx, obj, req, method, msg);
 }
 
-void serve(const std::string &path)
-{
+void serve(const std::string &path) {
     const ubus_method methods[] = { UBUS_METHOD_NOARG("echo", echo), UBUS_METHOD_NOARG("never", never),
                                     UBUS_METHOD_NOARG("later", later) };
     ubus_object_type type = UBUS_OBJECT_TYPE("test", methods);
     ubus_object object = { .name = "test.server", .type = &type, .methods = methods, .n_methods = 3 };
     ubus_context *ctx = ubus_connect(path.c_str());
-    if (!ctx || ubus_add_object(ctx, &object) != 0)
-        _exit(1);
+    if (!ctx || ubus_add_object(ctx, &object) != 0) _exit(1);
     ubus_add_uloop(ctx);
     uloop_run();
 }
 
 int lost;
 
-const auto content = [](blob_attr *msg) {
-    return std::string(static_cast<char *>(blob_data(msg)), blob_len(msg));
-};
+const auto content = [](blob_attr *msg) { return std::string(static_cast<char *>(blob_data(msg)), blob_len(msg)); };
 
 struct Client : testing::Test {
     Broker broker;
@@ -63,23 +54,20 @@ struct Client : testing::Test {
     int replies = 0;
     std::string lastReply;
 
-    void SetUp() override
-    {
+    void SetUp() override {
         ASSERT_NE(ctx, nullptr);
         ASSERT_TRUE(eventually(3s, [this] { return ubus_lookup_id(ctx, "test.server", &object) == 0; }));
         blobmsg_buf_init(&args);
         lost = 0;
         ctx->connection_lost = [](ubus_context *) { lost++, uloop_end(); };
     }
-    void TearDown() override
-    {
+    void TearDown() override {
         ubus_free(ctx);
         blob_buf_free(&args);
         end_child(server);
         uloop_done();
     }
-    int call(const char *method, int timeout = 3000)
-    {
+    int call(const char *method, int timeout = 3000) {
         replies = 0;
         auto take = [](ubus_request *req, int, blob_attr *msg) {
             static_cast<Client *>(req->priv)->replies++;
@@ -87,15 +75,12 @@ struct Client : testing::Test {
         };
         return ubus_invoke(ctx, object, method, args.head, take, this, timeout);
     }
-    void put(const char *name, const std::string &value)
-    {
-        blobmsg_add_field(&args, BLOBMSG_TYPE_UNSPEC, name, value.data(),
-                          static_cast<unsigned>(value.size()));
+    void put(const char *name, const std::string &value) {
+        blobmsg_add_field(&args, BLOBMSG_TYPE_UNSPEC, name, value.data(), static_cast<unsigned>(value.size()));
     }
 };
 
-TEST_F(Client, GetsTheStatusTheHandlerReturned)
-{
+TEST_F(Client, GetsTheStatusTheHandlerReturned) {
     for (const int code : { 0, 1, 13, 77, -1, -2147483647 }) {
         blobmsg_buf_init(&args);
         blobmsg_add_u32(&args, "code", static_cast<uint32_t>(code));
@@ -107,8 +92,7 @@ TEST_F(Client, GetsTheStatusTheHandlerReturned)
     EXPECT_EQ(ubus_invoke(ctx, object, "echo", nullptr, nullptr, nullptr, 1000), UBUS_STATUS_OK);
 }
 
-TEST_F(Client, GetsBackWhatItSent)
-{
+TEST_F(Client, GetsBackWhatItSent) {
     blobmsg_add_u64(&args, "n", 0x8102030405060708);
     put("record", std::string("\0\1\2", 3));
     std::vector<size_t> sizes = { 0, 1, 70000, 1000000, 1024 * 1024, 0 };
@@ -124,8 +108,7 @@ TEST_F(Client, GetsBackWhatItSent)
     }
 }
 
-TEST_F(Client, WaitsForALateAnswerNoLongerThanTold)
-{
+TEST_F(Client, WaitsForALateAnswerNoLongerThanTold) {
     EXPECT_EQ(call("later"), 8);
     EXPECT_EQ(replies, 2);
     const int64_t begin = now_ms();
@@ -140,15 +123,13 @@ TEST_F(Client, WaitsForALateAnswerNoLongerThanTold)
 
 int completed; // status of the last asynchronous call
 
-void start(ubus_context *ctx, uint32_t object, const char *method, blob_attr *args, ubus_request *request)
-{
+void start(ubus_context *ctx, uint32_t object, const char *method, blob_attr *args, ubus_request *request) {
     ASSERT_EQ(ubus_invoke_async(ctx, object, method, args, request), 0);
     request->complete_cb = [](ubus_request *, int status) { completed = lost ? -200 : status, uloop_end(); };
     ubus_complete_request_async(ctx, request);
 }
 
-TEST_F(Client, CallsWithoutWaiting)
-{
+TEST_F(Client, CallsWithoutWaiting) {
     ubus_request late, aborted;
     completed = -100;
     start(ctx, object, "echo", args.head, &aborted);
@@ -164,38 +145,32 @@ TEST_F(Client, CallsWithoutWaiting)
 std::vector<std::string> heard;
 
 // Makes a synchronous call while it is at it.
-void hear(ubus_context *ctx, ubus_event_handler *, const char *id, blob_attr *msg)
-{
+void hear(ubus_context *ctx, ubus_event_handler *, const char *id, blob_attr *msg) {
     static bool inside;
     uint32_t unused;
     EXPECT_FALSE(std::exchange(inside, true));
     ubus_lookup_id(ctx, "nothing", &unused);
     inside = false;
     heard.push_back(id + std::to_string(blob_len(msg)));
-    if (heard.size() == 60)
-        uloop_end();
+    if (heard.size() == 60) uloop_end();
 }
 
 // Events come in order, never inside another handler, however they are batched.
-TEST_F(Client, HearsEventsInOrder)
-{
+TEST_F(Client, HearsEventsInOrder) {
     Wire other(broker.path);
     ubus_event_handler listener = {};
     listener.cb = hear;
     EXPECT_EQ(ubus_register_event_handler(ctx, &listener, "e*"), 0);
     ubus_add_uloop(ctx);
     for (int i = 0; i < 60; i++)
-        EXPECT_EQ(other.ask(event("e" + std::to_string(i) + ":", text_field("x", std::string(4999, 'x')))),
-                  0);
+        EXPECT_EQ(other.ask(event("e" + std::to_string(i) + ":", text_field("x", std::string(4999, 'x')))), 0);
     uloop_run();
-    for (size_t i = 0; i < 60; i++)
-        EXPECT_EQ(heard[i], "e" + std::to_string(i) + ":5008");
+    for (size_t i = 0; i < 60; i++) EXPECT_EQ(heard[i], "e" + std::to_string(i) + ":5008");
     EXPECT_EQ(ubus_send_event(ctx, "ubus.mine", args.head), UBUS_STATUS_PERMISSION_DENIED);
     EXPECT_EQ(ubus_unregister_event_handler(ctx, &listener), 0);
 }
 
-TEST_F(Client, LossCompletesCallsThenIsReported)
-{
+TEST_F(Client, LossCompletesCallsThenIsReported) {
     ubus_request request;
     start(ctx, object, "never", args.head, &request);
     const pid_t killer = in_child([this] { usleep(50000), kill(broker.pid, SIGKILL); });

@@ -5,8 +5,7 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 
-namespace
-{
+namespace {
 const auto read32 = [](const std::string &data, size_t at) {
     uint32_t value;
     memcpy(&value, data.data() + at, sizeof value);
@@ -14,88 +13,72 @@ const auto read32 = [](const std::string &data, size_t at) {
 };
 } // namespace
 
-int connect_to(const std::string &path)
-{
+int connect_to(const std::string &path) {
     sockaddr_un address = { AF_UNIX, {} };
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0)
-        return fd;
+    if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0) return fd;
     close(fd);
     return -1;
 }
 
-std::string bytes(std::string hex)
-{
+std::string bytes(std::string hex) {
     std::string data;
     std::erase(hex, ' ');
-    for (size_t i = 0; i < hex.size(); i += 2)
-        data += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
+    for (size_t i = 0; i < hex.size(); i += 2) data += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     return data;
 }
 
-std::string be(uint64_t value, size_t size)
-{
+std::string be(uint64_t value, size_t size) {
     std::string data(size, 0);
-    for (; size; value >>= 8)
-        data[--size] = static_cast<char>(value);
+    for (; size; value >>= 8) data[--size] = static_cast<char>(value);
     return data;
 }
 
-std::optional<std::string> Message::get(uint32_t id) const
-{
+std::optional<std::string> Message::get(uint32_t id) const {
     for (size_t at = 0, length; at + 4 <= body.size(); at += (length + 3) / 4 * 4) {
         length = std::max(read32(body, at) & 0xffffff, 4u);
-        if (read32(body, at) >> 24 == id)
-            return body.substr(at + 4, length - 4);
+        if (read32(body, at) >> 24 == id) return body.substr(at + 4, length - 4);
     }
     return {};
 }
 
-uint32_t Message::number(uint32_t id) const
-{
+uint32_t Message::number(uint32_t id) const {
     const auto payload = get(id);
     return payload && payload->size() == 4 ? read32(*payload, 0) : 0;
 }
 
-void Broker::start()
-{
-    const char *program =
-        getenv("VESK_TEST_OTHER_BROKER") ? getenv("VESK_TEST_OTHER_BROKER") : VESK_TEST_BROKER;
+void Broker::start() {
+    const char *program = getenv("VESK_TEST_OTHER_BROKER") ? getenv("VESK_TEST_OTHER_BROKER") : VESK_TEST_BROKER;
     pid = in_child([=, this] { execl(program, program, "-s", path.c_str(), nullptr); });
     EXPECT_TRUE(eventually(3s, [this] { return close(connect_to(path)) == 0; }));
 }
 
-Wire::Wire(const std::string &path) : fd(connect_to(path))
-{
+Wire::Wire(const std::string &path) : fd(connect_to(path)) {
     const Message greeting = receive();
     EXPECT_EQ(greeting.type, UBUS_MSG_HELLO + 0u);
     id = greeting.peer;
 }
 
-Message Wire::receive(int timeoutMs)
-{
+Message Wire::receive(int timeoutMs) {
     const timeval patience = { timeoutMs / 1000, timeoutMs % 1000 * 1000 };
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     std::string head(12, '\0');
-    if (recv(fd, head.data(), 12, MSG_WAITALL) != 12)
-        return {};
+    if (recv(fd, head.data(), 12, MSG_WAITALL) != 12) return {};
     std::string body((read32(head, 8) & 0xffffff) - 4, '\0');
     if (!body.empty() && recv(fd, body.data(), body.size(), MSG_WAITALL) != static_cast<ssize_t>(body.size()))
         return {};
     return { static_cast<uint8_t>(head[1]), read32(head, 4), static_cast<uint16_t>(read32(head, 0)), body };
 }
 
-bool Wire::closed()
-{
+bool Wire::closed() {
     while (receive().type != SILENCE) {
     }
     char byte;
     return recv(fd, &byte, 1, MSG_DONTWAIT) == 0 || errno == ECONNRESET;
 }
 
-std::optional<int> Wire::ask(const std::string &request)
-{
+std::optional<int> Wire::ask(const std::string &request) {
     data.clear();
     send(request);
     for (Message m = receive(); m.type != SILENCE; m = receive()) {
@@ -106,20 +89,17 @@ std::optional<int> Wire::ask(const std::string &request)
     return {};
 }
 
-uint32_t Wire::add_object(const std::string &body)
-{
+uint32_t Wire::add_object(const std::string &body) {
     const bool added = ask(message(UBUS_MSG_ADD_OBJECT, 1, 0, body)) == 0 && !data.empty();
     return added ? data.back().number(UBUS_ATTR_OBJID) : 0;
 }
 
-uint32_t Wire::hear(const std::string &pattern)
-{
+uint32_t Wire::hear(const std::string &pattern) {
     const uint32_t object = add_object("");
     return ask(listen_to(object, pattern)) == 0 ? object : 0;
 }
 
-pid_t in_child(const std::function<void()> &body)
-{
+pid_t in_child(const std::function<void()> &body) {
     const pid_t pid = fork();
     if (pid == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
@@ -129,20 +109,16 @@ pid_t in_child(const std::function<void()> &body)
     return pid;
 }
 
-void end_child(pid_t pid)
-{
-    if (pid > 0)
-        kill(pid, SIGKILL);
+void end_child(pid_t pid) {
+    if (pid > 0) kill(pid, SIGKILL);
     while (pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
     }
 }
 
-bool eventually(std::chrono::milliseconds span, const std::function<bool()> &condition)
-{
+bool eventually(std::chrono::milliseconds span, const std::function<bool()> &condition) {
     const int64_t end = now_ms() + span.count();
     while (!condition()) {
-        if (now_ms() > end)
-            return false;
+        if (now_ms() > end) return false;
         usleep(5000);
     }
     return true;

@@ -30,9 +30,7 @@ const auto padded = [](std::string data) {
     return data;
 };
 const auto be32 = [](uint64_t value) { return be(value, 4); };
-const auto attr = [](uint32_t id, const std::string &p) {
-    return padded(be32(id << 24 | (p.size() + 4)) + p);
-};
+const auto attr = [](uint32_t id, const std::string &p) { return padded(be32(id << 24 | (p.size() + 4)) + p); };
 const auto field = [](uint32_t type, const std::string &name, const std::string &value) {
     return attr(0x80 | type, padded(be(name.size(), 2) + name + '\0') + value);
 };

@@ -7,18 +7,13 @@
 
 static std::string socketPath;
 
-const char *merka::socket_path()
-{
-    return socketPath.c_str();
-}
+const char *merka::socket_path() { return socketPath.c_str(); }
 
-namespace
-{
+namespace {
 std::vector<std::string> received; // by our handlers: "interface|signal|payload"
 
 /** Runs the body in a child, on a broker of its own; it has to write the expected text to stderr. */
-void isolated(const char *expectedError, void (*body)(Broker &))
-{
+void isolated(const char *expectedError, void (*body)(Broker &)) {
     auto child = [body] {
         std::optional<Broker> broker(std::in_place);
         socketPath = broker->path;
@@ -30,8 +25,7 @@ void isolated(const char *expectedError, void (*body)(Broker &))
 }
 
 /** Serves the main loop until the condition holds; whether it did within the time. */
-bool serve_until(int ms, const std::function<bool()> &condition)
-{
+bool serve_until(int ms, const std::function<bool()> &condition) {
     struct Watch : uloop_timeout {
         const std::function<bool()> *condition;
         int64_t end;
@@ -51,18 +45,15 @@ struct Peer {
     Wire wire{ socketPath };
     std::vector<std::string> heard; // "id|message"
     Peer() { EXPECT_NE(wire.hear("tamlo.n*"), 0u); }
-    size_t count()
-    {
+    size_t count() {
         for (Message m = wire.receive(1); m.type != SILENCE; m = wire.receive(1))
             heard.push_back(m.get(UBUS_ATTR_METHOD)->c_str() + ("|" + *m.get(UBUS_ATTR_DATA)));
         return heard.size();
     }
     /** The number in the i-th signal, behind id, field word and field name; -1: none. */
-    int number_at(size_t i)
-    {
+    int number_at(size_t i) {
         int number = -1;
-        if (i < heard.size() && heard[i].size() > 600)
-            memcpy(&number, heard[i].data() + 13 + 16, sizeof number);
+        if (i < heard.size() && heard[i].size() > 600) memcpy(&number, heard[i].data() + 13 + 16, sizeof number);
         return number;
     }
 };
@@ -72,21 +63,18 @@ const auto send = [](const char *id, const std::string &content) {
 };
 
 /** Whether a signal sent now reaches its handler. */
-bool reaches_us()
-{
+bool reaches_us() {
     received.clear();
     send("tamlo.pelk.setTwo", field(BLOBMSG_TYPE_UNSPEC, "payload", "end"));
     return serve_until(500, [] { return !received.empty() && received.back() == "tamlo.pelk|setTwo|end"; });
 }
 
-void on_signal(const char *interface, const char *signal, void *payload, int size)
-{
+void on_signal(const char *interface, const char *signal, void *payload, int size) {
     const std::string bytes(static_cast<char *>(payload), static_cast<size_t>(size));
     received.push_back(std::string(interface) + "|" + signal + "|" + (payload ? bytes : "NULL"));
 }
 
-void subscribe()
-{
+void subscribe() {
     static const MerkaSignalRow rows[] = { { "tamlo.pelk", "setOne", on_signal, 0 },
                                            { "tamlo.pelk", "setTwo", on_signal, 1 } };
     EXPECT_EQ(merkaAddInterestedSignal("tamlo.pelk.setOne"), 0);
@@ -94,8 +82,7 @@ void subscribe()
     EXPECT_EQ(merkaSetInteresetedSignals(rows, 2), 0);
 }
 
-void add_object()
-{
+void add_object() {
     static const ubus_method methods[] = { UBUS_METHOD_NOARG("ping", nullptr) };
     static ubus_object_type type = UBUS_OBJECT_TYPE("merka.test", methods);
     static ubus_object object = { .name = "merka.test", .type = &type };
@@ -103,8 +90,7 @@ void add_object()
     ASSERT_EQ(ubus_add_object(merkaGetContext(), &object), 0);
 }
 
-void send_numbers(int from, int to)
-{
+void send_numbers(int from, int to) {
     for (; from < to; ++from) {
         uint8_t payload[619] = {}; // the largest signal there is
         memcpy(payload, &from, sizeof from);
@@ -112,8 +98,7 @@ void send_numbers(int from, int to)
     }
 }
 
-TEST(Merka, SignalsKeepTheirBytesInBothDirections)
-{
+TEST(Merka, SignalsKeepTheirBytesInBothDirections) {
     isolated("", [](Broker &) {
         Peer peer;
         // the first one goes before there is a connection
@@ -151,8 +136,7 @@ TEST(Merka, SignalsKeepTheirBytesInBothDirections)
     });
 }
 
-TEST(Merka, RestartedBrokerGetsObjectSubscriptionsAndWaitingSignals)
-{
+TEST(Merka, RestartedBrokerGetsObjectSubscriptionsAndWaitingSignals) {
     isolated("merka: the bus is back, 7 signals were dropped\n", [](Broker &broker) {
         add_object();
         subscribe();
@@ -172,16 +156,14 @@ TEST(Merka, RestartedBrokerGetsObjectSubscriptionsAndWaitingSignals)
         EXPECT_TRUE(serve_until(2000, [&] { return peer.count() >= 1024; }));
         EXPECT_GT(now_ms() - objectBack, 850);
         EXPECT_LT(now_ms() - back, 2000);
-        for (int i = 0; i < 1024; ++i)
-            ASSERT_EQ(peer.number_at(static_cast<size_t>(i)), i + 7);
+        for (int i = 0; i < 1024; ++i) ASSERT_EQ(peer.number_at(static_cast<size_t>(i)), i + 7);
         send_numbers(5, 6);
         EXPECT_TRUE(serve_until(500, [&] { return peer.count() > 1024 && peer.number_at(1024) == 5; }))
             << "at once again";
     });
 }
 
-TEST(Merka, StartsOnABrokerThatDoesNotGreet)
-{
+TEST(Merka, StartsOnABrokerThatDoesNotGreet) {
     isolated("", [](Broker &broker) {
         Peer peer;
         kill(broker.pid, SIGSTOP); // connections are still accepted, by the kernel
@@ -202,8 +184,7 @@ TEST(Merka, StartsOnABrokerThatDoesNotGreet)
     });
 }
 
-TEST(Merka, BrokerThatStopsReadingHoldsNothingUp)
-{
+TEST(Merka, BrokerThatStopsReadingHoldsNothingUp) {
     isolated("merka: the bus is back, 9[0-9]+ signals were dropped\n", [](Broker &broker) {
         Peer peer;
         ASSERT_NE(merkaGetContext(), nullptr);

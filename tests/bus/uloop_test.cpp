@@ -4,8 +4,7 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 
-namespace
-{
+namespace {
 struct ULoop : testing::Test {
     void SetUp() override { ASSERT_EQ(uloop_init(), 0); }
     void TearDown() override { uloop_done(); }
@@ -18,15 +17,12 @@ struct Lettered : uloop_timeout {
     int again; // ms to re-arm with, once; below -100: no
 };
 
-void note(uloop_timeout *t)
-{
+void note(uloop_timeout *t) {
     auto *timer = static_cast<Lettered *>(t);
     EXPECT_FALSE(timer->pending);
     ran += timer->letter;
-    if (timer->again > -100)
-        uloop_timeout_set(timer, std::exchange(timer->again, -101));
-    if (timer->letter == 'z')
-        uloop_end();
+    if (timer->again > -100) uloop_timeout_set(timer, std::exchange(timer->again, -101));
+    if (timer->letter == 'z') uloop_end();
 }
 
 // clang-format off
@@ -47,8 +43,7 @@ const struct { const char *name; unsigned int flags; const char *left; int how, 
 };
 // clang-format on
 
-TEST_F(ULoop, RunsTimersInOrder)
-{
+TEST_F(ULoop, RunsTimersInOrder) {
     for (const auto &c : orders) {
         SCOPED_TRACE(c.name);
         ran.clear();
@@ -71,8 +66,7 @@ struct Watched : uloop_fd {
     int peer, calls = 0;
     std::string data;
     uloop_fd *victim = nullptr; // deleted in the callback
-    explicit Watched(unsigned int wanted) : uloop_fd{}
-    {
+    explicit Watched(unsigned int wanted) : uloop_fd{} {
         int both[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, both), 0);
         fd = both[0];
@@ -81,32 +75,26 @@ struct Watched : uloop_fd {
         EXPECT_EQ(uloop_fd_add(this, wanted), 0);
         EXPECT_EQ((fcntl(fd, F_GETFL) & O_NONBLOCK) == 0, (wanted & ULOOP_BLOCKING) != 0);
     }
-    ~Watched()
-    {
+    ~Watched() {
         EXPECT_EQ(uloop_fd_delete(this), 0); // also when it isn't registered
         close(fd);
         EXPECT_EQ(uloop_fd_add(this, ULOOP_READ), -1);
         close(peer);
     }
-    void hear()
-    {
+    void hear() {
         calls++;
         char byte;
-        while (recv(fd, &byte, 1, MSG_DONTWAIT) == 1)
-            data += byte;
-        if (victim)
-            uloop_fd_delete(victim);
+        while (recv(fd, &byte, 1, MSG_DONTWAIT) == 1) data += byte;
+        if (victim) uloop_fd_delete(victim);
     }
 };
 
-TEST_F(ULoop, UnregistersOnAHangUpBeforeItsOnlyCall)
-{
+TEST_F(ULoop, UnregistersOnAHangUpBeforeItsOnlyCall) {
     for (const auto &c : ends) {
         SCOPED_TRACE(c.name);
         Watched watched(c.flags);
         send(watched.peer, c.left, strlen(c.left), 0);
-        if (c.how >= 0)
-            shutdown(watched.peer, c.how);
+        if (c.how >= 0) shutdown(watched.peer, c.how);
         uloop_run_timeout(1), uloop_run_timeout(1), uloop_run_timeout(1), uloop_run_timeout(1);
         EXPECT_EQ(watched.calls, c.calls);
         EXPECT_EQ(watched.data, c.left);
@@ -117,8 +105,7 @@ TEST_F(ULoop, UnregistersOnAHangUpBeforeItsOnlyCall)
 }
 
 // Both are ready in one batch; whoever comes first takes the other out.
-TEST_F(ULoop, ADeletedDescriptorIsNotCalledFromTheBatch)
-{
+TEST_F(ULoop, ADeletedDescriptorIsNotCalledFromTheBatch) {
     Watched a(ULOOP_READ), b(ULOOP_READ);
     a.victim = &b;
     b.victim = &a;
@@ -127,9 +114,31 @@ TEST_F(ULoop, ADeletedDescriptorIsNotCalledFromTheBatch)
     EXPECT_EQ(a.calls + b.calls, 1);
 }
 
+// A wait in progress is cut short by a timer armed meanwhile, and a timer that is gone wakes nobody.
+TEST_F(ULoop, WaitsForWhatIsFirstNow) {
+    static uloop_timeout late, first;
+    static int passes;
+    late.cb = first.cb = [](uloop_timeout *timer) { timer == &late ? uloop_end() : void(passes++); };
+    uloop_timeout_set(&late, 60000);
+    uloop_timeout_set(&first, 20000);
+    Watched nudge(ULOOP_READ);
+    nudge.cb = [](uloop_fd *u, unsigned int) {
+        static_cast<Watched *>(u)->hear();
+        uloop_timeout_cancel(&first); // the wait was for this one
+        uloop_timeout_set(&late, 100);
+    };
+    send(nudge.peer, "x", 1, 0);
+    const int64_t begin = now_ms();
+    const clock_t cpu = clock();
+    EXPECT_EQ(uloop_run(), 0);
+    EXPECT_GE(now_ms() - begin, 99);
+    EXPECT_LT(now_ms() - begin, 10000);
+    EXPECT_EQ(passes, 0);
+    EXPECT_LT(clock() - cpu, CLOCKS_PER_SEC / 20); // it slept
+}
+
 // Each in a child: signals and their actions belong to the process.
-TEST(ULoopSignals, EndTheLoopUnlessTheyAreSomeoneElses)
-{
+TEST(ULoopSignals, EndTheLoopUnlessTheyAreSomeoneElses) {
     const auto ended_by = [](void (*before)()) {
         before();
         uloop_init();

@@ -5,6 +5,7 @@ import os
 import pathlib
 import re
 import resource
+import signal
 import stat
 import subprocess
 import time
@@ -229,6 +230,41 @@ class Device(unittest.TestCase):
         self.assertNotIn("\u202e", page)
         self.assertIn("wifi0, down", page)
         self.assert_shape(*browse(page, dark=False))
+
+    def test_wrong_words_and_outputs_are_refused(self):
+        target = f"btm-request ath0.v0 {PHONE['mac']} --target 02:1a:10:00:00:20"
+        for line, output, status, message in (
+                (target + ",999", "/dev/null", 2, "is a number from 0 to 255"),
+                (target + ",115,44x", "/dev/null", 2, "a target is BSSID[,OPCLASS[,CHANNEL]]"),
+                ("watch --count -1", "/dev/null", 2, "--count"),
+                ("--json report --watch 1 -o /tmp/x", "/dev/null", 2, "--json is for a single report"),
+                ("radios", "/dev/full", 1, "can't write to standard output: No space left"),
+                ("metrics", "/dev/full", 1, "can't write -: No space left")):
+            with self.subTest(line), open(output, "w") as out:
+                ended = subprocess.run(["veskctl", *line.split()], stdout=out, stderr=subprocess.PIPE, text=True)
+                self.assertEqual(ended.returncode, status)
+                self.assertIn(message, ended.stderr)
+
+    def test_a_device_is_written_to_and_stays(self):
+        os.mkfifo("/tmp/pipe")
+        reader = subprocess.Popen(["cat", "/tmp/pipe"], stdout=subprocess.PIPE, text=True)
+        veskctl("metrics", "-o", "/tmp/pipe")
+        self.assertIn("vesk_up 1\n", reader.communicate(timeout=5)[0])
+        self.assertTrue(stat.S_ISFIFO(os.stat("/tmp/pipe").st_mode))
+
+    def test_tables_keep_to_the_locale(self):
+        for locale, ssid in (("C.UTF-8", "Café & Co"), ("C", r"Caf\xc3\xa9 & Co")):
+            self.assertIn(ssid, veskctl("vaps", LANG=locale, LC_ALL=locale))
+
+    def test_zzz_watch_ends_also_without_a_broker(self):
+        watch = subprocess.Popen(["veskctl", "watch"], stdout=subprocess.DEVNULL)
+        time.sleep(0.5)
+        self.broker.kill()
+        self.broker.wait()
+        time.sleep(0.5)
+        watch.send_signal(signal.SIGINT)
+        self.assertEqual(watch.wait(3), 0)
+        type(self).broker = start_broker()
 
     def test_zz_daemon_gone(self):
         watch = subprocess.Popen(["veskctl", "report", "--watch", "1", "-o", "/tmp/live.html"])

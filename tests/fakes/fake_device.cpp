@@ -10,17 +10,13 @@
 
 FakeDevice fakeDevice;
 
-namespace
-{
+namespace {
 std::vector<uint32_t> scanList; // rilk_initScanChannelList
 
 const auto text = [](const char *s, size_t size) { return std::string(s, strnlen(s, size)); };
-const auto radio_on = [](int32_t band) {
-    return band == 0 || band == 3 ? &fakeDevice.radio[band / 3] : nullptr;
-};
+const auto radio_on = [](int32_t band) { return band == 0 || band == 3 ? &fakeDevice.radio[band / 3] : nullptr; };
 const auto radio_named = [](const std::string &name) {
-    const auto found =
-        std::ranges::find(fakeDevice.radio, name, [](auto &r) { return text(r.ap.radioIfname, 16); });
+    const auto found = std::ranges::find(fakeDevice.radio, name, [](auto &r) { return text(r.ap.radioIfname, 16); });
     return found == std::end(fakeDevice.radio) ? nullptr : found;
 };
 
@@ -29,8 +25,7 @@ const auto copy_text = [](char *to, int32_t size, const std::string &from) {
 };
 
 template <class T>
-std::string text_of(T value)
-{
+std::string text_of(T value) {
     if constexpr (std::is_integral_v<T>)
         return std::to_string(value);
     else
@@ -39,20 +34,17 @@ std::string text_of(T value)
 
 /** Records a call, its arguments with blanks between them, and answers the result set for it. */
 template <class... T>
-int record(const char *name, std::vector<uint8_t> bytes, T... args)
-{
+int record(const char *name, std::vector<uint8_t> bytes, T... args) {
     FakeCall call{ name, "", std::move(bytes) };
     [[maybe_unused]] const char *gap = "";
     ((call.args += std::exchange(gap, " ") + text_of(args)), ...);
     fakeDevice.log.push_back(call);
-    if (fakeDevice.onCall)
-        fakeDevice.onCall(call);
+    if (fakeDevice.onCall) fakeDevice.onCall(call);
     const auto rc = fakeDevice.rc.find(name);
     return rc == fakeDevice.rc.end() ? 0 : rc->second;
 }
 
-std::string mac_text(const uint8_t *mac)
-{
+std::string mac_text(const uint8_t *mac) {
     char written[18];
     vesk_utils_mac2str(mac, written);
     return written;
@@ -60,35 +52,27 @@ std::string mac_text(const uint8_t *mac)
 
 /** Hands a value of `from` over unless the call is to fail or there is no such device. */
 template <class From, class Fill>
-int answer(int rc, From *from, Fill fill)
-{
-    if (rc == 0 && from)
-        fill(*from);
+int answer(int rc, From *from, Fill fill) {
+    if (rc == 0 && from) fill(*from);
     return rc;
 }
 } // namespace
 
-FakeVap *FakeDevice::vap(const std::string &name)
-{
+FakeVap *FakeDevice::vap(const std::string &name) {
     const auto found = std::ranges::find(vaps, name, &FakeVap::name);
     return found == vaps.end() ? nullptr : &*found;
 }
 
-FakeVap &FakeDevice::addVap(int index, const std::string &name, uint8_t attr)
-{
+FakeVap &FakeDevice::addVap(int index, const std::string &name, uint8_t attr) {
     VeskApIntfInfo &ap = radio[index].ap;
-    if (ap.vapNums < VESK_WIRE_VAPS)
-        snprintf(ap.vapIfname[ap.vapNums++], 16, "%s", name.c_str());
+    if (ap.vapNums < VESK_WIRE_VAPS) snprintf(ap.vapIfname[ap.vapNums++], 16, "%s", name.c_str());
     const auto number = static_cast<uint8_t>(vaps.size() + 1);
-    FakeVap vap = { .name = name,
-                    .bssid = { 2, 0, 0, 0, static_cast<uint8_t>(index), number },
-                    .ssid = "net-" + name };
+    FakeVap vap = { .name = name, .bssid = { 2, 0, 0, 0, static_cast<uint8_t>(index), number }, .ssid = "net-" + name };
     vap.cfg.vapAttr = attr;
     return vaps.emplace_back(vap);
 }
 
-FakeStation &FakeDevice::addStation(const std::string &name, const uint8_t (&mac)[6])
-{
+FakeStation &FakeDevice::addStation(const std::string &name, const uint8_t (&mac)[6]) {
     FakeStation &s = vap(name)->stations.emplace_back();
     memcpy(s.mac, mac, 6);
     memcpy(s.entry.mac, mac, 6);
@@ -97,8 +81,7 @@ FakeStation &FakeDevice::addStation(const std::string &name, const uint8_t (&mac
     return s;
 }
 
-std::vector<FakeCall> FakeDevice::calls(const std::string &name) const
-{
+std::vector<FakeCall> FakeDevice::calls(const std::string &name) const {
     std::vector<FakeCall> found = log;
     std::erase_if(found, [&](const FakeCall &c) { return c.name != name; });
     return found;
@@ -154,61 +137,50 @@ ELEMENT_COMMAND(rilk_addVendorIE)
 ELEMENT_COMMAND(rilk_delVendorIE)
 // clang-format on
 
-int rilk_getRadioApInterfaceInfo(int32_t i, VeskApIntfInfo *info)
-{
+int rilk_getRadioApInterfaceInfo(int32_t i, VeskApIntfInfo *info) {
     FakeRadio *radio = i == 0 || i == 1 ? &fakeDevice.radio[i] : nullptr;
     return answer(record(__func__, {}, i), radio, [&](FakeRadio &f) { *info = f.ap; });
 }
-int rilk_getVapBssid(const char *v, uint8_t *bssid)
-{
+int rilk_getVapBssid(const char *v, uint8_t *bssid) {
     return answer(record(__func__, {}, v), fakeDevice.vap(v), [&](FakeVap &f) { memcpy(bssid, f.bssid, 6); });
 }
-int rilk_getVapAssocStationNumber(const char *v, int32_t *n)
-{
+int rilk_getVapAssocStationNumber(const char *v, int32_t *n) {
     return answer(record(__func__, {}, v), fakeDevice.vap(v), [&](FakeVap &f) {
         *n = f.stationCount == -1 ? static_cast<int32_t>(f.stations.size()) : f.stationCount;
     });
 }
-int rilk_getVapAssocStationMac(const char *v, int32_t position, uint8_t *mac)
-{
+int rilk_getVapAssocStationMac(const char *v, int32_t position, uint8_t *mac) {
     return answer(record(__func__, {}, v, position), fakeDevice.vap(v), [&](FakeVap &f) {
         if (position >= 1 && static_cast<size_t>(position) <= f.stations.size())
             memcpy(mac, f.stations[static_cast<size_t>(position - 1)].mac, 6);
     });
 }
-int rilk_getVapAssocStationInfo(const char *v, const uint8_t *mac, VeskStaEntry *entry)
-{
+int rilk_getVapAssocStationInfo(const char *v, const uint8_t *mac, VeskStaEntry *entry) {
     const int rc = record(__func__, {}, v, mac_text(mac));
     return answer(rc, fakeDevice.vap(v), [&](FakeVap &f) {
         for (FakeStation &s : f.stations)
-            if (memcmp(s.mac, mac, 6) == 0)
-                memcpy(entry, &s.entry, sizeof s.entry);
+            if (memcmp(s.mac, mac, 6) == 0) memcpy(entry, &s.entry, sizeof s.entry);
     });
 }
-int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, uint8_t *frame)
-{
+int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, uint8_t *frame) {
     const int rc = record(__func__, {}, v, mac_text(mac), *length);
     return answer(rc, &fakeDevice.assocFrame, [&](std::vector<uint8_t> &sent) {
         std::copy_n(sent.begin(), std::min<size_t>(*length, sent.size()), frame);
         *length = static_cast<uint32_t>(sent.size());
     });
 }
-int rilk_setVapAclMac(const char *v, const RilkAclMac *acl)
-{
+int rilk_setVapAclMac(const char *v, const RilkAclMac *acl) {
     return record(__func__, bytes_of(*acl), v, acl->operation, mac_text(acl->mac));
 }
-int rilk_initScanChannelList(const uint32_t *list, int32_t n)
-{
+int rilk_initScanChannelList(const uint32_t *list, int32_t n) {
     scanList.assign(list, list + n);
     return record(__func__, bytes_at(list, static_cast<size_t>(n) * 4), n);
 }
-int rilk_triggerScan(const char *r, const VeskScanParam *p)
-{
+int rilk_triggerScan(const char *r, const VeskScanParam *p) {
     return record(__func__, bytes_of(*p), r, "channel=" + text_of(p->channel), "dwell=" + text_of(p->dwell),
                   "baseVap=" + text(p->baseVap, 16));
 }
-int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels)
-{
+int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels) {
     return answer(record(__func__, {}, r), channels, [&](VeskScanChannel *&) {
         for (size_t i = 0; i < scanList.size(); i++) {
             auto found = fakeDevice.scan.find(static_cast<int>(scanList[i]));
@@ -217,38 +189,29 @@ int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels)
         }
     });
 }
-int rilk_getScanNeighborApOneChannel(const char *r, int32_t channel, VeskScanNeighbor **table)
-{
+int rilk_getScanNeighborApOneChannel(const char *r, int32_t channel, VeskScanNeighbor **table) {
     const int rc = record(__func__, {}, r, channel);
     const auto row = std::find(scanList.begin(), scanList.end(), static_cast<uint32_t>(channel));
-    if (rc != 0 || !table || row == scanList.end())
-        return rc;
+    if (rc != 0 || !table || row == scanList.end()) return rc;
     VeskScanNeighbor **slot = table + (row - scanList.begin()) * VESK_SCAN_NEIGHBORS_PER_CHANNEL;
     const std::vector<VeskScanNeighbor> &list = fakeDevice.neighbors[channel];
     for (size_t i = 0; i < list.size() && i < VESK_SCAN_NEIGHBORS_PER_CHANNEL; i++) {
-        if (!slot[i])
-            slot[i] = static_cast<VeskScanNeighbor *>(calloc(1, sizeof(VeskScanNeighbor)));
-        if (slot[i])
-            memcpy(slot[i], &list[i], sizeof list[i]);
+        if (!slot[i]) slot[i] = static_cast<VeskScanNeighbor *>(calloc(1, sizeof(VeskScanNeighbor)));
+        if (slot[i]) memcpy(slot[i], &list[i], sizeof list[i]);
     }
     return rc;
 }
-int rilk_setBstaAutoConnect(const VeskBstaAuto *a)
-{
+int rilk_setBstaAutoConnect(const VeskBstaAuto *a) {
     return record(__func__, bytes_of(*a), text(a->ifName, 16), "enable=" + text_of(a->enableAuto),
                   "radar=" + text_of(a->needSetRadar));
 }
-int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *c)
-{
+int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *c) {
     return record(__func__, bytes_of(*c), text(c->ifName, 16), text(c->ssid, 65));
 }
-int hul_EM_getWorkRole(int32_t *role)
-{
+int hul_EM_getWorkRole(int32_t *role) {
     return answer(record(__func__, {}), &fakeDevice.role, [&](int32_t &r) { *role = r; });
 }
-int hul_getCountryID(char *code, int32_t size)
-{
-    return answer(record(__func__, {}, size), &fakeDevice.country,
-                  [&](std::string &c) { copy_text(code, size, c); });
+int hul_getCountryID(char *code, int32_t size) {
+    return answer(record(__func__, {}, size), &fakeDevice.country, [&](std::string &c) { copy_text(code, size, c); });
 }
 }

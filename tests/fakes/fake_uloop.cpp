@@ -5,43 +5,35 @@
 
 FakeLoop fakeLoop;
 
-namespace
-{
+namespace {
 const auto find = [](const uloop_timeout *timer) {
     return std::ranges::find(fakeLoop.timers, timer, &FakeTimer::timer);
 };
 } // namespace
 
-int64_t FakeLoop::due(const uloop_timeout *timer) const
-{
+int64_t FakeLoop::due(const uloop_timeout *timer) const {
     const auto found = find(timer);
     return found == timers.end() ? -1 : found->dueMs - nowMs;
 }
 
-void fake_advance(std::chrono::milliseconds span)
-{
+void fake_advance(std::chrono::milliseconds span) {
     const int64_t end = fakeLoop.nowMs + span.count();
     while (!fakeLoop.timers.empty()) {
         // Of equals the one that was armed first.
         const auto first = std::ranges::min_element(fakeLoop.timers, {}, &FakeTimer::dueMs);
-        if (first->dueMs > end)
-            break;
+        if (first->dueMs > end) break;
         fakeLoop.nowMs = std::max(fakeLoop.nowMs, first->dueMs);
         uloop_timeout *timer = first->timer;
         fakeLoop.timers.erase(first);
         timer->pending = false;
-        if (timer->cb)
-            timer->cb(timer);
+        if (timer->cb) timer->cb(timer);
     }
     fakeLoop.nowMs = std::max(fakeLoop.nowMs, end);
 }
 
 extern "C" {
 /** These doubles of the library's variables and functions are meant. */
-const char *__asan_default_options(void)
-{
-    return "detect_odr_violation=0";
-}
+const char *__asan_default_options(void) { return "detect_odr_violation=0"; }
 
 bool uloop_cancelled;
 bool uloop_handle_sigchld = true;
@@ -53,35 +45,29 @@ void uloop_done(void) {}
 int uloop_timeout_remaining(uloop_timeout *timer) { return static_cast<int>(fakeLoop.due(timer)); }
 // clang-format on
 
-int uloop_timeout_cancel(uloop_timeout *timer)
-{
+int uloop_timeout_cancel(uloop_timeout *timer) {
     const auto found = find(timer);
-    if (found == fakeLoop.timers.end())
-        return -1;
+    if (found == fakeLoop.timers.end()) return -1;
     fakeLoop.timers.erase(found);
     timer->pending = false;
     return 0;
 }
 
-int uloop_timeout_set(uloop_timeout *timer, int ms)
-{
+int uloop_timeout_set(uloop_timeout *timer, int ms) {
     uloop_timeout_cancel(timer);
     fakeLoop.timers.push_back({ timer, fakeLoop.nowMs + ms });
     timer->pending = true;
     return 0;
 }
 
-int uloop_fd_add(uloop_fd *fd, unsigned)
-{
-    if (fd->fd < 0)
-        return -1;
+int uloop_fd_add(uloop_fd *fd, unsigned) {
+    if (fd->fd < 0) return -1;
     fd->registered = true;
     fakeLoop.fds.push_back(fd);
     return 0;
 }
 
-int uloop_fd_delete(uloop_fd *fd)
-{
+int uloop_fd_delete(uloop_fd *fd) {
     fd->registered = false;
     std::erase(fakeLoop.fds, fd);
     return 0;

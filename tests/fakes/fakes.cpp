@@ -7,24 +7,20 @@
 
 #include "source/vesk_main/records.h"
 
-namespace
-{
+namespace {
 struct Capture {
     char *text = nullptr;
     size_t size = 0;
     FILE *stream = nullptr;
 
-    void start()
-    {
-        if (!stream)
-            stream = open_memstream(&text, &size);
+    void start() {
+        if (!stream) stream = open_memstream(&text, &size);
         rewind(stream);
         fputc('\0', stream);
         rewind(stream);
         fflush(stream);
     }
-    std::string get()
-    {
+    std::string get() {
         fflush(stream);
         return { text, static_cast<size_t>(ftell(stream)) };
     }
@@ -33,8 +29,7 @@ struct Capture {
 Capture logCapture;
 Capture errCapture;
 
-void default_radio(int i, int operating, std::initializer_list<int> channels)
-{
+void default_radio(int i, int operating, std::initializer_list<int> channels) {
     FakeRadio &r = fakeDevice.radio[i];
     strcpy(r.ap.radioIfname, i ? "wifi1" : "wifi0");
     r.hul.radioId = r.dyn.bw = i;
@@ -49,14 +44,12 @@ void default_radio(int i, int operating, std::initializer_list<int> channels)
 }
 
 template <class T>
-void clear(T *records, size_t count = 1)
-{
+void clear(T *records, size_t count = 1) {
     memset(static_cast<void *>(records), 0, count * sizeof(T));
 }
 } // namespace
 
-void fake_reset()
-{
+void fake_reset() {
     fakeDevice = FakeDevice{};
     fakeBus = FakeBus{};
     fakeLibc = FakeLibc{};
@@ -90,8 +83,7 @@ void fake_clear_log() { logCapture.start(); }
 std::string fake_stderr() { return errCapture.get(); }
 // clang-format on
 
-std::vector<FakeLogLine> fake_log_lines()
-{
+std::vector<FakeLogLine> fake_log_lines() {
     static constexpr const char *start = "VESK > ";
     std::vector<FakeLogLine> lines;
     for (const std::string &log : { fake_log(), fake_stderr() }) {
@@ -112,22 +104,19 @@ std::vector<FakeLogLine> fake_log_lines()
     return lines;
 }
 
-bool fake_logged(const std::string &level, const std::string &message, const std::string &function)
-{
+bool fake_logged(const std::string &level, const std::string &message, const std::string &function) {
     return std::ranges::any_of(fake_log_lines(), [&](const FakeLogLine &line) {
         return (level.empty() || line.level == level) && line.message == message &&
                (function.empty() || line.function == function);
     });
 }
 
-std::vector<uint8_t> bytes_at(const void *at, size_t size)
-{
+std::vector<uint8_t> bytes_at(const void *at, size_t size) {
     const auto *bytes = static_cast<const uint8_t *>(at);
     return { bytes, bytes + size };
 }
 
-void fake_load_product()
-{
+void fake_load_product() {
     VeskConfigInfo *cfg = vesk_get_vesk_cfg_info();
     cfg->NumberOfWifiRadios = cfg->wifiNum = 2;
     strcpy(cfg->EnabledInterfaceNames1905, "eth0,ath0.v0,ath10.v0");

@@ -88,10 +88,10 @@ struct FakeBus {
     bool hasContext = true;
     int addObjectResult = 0;
     int removeObjectResult = 0;
-    std::vector<FakeSignal> signals;      // merkaSendSignal
-    std::vector<std::string> calls;       // "ubus_add_object tamlo.pelk.vesk", "merkaAddInterestedSignal ..."
-    std::vector<std::string> fatal;       // merkaLogFatalReal: "882 register_vesk_service text"
-    const MerkaSignalRow *rows = nullptr; // merkaSetInteresetedSignals
+    std::vector<FakeSignal> signals;           // merkaSendSignal
+    std::vector<std::string> calls;            // "ubus_add_object tamlo.pelk.vesk", "merkaAddInterestedSignal ..."
+    std::vector<std::string> fatal;            // merkaLogFatalReal: "882 register_vesk_service text"
+    const MerkaSignalRow *rows = nullptr;      // merkaSetInteresetedSignals
     std::vector<std::vector<uint8_t>> replies; // the message of each ubus_send_reply
 };
 
@@ -153,7 +153,6 @@ void fake_load_product();
 
 std::vector<uint8_t> bytes_at(const void *at, size_t size);
 template <class T>
-std::vector<uint8_t> bytes_of(const T &value)
-{
+std::vector<uint8_t> bytes_of(const T &value) {
     return bytes_at(&value, sizeof value);
 }

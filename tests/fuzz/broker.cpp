@@ -10,15 +10,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-namespace
-{
+namespace {
 uint32_t lastId;
 
-void deliver(int fd, uint32_t id, const uint8_t *bytes, size_t size)
-{
+void deliver(int fd, uint32_t id, const uint8_t *bytes, size_t size) {
     Client *client = find(broker().clients, id);
-    if (!client || size == 0 || write(fd, bytes, size) < 0)
-        return;
+    if (!client || size == 0 || write(fd, bytes, size) < 0) return;
     client_readable(*client);
     clients_settle();
     char answers[65536];
@@ -27,8 +24,7 @@ void deliver(int fd, uint32_t id, const uint8_t *bytes, size_t size)
 }
 } // namespace
 
-Broker &broker()
-{
+Broker &broker() {
     static Broker theBroker = [] {
         Broker fresh = {};
         fresh.pollFd = epoll_create1(0);
@@ -37,15 +33,13 @@ Broker &broker()
     return theBroker;
 }
 
-extern "C" ssize_t __wrap_getrandom(void *to, size_t size, unsigned)
-{
+extern "C" ssize_t __wrap_getrandom(void *to, size_t size, unsigned) {
     lastId++;
     memcpy(to, &lastId, size);
     return static_cast<ssize_t>(size);
 }
 
-void fuzz_one(FuzzInput in)
-{
+void fuzz_one(FuzzInput in) {
     lastId = 1999;
     int pair[2][2];
     for (int(&ends)[2] : pair) {
@@ -61,8 +55,7 @@ void fuzz_one(FuzzInput in)
         deliver(fd, 2000u + (how & 1), bytes.data(), ahead);
         deliver(fd, 2000u + (how & 1), bytes.data() + ahead, bytes.size() - ahead);
     }
-    for (int(&ends)[2] : pair)
-        close(ends[0]);
+    for (int(&ends)[2] : pair) close(ends[0]);
     clients_drop_all();
     fuzz_expect(broker().objects.empty() && broker().paths.empty() && broker().types.empty() &&
                 broker().listeners.empty());

@@ -6,8 +6,7 @@
 
 #include <sys/stat.h>
 
-void fuzz_one(FuzzInput in)
-{
+void fuzz_one(FuzzInput in) {
     fuzz_reset(in.byte());
     mkdir("/configs/vesk", 0755);
     put_file("/configs/vesk/vesk.conf", { in.at, in.at + in.left });

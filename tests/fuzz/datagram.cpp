@@ -6,19 +6,16 @@
 #include "source/vesk_drelm/vesk_drelm.h"
 #include "tests/fuzz/world.h"
 
-namespace
-{
+namespace {
 int sender;
 
 /** The daemon's descriptor, its socket replaced by one end of a pair. */
-uloop_fd *intake()
-{
+uloop_fd *intake() {
     static uloop_fd *watched = [] {
         vesk_init_dev_event();
         uloop_fd *fd = fakeLoop.fds.at(0);
         int pair[2];
-        fuzz_expect(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0, pair) == 0 &&
-                    dup2(pair[0], fd->fd) == fd->fd);
+        fuzz_expect(socketpair(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0, pair) == 0 && dup2(pair[0], fd->fd) == fd->fd);
         sender = pair[1];
         return fd;
     }();
@@ -26,8 +23,7 @@ uloop_fd *intake()
 }
 } // namespace
 
-void fuzz_one(FuzzInput in)
-{
+void fuzz_one(FuzzInput in) {
     fuzz_start(in.byte());
     uloop_fd *fd = intake();
     while (in.left > 0) {

@@ -12,8 +12,7 @@ struct FuzzInput {
     size_t left;
 
     uint8_t byte() { return left == 0 ? uint8_t{} : (left--, *at++); }
-    std::vector<uint8_t> take(size_t size)
-    {
+    std::vector<uint8_t> take(size_t size) {
         size = std::min(size, left);
         std::vector<uint8_t> bytes(at, at + size);
         at += size;
@@ -21,18 +20,15 @@ struct FuzzInput {
         return bytes;
     }
     /** A piece: its length in two bytes, the low one first, then the bytes. */
-    std::vector<uint8_t> piece()
-    {
+    std::vector<uint8_t> piece() {
         const size_t low = byte();
         return take(low + byte() * size_t{ 256 });
     }
 };
 
 /** The fuzzer's own assertion. */
-[[gnu::noinline]] inline void fuzz_expect(bool holds)
-{
-    if (!holds)
-        abort();
+[[gnu::noinline]] inline void fuzz_expect(bool holds) {
+    if (!holds) abort();
 }
 
 /** What each program does with an input. */

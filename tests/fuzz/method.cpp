@@ -3,8 +3,7 @@
 #include "include/vesk_methods.h"
 #include "tests/fuzz/world.h"
 
-void fuzz_one(FuzzInput in)
-{
+void fuzz_one(FuzzInput in) {
     fuzz_start(in.byte());
     while (in.left > 0) {
         const char *method = vesk_methods[in.byte() % VESK_METHODS].name;

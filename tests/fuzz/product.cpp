@@ -4,14 +4,12 @@
 #include "tests/fuzz/world.h"
 #include "tests/unit/test_files.h"
 
-void fuzz_one(FuzzInput in)
-{
+void fuzz_one(FuzzInput in) {
     fuzz_reset(in.byte());
     put_file("/tmp/kor-product-cfg.json", { in.at, in.at + in.left });
     vesk_load_platform_config();
     const VeskConfigInfo &cfg = *vesk_get_vesk_cfg_info();
-    fuzz_expect(cfg.appNum <= VESK_CFG_APPS && cfg.wifiNum <= VESK_CFG_WIFI &&
-                cfg.ethernetNum <= VESK_CFG_ETHERNET);
+    fuzz_expect(cfg.appNum <= VESK_CFG_APPS && cfg.wifiNum <= VESK_CFG_WIFI && cfg.ethernetNum <= VESK_CFG_ETHERNET);
     for (const VeskCfgWifi &wifi : cfg.Wifi)
         fuzz_expect(wifi.vapNum <= VESK_CFG_VAPS && memchr(wifi.InterfaceName, 0, sizeof wifi.InterfaceName));
 }

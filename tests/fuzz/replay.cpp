@@ -6,12 +6,10 @@
 #include "tests/fuzz/input.h"
 #include "tests/unit/test_files.h"
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     int inputs = 0;
     for (int i = 1; i < argc; i++) {
-        if (argv[i][0] == '-')
-            continue;
+        if (argv[i][0] == '-') continue;
         for (const auto &file : std::filesystem::directory_iterator(argv[i])) {
             const std::string bytes = file_text(file.path().c_str());
             printf("%s\n", file.path().c_str());

@@ -4,8 +4,7 @@
 #include "source/vesk_main/vesk_main.h"
 #include "tests/fuzz/world.h"
 
-void fuzz_one(FuzzInput in)
-{
+void fuzz_one(FuzzInput in) {
     fuzz_start(in.byte());
     vesk_get_ubus_obj();
     FILE *&log = vesk_get_vesk_info()->logFile;

@@ -7,16 +7,14 @@
 #include "source/vesk_scan/vesk_scan.h"
 #include "source/vesk_station/vesk_station.h"
 
-void fuzz_reset(uint8_t settings)
-{
+void fuzz_reset(uint8_t settings) {
     fake_reset();
     fakeLibc.runSystem = false;
     fakeLibc.statFails = true; // a system call for each log statement would be most of the time
     vesk_get_vesk_info()->logLevel = settings & 7;
 }
 
-void fuzz_start(uint8_t settings)
-{
+void fuzz_start(uint8_t settings) {
     vesk_get_vesk_info()->logLevel = 0;
     vesk_destory_scan_info();
     vesk_sta_mon_destroy();

@@ -9,20 +9,17 @@
 
 #include "include/vesk_event.h"
 
-namespace
-{
+namespace {
 
 std::vector<std::vector<uint8_t>> sent;
 
-void capture(const void *datagram, size_t size)
-{
+void capture(const void *datagram, size_t size) {
     const auto *bytes = static_cast<const uint8_t *>(datagram);
     sent.emplace_back(bytes, bytes + size);
 }
 
 /** Runs a line; the message of a refusal, or an empty text. */
-std::string run(const char *line)
-{
+std::string run(const char *line) {
     std::string message;
     sent.clear();
     return drelm_run_line(line, capture, message) == 0 ? "" : message;
@@ -30,15 +27,13 @@ std::string run(const char *line)
 
 /** "ID IF SIZE" of the last datagram, then, for each "OFFSET=HEX" in `wanted`, the same stretch of its body.
  */
-std::string described(const std::string &wanted)
-{
+std::string described(const std::string &wanted) {
     const char *ifName = reinterpret_cast<const char *>(&sent.back()[4]);
     std::string body, word;
     for (size_t i = sizeof(VeskEventHeader); i < sent.back().size(); i++)
-        for (const int nibble : { sent.back()[i] >> 4, sent.back()[i] & 15 })
-            body += "0123456789abcdef"[nibble];
-    std::string text = std::to_string(sent.back()[0]) + " " + (*ifName ? ifName : "-") + " " +
-                       std::to_string(body.size() / 2);
+        for (const int nibble : { sent.back()[i] >> 4, sent.back()[i] & 15 }) body += "0123456789abcdef"[nibble];
+    std::string text =
+        std::to_string(sent.back()[0]) + " " + (*ifName ? ifName : "-") + " " + std::to_string(body.size() / 2);
     std::istringstream words(wanted);
     while (words >> word)
         if (const size_t at = word.find('='); at != std::string::npos)
@@ -48,7 +43,7 @@ std::string described(const std::string &wanted)
 
 // clang-format off
 const struct { const char *line, *datagram; } good[] = {
-    { "probe ath0 02:11:22:33:44:55 channel=6 rssi=-52", "1 ath0 27 16=02112233445506ccffffff" },
+    { "probe ath0 02:11:22:33:44:55 channel=010 rssi=-52", "1 ath0 27 16=0211223344550accffffff" },
     { "join ath10 02:11:22:33:44:55 rssi=-3 11v 11k bssid=02:00:00:00:00:07 opclass=115 time=258 frame=0a0b", "3 ath10 621 16=021122334455fdffffff 30=73 97=020000000007020102000a0b00 619=8001" },
     { "join ath0 02:11:22:33:44:55 framelen=600", "3 ath0 621 105=580200 619=0000" },
     { "leave ath0 02:11:22:33:44:55", "4 ath0 22 16=021122334455" },
@@ -84,8 +79,7 @@ const struct { const char *line, *why; } bad[] = {
 // clang-format on
 } // namespace
 
-TEST(Drelm, DatagramsOfEachCommand)
-{
+TEST(Drelm, DatagramsOfEachCommand) {
     for (const auto &row : good) {
         EXPECT_EQ(run(row.line), "");
         ASSERT_EQ(sent.size(), 1u) << row.line;
@@ -93,16 +87,14 @@ TEST(Drelm, DatagramsOfEachCommand)
     }
 }
 
-TEST(Drelm, BadLinesSendNothingAndSayWhy)
-{
+TEST(Drelm, BadLinesSendNothingAndSayWhy) {
     for (const auto &row : bad) {
         EXPECT_TRUE(*row.why ? run(row.line).find(row.why) != std::string::npos : run(row.line).empty());
         EXPECT_TRUE(sent.empty()) << row.line;
     }
 }
 
-TEST(Drelm, StormAlternatesAtItsRate)
-{
+TEST(Drelm, StormAlternatesAtItsRate) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(run("storm ath0 300 5000"), "");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(119)); // 0.2 ms each

@@ -5,13 +5,11 @@
 #include <sstream>
 #include <thread>
 
-namespace
-{
+namespace {
 
 /** What a query answers. */
 template <class Key, class T>
-T answer(int (*query)(Key, T *), std::type_identity_t<Key> key)
-{
+T answer(int (*query)(Key, T *), std::type_identity_t<Key> key) {
     T value = {};
     EXPECT_EQ(query(key, &value), 0) << key;
     return value;
@@ -20,19 +18,16 @@ T answer(int (*query)(Key, T *), std::type_identity_t<Key> key)
 const auto channel_of = [](const char *radio) { return answer(rilk_getRadioCurChannel, radio); };
 const auto stations_of = [](const char *vap) { return answer(rilk_getVapAssocStationNumber, vap); };
 
-std::string vap_names()
-{
+std::string vap_names() {
     std::string names;
     for (const int radio : { 0, 1 }) {
         const auto info = answer(rilk_getRadioApInterfaceInfo, radio);
-        for (int i = 0; i < info.vapNums; i++)
-            names += std::string(info.vapIfname[i]) + " ";
+        for (int i = 0; i < info.vapNums; i++) names += std::string(info.vapIfname[i]) + " ";
     }
     return names;
 }
 
-int role()
-{
+int role() {
     int32_t number = 0;
     EXPECT_EQ(hul_EM_getWorkRole(&number), 0);
     return number;
@@ -40,8 +35,7 @@ int role()
 
 } // namespace
 
-TEST_F(SimTest, BuiltInGateway)
-{
+TEST_F(SimTest, BuiltInGateway) {
     EXPECT_EQ(vap_names(), "ath0 ath1 ath10 ath11 ");
     VeskApIntfInfo none;
     EXPECT_NE(rilk_getRadioApInterfaceInfo(2, &none), 0);
@@ -53,8 +47,7 @@ TEST_F(SimTest, BuiltInGateway)
         EXPECT_EQ(answer(hul_getEnabledVapCfg, name).vapAttr, attr) << name;
 }
 
-TEST_F(SimTest, DescriptionIsLaidOverTheBuiltInDevice)
-{
+TEST_F(SimTest, DescriptionIsLaidOverTheBuiltInDevice) {
     describe(
         R"({"role": 1, "radios": [{"channel": 11, "excluded": [12, {"ch": 13, "attr": 9}],
         "channels": [{"ch": 1, "attr": 513}, 6, 11, 12, 13], "nol": [6],
@@ -76,8 +69,7 @@ TEST_F(SimTest, DescriptionIsLaidOverTheBuiltInDevice)
     EXPECT_EQ(logged(), "");
 }
 
-TEST_F(SimTest, DescriptionIsFollowed)
-{
+TEST_F(SimTest, DescriptionIsFollowed) {
     EXPECT_EQ(channel_of("wifi0"), 6);
     describe(R"({"radios": [{"channel": 1}]})");
     EXPECT_EQ(channel_of("wifi0"), 1);
@@ -90,21 +82,20 @@ TEST_F(SimTest, DescriptionIsFollowed)
     EXPECT_EQ(channel_of("wifi0"), 6);
 }
 
-TEST_F(SimTest, MistakesInTheDescriptionAreNamed)
-{
+TEST_F(SimTest, MistakesInTheDescriptionAreNamed) {
     describe(
         R"({"rolle": 1, "radios": [{"channel": "six", "vaps": [{"ssid": "nameless"}, {"name": "ath0", "bssid": "02:00",
-        "stations": [{"mac": "02:00:00:00:00:01", "frame": "abc"}]}]}], "functions": {"x": {"delay": 1}}})");
+        "stations": [{"mac": "02:00:00:00:00:01", "frame": "abc"}]}], "neighbors": [5]}, 7], "functions": {"x": {"delay": 1}}})");
     EXPECT_EQ(channel_of("wifi0"), 6);
     for (const char *note :
          { "rolle: unknown key", "radios[0].channel: not a number", "radios[0].vaps[0].name: missing",
            "radios[0].vaps[1].bssid: not a MAC address", "functions.x.delay: unknown key",
-           "radios[0].vaps[1].stations[0].frame: not an even number of hexadecimal digits" })
+           "radios[0].vaps[1].stations[0].frame: not an even number of hexadecimal digits",
+           "radios[0].neighbors[0]: not an object", "radios[1]: not an object" })
         EXPECT_TRUE(notes(note)) << note;
 }
 
-TEST_F(SimTest, StationsComeAndGoWithTheCounts)
-{
+TEST_F(SimTest, StationsComeAndGoWithTheCounts) {
     describe(R"({"radios": [{"vaps": [{"name": "ath0", "stations": [
         {"mac": "02:00:00:00:00:01", "rssi": -47, "11k": true, "text2": "11n", "frame": "310400"},
         {"mac": "02:00:00:00:00:02", "polls": [2, 1]}]}]}]})");
@@ -131,8 +122,7 @@ TEST_F(SimTest, StationsComeAndGoWithTheCounts)
     EXPECT_EQ(frame[1], 4);
 }
 
-TEST_F(SimTest, FailuresLeaveOutputsAlone)
-{
+TEST_F(SimTest, FailuresLeaveOutputsAlone) {
     describe(R"({"functions": {"rilk_getRadioStatus": {"rc": -7}, "rilk_setRadioCurChannel": {"rc": -2}}})");
     uint8_t status = 99;
     EXPECT_EQ(rilk_getRadioStatus("wifi0", &status), -7);
@@ -144,8 +134,7 @@ TEST_F(SimTest, FailuresLeaveOutputsAlone)
     EXPECT_TRUE(notes("rilk_setRadioCurChannel radio=wifi0 channel=11 rc=-2 "));
 }
 
-TEST_F(SimTest, GarbageFillsTheRecordAndNothingBehindIt)
-{
+TEST_F(SimTest, GarbageFillsTheRecordAndNothingBehindIt) {
     describe(R"({"functions": {"rilk_getRadioApInterfaceInfo": {"garbage": true},
                                "hul_getRadioChannelList": {"garbage": 255}}})");
     VeskApIntfInfo info[2] = {};
@@ -156,8 +145,7 @@ TEST_F(SimTest, GarbageFillsTheRecordAndNothingBehindIt)
     EXPECT_EQ(int{ answer(hul_getRadioChannelList, 0).chListNums }, -1);
 }
 
-TEST_F(SimTest, DelayBlocksOnlyItsOwnCaller)
-{
+TEST_F(SimTest, DelayBlocksOnlyItsOwnCaller) {
     describe(R"({"functions": {"rilk_getRadioStatus": {"delayMs": 300}}})");
     const int64_t start = sim_monotonic_ms();
     std::thread slow([] { answer(rilk_getRadioStatus, "wifi0"); });
@@ -168,12 +156,10 @@ TEST_F(SimTest, DelayBlocksOnlyItsOwnCaller)
     EXPECT_GE(sim_monotonic_ms() - start, 300);
 }
 
-TEST_F(SimTest, ChannelAndBandwidth)
-{
+TEST_F(SimTest, ChannelAndBandwidth) {
     describe(R"({"radios": [{"excluded": [3], "nol": [4]}]})");
     EXPECT_EQ(rilk_setRadioCurChannel("wifi0", 11), 0);
-    for (const int channel : { 14, 3, 4, 36 })
-        EXPECT_EQ(rilk_setRadioCurChannel("wifi0", channel), -1) << channel;
+    for (const int channel : { 14, 3, 4, 36 }) EXPECT_EQ(rilk_setRadioCurChannel("wifi0", channel), -1) << channel;
     EXPECT_EQ(rilk_setRadioChanSpec("wifi0", 1, 0), 0);
     for (const auto &[bandwidth, channel] : { std::pair(5, 1), { -1, 1 }, { 0, 14 } })
         EXPECT_EQ(rilk_setRadioChanSpec("wifi0", bandwidth, channel), -1) << bandwidth;
@@ -181,13 +167,11 @@ TEST_F(SimTest, ChannelAndBandwidth)
     EXPECT_STREQ(answer(rilk_getRadioDynParamters, "wifi0").bond, "40MHz");
 }
 
-TEST_F(SimTest, DisconnectedAndBlockedStations)
-{
+TEST_F(SimTest, DisconnectedAndBlockedStations) {
     describe(R"({"radios": [{"vaps": [{"name": "ath0", "stations": [
         {"mac": "02:00:00:00:00:0a"}, {"mac": "02:00:00:00:00:0b"}]}]}]})");
     EXPECT_EQ(stations_of("ath0"), 2);
-    for (const auto &[mac, result] :
-         { std::pair("02:00:00:00:00:0A", 0), { "02:00:00:00:00:0a", -1 }, { "x", -1 } })
+    for (const auto &[mac, result] : { std::pair("02:00:00:00:00:0A", 0), { "02:00:00:00:00:0a", -1 }, { "x", -1 } })
         EXPECT_EQ(rilk_disConnectSta("ath0", mac), result) << mac;
     EXPECT_EQ(stations_of("ath0"), 1);
     for (const auto &[operation, result, left] : { std::tuple(0, 0, 0), { 1, 0, 1 }, { 2, -1, 1 } }) {
@@ -197,8 +181,7 @@ TEST_F(SimTest, DisconnectedAndBlockedStations)
     }
 }
 
-TEST_F(SimTest, CredentialBringsTheBackhaulStationUpAndKeepsItsKeySecret)
-{
+TEST_F(SimTest, CredentialBringsTheBackhaulStationUpAndKeepsItsKeySecret) {
     const char *down = R"({"radios": [{"vaps": [{"name": "apcli0", "status": 0}]}]})";
     const auto is_up = [] { return answer(rilk_getVapStatus, "apcli0"); };
     describe(down);
@@ -216,8 +199,7 @@ TEST_F(SimTest, CredentialBringsTheBackhaulStationUpAndKeepsItsKeySecret)
     EXPECT_EQ(is_up(), 1);
 }
 
-TEST_F(SimTest, EveryCommandIsOneLine)
-{
+TEST_F(SimTest, EveryCommandIsOneLine) {
     const uint8_t data[] = { 0xdd, 0x01 };
     const uint32_t channels[] = { 1, 6 };
     const VeskDot1qCfg vlan = { 20, 3, 0 };
@@ -235,8 +217,7 @@ TEST_F(SimTest, EveryCommandIsOneLine)
     for (const char *begin :
          { "rilk_setWNMEnable if=none enable=1 rc=-1 ", "rilk_initScanChannelList nums=2 channels=1,6 rc=0 ",
            "rilk_setMinMaxDwellTime radio=wifi0 min=55 max=150 rc=0 ",
-           "rilk_addVendorIE if=ath0 pktType=1 len=2 data=dd01 rc=0 ",
-           "rilk_set8021dotqCfg if=ath0 vid=20 pcp=3 rc=0 ",
+           "rilk_addVendorIE if=ath0 pktType=1 len=2 data=dd01 rc=0 ", "rilk_set8021dotqCfg if=ath0 vid=20 pcp=3 rc=0 ",
            "rilk_sendBTMReq if=ath0 mac=000000000000 values=0,0,0 targets=255 ",
            "rilk_sendBeaconReq if=ath0 mac=000000000000 " })
         EXPECT_TRUE(std::getline(lines, line) && line.starts_with(begin)) << begin << "\n" << line;

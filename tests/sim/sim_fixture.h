@@ -10,8 +10,7 @@
 struct SimTest : testing::Test {
     const std::string base = "/tmp/sim-test." + std::to_string(getpid());
     const std::string description = base + ".json", log = base + ".log";
-    void SetUp() override
-    {
+    void SetUp() override {
         unlink(description.c_str());
         sim_use_files(description.c_str(), log.c_str());
         rilk_initDriver();
@@ -19,8 +18,7 @@ struct SimTest : testing::Test {
     }
 
     /** Replaces the description as a person would be told to: written beside, then renamed. */
-    void describe(const std::string &json)
-    {
+    void describe(const std::string &json) {
         put_file((base + ".new").c_str(), json);
         rename((base + ".new").c_str(), description.c_str());
     }

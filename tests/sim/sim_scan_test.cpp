@@ -4,16 +4,14 @@
 #include <algorithm>
 #include <set>
 
-namespace
-{
+namespace {
 
 constexpr uint32_t CHANNELS[] = { 1, 6, 11, 36, 44 };
 constexpr int DWELL = 60; // ms
 
 /** The daemon's tables. */
 struct SimScanTest : SimTest {
-    void SetUp() override
-    {
+    void SetUp() override {
         SimTest::SetUp();
         rilk_initScanChannelList(CHANNELS, 5);
         for (size_t i = 0; i < 5; i++) {
@@ -23,15 +21,13 @@ struct SimScanTest : SimTest {
     }
     ~SimScanTest() override { std::ranges::for_each(table, free); }
 
-    int trigger(const char *radio, int channel, const char *baseVap)
-    {
+    int trigger(const char *radio, int channel, const char *baseVap) {
         VeskScanParam param = { .channel = static_cast<uint8_t>(channel), .dwell = DWELL };
         sim_copy(param.baseVap, baseVap);
         return rilk_triggerScan(radio, &param);
     }
 
-    void visit(int channel)
-    {
+    void visit(int channel) {
         ASSERT_EQ(trigger("wifi0", channel, "ath0"), 0);
         usleep((DWELL + 10) * 1000);
         ASSERT_EQ(rilk_getScanNeighborApOneChannel("wifi0", channel, table.data()), 0);
@@ -39,10 +35,7 @@ struct SimScanTest : SimTest {
     }
 
     int result(size_t i) { return records[i].ch; }
-    VeskScanNeighbor *slot(size_t row, size_t at)
-    {
-        return table[row * VESK_SCAN_NEIGHBORS_PER_CHANNEL + at];
-    }
+    VeskScanNeighbor *slot(size_t row, size_t at) { return table[row * VESK_SCAN_NEIGHBORS_PER_CHANNEL + at]; }
 
     VeskScanChannel records[5] = {};
     VeskScanChannel *channels[5];
@@ -52,8 +45,7 @@ struct SimScanTest : SimTest {
 
 } // namespace
 
-TEST_F(SimScanTest, ResultsComeAfterADwellForEachChannel)
-{
+TEST_F(SimScanTest, ResultsComeAfterADwellForEachChannel) {
     describe(R"({"radios": [{"channels": [1, 6, 11]}]})");
     channels[1] = nullptr;
     ASSERT_EQ(trigger("wifi0", 0, "ath0"), 0); // the whole list
@@ -70,18 +62,14 @@ TEST_F(SimScanTest, ResultsComeAfterADwellForEachChannel)
     EXPECT_LT(int{ records[0].noise }, -80);
 }
 
-TEST_F(SimScanTest, RefusedTriggers)
-{
+TEST_F(SimScanTest, RefusedTriggers) {
     describe(R"({"radios": [{}, {"status": 0}]})");
-    for (const auto &[radio, channel, baseVap] : { std::tuple("wifi0", 36, "ath0"),
-                                                   { "wifi0", 6, "" },
-                                                   { "wifi0", 6, "ath10" },
-                                                   { "wifi1", 36, "ath10" } })
+    for (const auto &[radio, channel, baseVap] :
+         { std::tuple("wifi0", 36, "ath0"), { "wifi0", 6, "" }, { "wifi0", 6, "ath10" }, { "wifi1", 36, "ath10" } })
         EXPECT_EQ(trigger(radio, channel, baseVap), -1) << radio << channel << baseVap;
 }
 
-TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere)
-{
+TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere) {
     describe(R"({"radios": [{"channels": [{"ch": 1, "util": 41, "noise": -254}, 6]}]})");
     std::set<int> utils;
     for (const int channel : { 1, 6, 6, 6, 6 }) {
@@ -92,8 +80,7 @@ TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere)
     EXPECT_TRUE(utils.size() > 2 && *utils.begin() >= 0 && *utils.rbegin() <= 100); // 0 before the first
 }
 
-TEST_F(SimScanTest, NeighborsComeAndGoAndOldBlocksStayReadable)
-{
+TEST_F(SimScanTest, NeighborsComeAndGoAndOldBlocksStayReadable) {
     describe(R"({"radios": [{"neighbors": [
         {"channel": 11, "bssid": "02:00:00:00:00:01", "ssid": "always", "rssi": -40, "value1": 7, "text": "note"},
         {"channel": 11, "bssid": "02:00:00:00:00:02", "ssid": "at times", "visits": [1, 1]}]}]})");
@@ -112,18 +99,15 @@ TEST_F(SimScanTest, NeighborsComeAndGoAndOldBlocksStayReadable)
     EXPECT_STREQ(slot(2, 1)->ssid, "at times");
 }
 
-TEST_F(SimScanTest, RowHoldsAtMost128Neighbors)
-{
+TEST_F(SimScanTest, RowHoldsAtMost128Neighbors) {
     std::string json = R"({"radios": [{"neighbors": [{"channel": 6})";
-    for (int i = 1; i < 200; i++)
-        json += R"(, {"channel": 6})";
+    for (int i = 1; i < 200; i++) json += R"(, {"channel": 6})";
     describe(json + "]}]}");
     visit(6);
     EXPECT_TRUE(slot(1, 127) && !slot(2, 0));
 }
 
-TEST_F(SimScanTest, GarbageSparesTheSmoothedNoise)
-{
+TEST_F(SimScanTest, GarbageSparesTheSmoothedNoise) {
     describe(R"({"functions": {"rilk_getScanChannelResult": {"garbage": 255},
                                "rilk_getScanNeighborApOneChannel": {"garbage": true}}})");
     visit(6);
