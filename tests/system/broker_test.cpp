@@ -3,20 +3,18 @@
 #include "tests/system/harness.h"
 
 #include <filesystem>
+#include <sys/wait.h>
 
 #include "include/vesk_event.h"
 
-namespace
-{
+namespace {
 
-std::string radio_info()
-{
+std::string radio_info() {
     return Bus().call("getRadioInfo", [](blob_buf *b) { blobmsg_add_u32(b, "band", 3); }).record;
 }
 
 /** Calls and inbound signals, as quickly as they go, to the end of the child. */
-void load()
-{
+void load() {
     for (;; usleep(2000)) {
         Bus bus;
         bus.call("getStaInfo", [](blob_buf *b) { blobmsg_add_string(b, "vapName", "ath0"); });
@@ -27,8 +25,7 @@ void load()
 
 struct Restart : System {
     /** The broker anew; the daemon's object has to be back within 2 seconds of its socket. */
-    void restartBroker()
-    {
+    void restartBroker() {
         startBroker();
         const int64_t from = now_ms();
         ASSERT_TRUE(eventually(PATIENCE, on_the_bus));
@@ -36,29 +33,25 @@ struct Restart : System {
         ASSERT_TRUE(runs(daemon));
     }
 
-    void expect_signals(Bus &bus, size_t count)
-    {
+    void expect_signals(Bus &bus, size_t count) {
         EXPECT_TRUE(bus.listen(PATIENCE, [&] { return bus.signals.size() >= count; }));
         ASSERT_EQ(bus.signals.size(), count);
         for (size_t i = 0; i < count; i++)
             EXPECT_EQ(bus.signals[i].payload, std::to_string(100001 + i)) << bus.signals[i].name;
     }
 
-    long residentKiB() const
-    {
+    long residentKiB() const {
         const std::string status = read_file("/proc/" + std::to_string(daemon.pid) + "/status");
         return std::stol(status.substr(status.find("VmRSS:") + 6));
     }
 
-    auto descriptors() const
-    {
+    auto descriptors() const {
         const std::filesystem::directory_iterator fds("/proc/" + std::to_string(daemon.pid) + "/fd");
         return std::distance(begin(fds), end(fds));
     }
 };
 
-TEST_F(Restart, SignalsFlowInBothDirections)
-{
+TEST_F(Restart, SignalsFlowInBothDirections) {
     startBoth();
     for (uint32_t round = 1; round <= 3; round++) {
         SCOPED_TRACE(round);
@@ -75,8 +68,7 @@ TEST_F(Restart, SignalsFlowInBothDirections)
     }
 }
 
-TEST_F(Restart, FiftyTimesUnderLoadCostsNothing)
-{
+TEST_F(Restart, FiftyTimesUnderLoadCostsNothing) {
     startBoth();
     const std::string radio = radio_info();
     ASSERT_EQ(radio.size(), 308u);
@@ -99,15 +91,15 @@ TEST_F(Restart, FiftyTimesUnderLoadCostsNothing)
     }
     Bus bus;
     expect_signals(bus, 50);
+    EXPECT_EQ(waitpid(caller, nullptr, WNOHANG), 0); // it has called to the end
     end_child(caller);
     EXPECT_EQ(daemon.pid, pid);
     EXPECT_EQ(radio_info(), radio);
-    EXPECT_LE(residentKiB() - resident, 512);
+    EXPECT_LE(residentKiB() - resident, *VESK_EMULATOR ? 2048 : 512); // an emulator keeps what it translates
     EXPECT_TRUE(eventually(2s, [&] { return descriptors() <= open; })) << descriptors() << " of " << open;
 }
 
-TEST_F(Restart, ASignalEndsTheDaemonWhileTheBrokerIsAway)
-{
+TEST_F(Restart, ASignalEndsTheDaemonWhileTheBrokerIsAway) {
     startBoth();
     broker.kill();
     usleep(300000); // the daemon has noticed

@@ -4,16 +4,14 @@
 #include <cjson/cJSON.h>
 #include <memory>
 
-namespace
-{
+namespace {
 
 const auto nothing = [](blob_buf *) {};
 const auto band_as_text = [](blob_buf *b) { blobmsg_add_string(b, "band", "3"); };
 
 /** `setChannel` with a record of so many bytes. */
 template <unsigned size>
-void channel_record(blob_buf *b)
-{
+void channel_record(blob_buf *b) {
     const char record[size] = {};
     blobmsg_add_u32(b, "band", 3);
     blobmsg_add_field(b, BLOBMSG_TYPE_UNSPEC, "data", record, size);
@@ -34,8 +32,7 @@ const struct {
     { "getVapInfo", nothing, 0, 2 }, // the method itself refuses a missing name
 };
 
-TEST_F(System, CallsEndWithTheirStatus)
-{
+TEST_F(System, CallsEndWithTheirStatus) {
     startBoth();
     Bus bus;
     for (const auto &c : statuses) {
@@ -45,8 +42,7 @@ TEST_F(System, CallsEndWithTheirStatus)
     }
     std::string version(64, '\0');
     version.replace(0, 4, "vesk").replace(32, 5, "1.4.3");
-    for (int i = 0; i < 100; i++)
-        ASSERT_EQ(bus.call("getVersionInfo").record, version) << i;
+    for (int i = 0; i < 100; i++) ASSERT_EQ(bus.call("getVersionInfo").record, version) << i;
     EXPECT_EQ(bus.call("getVapInfo").result, -1);
 }
 
@@ -61,14 +57,11 @@ const struct { const char *name; std::vector<std::string> arguments; bool broker
 };
 // clang-format on
 
-TEST_F(System, ClientTellsFailureByItsStatusAndSpeaksJson)
-{
+TEST_F(System, ClientTellsFailureByItsStatusAndSpeaksJson) {
     for (const auto &c : clientCases) {
         SCOPED_TRACE(c.name);
-        if (c.broker && broker.pid < 0)
-            startBroker();
-        if (c.daemon && daemon.pid < 0)
-            startDaemon();
+        if (c.broker && broker.pid < 0) startBroker();
+        if (c.daemon && daemon.pid < 0) startDaemon();
         Outcome outcome = veskctl(c.arguments);
         EXPECT_EQ(outcome.status, c.status) << outcome.out << outcome.err;
         EXPECT_EQ(outcome.err.empty(), c.status == 0) << outcome.err; // a refusal says why

@@ -9,22 +9,18 @@
 
 #include "include/vesk_event.h"
 
-namespace
-{
+namespace {
 
-std::string bytes_of(blob_attr *attribute)
-{
+std::string bytes_of(blob_attr *attribute) {
     auto *data = static_cast<const char *>(blobmsg_data(attribute));
     return { data, static_cast<size_t>(blobmsg_data_len(attribute)) };
 }
 
-void read_reply(ubus_request *request, int, blob_attr *msg)
-{
+void read_reply(ubus_request *request, int, blob_attr *msg) {
     auto *answer = static_cast<Answer *>(request->priv);
     blob_attr *part;
     size_t rest;
-    blobmsg_for_each_attr(part, msg, rest)
-    {
+    blobmsg_for_each_attr(part, msg, rest) {
         if (answer->fields == 0 && strcmp(blobmsg_name(part), "return") == 0)
             answer->result = static_cast<int>(blobmsg_get_u32(part));
         if (answer->fields == 1) {
@@ -35,31 +31,27 @@ void read_reply(ubus_request *request, int, blob_attr *msg)
     }
 }
 
-void note_signal(ubus_context *, ubus_event_handler *handler, const char *name, blob_attr *msg)
-{
+void note_signal(ubus_context *, ubus_event_handler *handler, const char *name, blob_attr *msg) {
     auto *bus = reinterpret_cast<Bus *>(handler);
     Signal signal = { name, "" };
     static const blobmsg_policy policy = { "payload", BLOBMSG_TYPE_UNSPEC };
     blob_attr *part;
     blobmsg_parse(&policy, 1, &part, blob_data(msg), static_cast<unsigned>(blob_len(msg)));
-    if (part)
-        signal.payload = bytes_of(part);
+    if (part) signal.payload = bytes_of(part);
     bus->signals.push_back(signal);
 }
 
 } // namespace
 
-Child::Child(const std::string &program, const std::vector<std::string> &arguments)
-{
+Child::Child(const std::string &program, const std::vector<std::string> &arguments) {
     static int serial;
     base = "/tmp/output/" + program + "." + std::to_string(serial++);
-    std::vector<std::string> words = { VESK_BUILD_DIR "/" + program };
-    if (*VESK_EMULATOR)
-        words.insert(words.begin(), VESK_EMULATOR);
+    const bool isNative = program == "veskctl" && *VESK_TEST_CLIENT;
+    std::vector<std::string> words = { isNative ? VESK_TEST_CLIENT : VESK_BUILD_DIR "/" + program };
+    if (*VESK_EMULATOR && !isNative) words.insert(words.begin(), VESK_EMULATOR);
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char *> argv;
-    for (std::string &word : words)
-        argv.push_back(word.data());
+    for (std::string &word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
     pid = in_child([&] {
         signal(SIGPIPE, SIG_DFL); // the tests' own bus library ignores it
@@ -68,126 +60,105 @@ Child::Child(const std::string &program, const std::vector<std::string> &argumen
     });
 }
 
-Child &Child::operator=(Child &&other) noexcept
-{
+Child &Child::operator=(Child &&other) noexcept {
     std::swap(pid, other.pid);
     std::swap(base, other.base);
     return *this;
 }
 
-int finish(Child &child, std::chrono::milliseconds span)
-{
+int finish(Child &child, std::chrono::milliseconds span) {
     int waitStatus = 0;
-    if (!eventually(span, [&] { return waitpid(child.pid, &waitStatus, WNOHANG) == child.pid; }))
-        return -1;
+    if (!eventually(span, [&] { return waitpid(child.pid, &waitStatus, WNOHANG) == child.pid; })) return -1;
     child.pid = -1;
     return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 256 + WTERMSIG(waitStatus);
 }
 
-bool runs(const Child &child)
-{
-    return child.pid > 0 && waitpid(child.pid, nullptr, WNOHANG) == 0;
-}
+bool runs(const Child &child) { return child.pid > 0 && waitpid(child.pid, nullptr, WNOHANG) == 0; }
 
-Outcome veskctl(const std::vector<std::string> &arguments)
-{
+Outcome veskctl(const std::vector<std::string> &arguments) {
     Child child("veskctl", arguments);
     int status = finish(child, PATIENCE);
     return { status, child.out(), child.err() };
 }
 
-std::string read_file(const std::string &path)
-{
+std::string read_file(const std::string &path) {
     std::ifstream file(path, std::ios::binary);
     return { std::istreambuf_iterator<char>(file), {} };
 }
 
-void write_file(const std::string &path, const std::string &text)
-{
+void write_file(const std::string &path, const std::string &text) {
     std::filesystem::create_directories(std::filesystem::path(path).parent_path());
     std::ofstream(path, std::ios::binary) << text;
 }
 
-Bus::Bus() : ctx(ubus_connect(busSocket.c_str()))
-{
+Bus::Bus() : ctx(ubus_connect(busSocket.c_str())) {
     listener.cb = note_signal;
-    if (ctx)
-        ubus_register_event_handler(ctx, &listener, "tamlo.pelk.vesk.vesk*");
+    if (ctx) ubus_register_event_handler(ctx, &listener, "tamlo.pelk.vesk.vesk*");
 }
 
-Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill)
-{
+Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill) {
     uint32_t id = 0;
     Answer answer;
     answer.status = lookup(&id);
-    if (answer.status != 0)
-        return answer;
+    if (answer.status != 0) return answer;
     blob_buf arguments = {};
     blob_buf_init(&arguments, 0);
-    if (fill)
-        fill(&arguments);
+    if (fill) fill(&arguments);
     answer.status = ubus_invoke(ctx, id, method, arguments.head, read_reply, &answer, 5000);
     blob_buf_free(&arguments);
     return answer;
 }
 
-int Bus::send(const char *name, const std::string &payload)
-{
+int Bus::send(const char *name, const std::string &payload) {
+    if (!ctx) return -1;
     blob_buf content = {};
     blob_buf_init(&content, 0);
-    blobmsg_add_field(&content, BLOBMSG_TYPE_UNSPEC, "payload", payload.data(),
-                      static_cast<unsigned>(payload.size()));
+    blobmsg_add_field(&content, BLOBMSG_TYPE_UNSPEC, "payload", payload.data(), static_cast<unsigned>(payload.size()));
     int status = ubus_send_event(ctx, name, content.head);
     blob_buf_free(&content);
     return status;
 }
 
-bool Bus::listen(std::chrono::milliseconds span, const std::function<bool()> &question)
-{
+bool Bus::listen(std::chrono::milliseconds span, const std::function<bool()> &question) {
     return eventually(span, [&] {
         ubus_handle_event(ctx);
         return question();
     });
 }
 
-void System::SetUp()
-{
+void System::SetUp() {
     // Under ctest every test has a root of its own; this is for the whole program run in one.
     for (const char *left :
-         { "/run/ubus.sock", "/run/vesk.pid", "/configs/vesk", "/tmp/vesk.log", "/tmp/vesk_ready",
-           "/tmp/vesk_init.log", "/tmp/vesk-sim.log", "/tmp/vesk-sim.json", "/usr/etc/kor-product-cfg.json" })
+         { "/run/ubus.sock", "/run/vesk.pid", "/configs/vesk", "/tmp/vesk.log", "/tmp/vesk_ready", "/tmp/vesk_init.log",
+           "/tmp/vesk-sim.log", "/tmp/vesk-sim.json", "/usr/etc/kor-product-cfg.json" })
         std::filesystem::remove_all(left);
     std::filesystem::create_directory("/tmp/output");
     std::filesystem::copy(VESK_SOURCE_DIR "/platform/rilk_sim/kor-product-cfg.json", "/usr/etc/");
 }
 
-void System::startBroker()
-{
+void System::startBroker() {
     broker = Child("vesk-busd");
     ASSERT_TRUE(eventually(PATIENCE, [] { return close(connect_to(busSocket)) == 0; })) << broker.err();
 }
 
-void System::startDaemon()
-{
+void System::startDaemon() {
     daemon = Child("vesk");
     ASSERT_TRUE(eventually(PATIENCE, on_the_bus)) << daemon.err() << read_file("/tmp/vesk.log");
+    ASSERT_EQ(Bus().call("getVersionInfo").status, 0);
 }
 
-void System::startBoth()
-{
+void System::startBoth() {
     ASSERT_NO_FATAL_FAILURE(startBroker());
     ASSERT_NO_FATAL_FAILURE(startDaemon());
 }
 
-bool on_the_bus()
-{
+bool on_the_bus() {
     Bus bus;
     uint32_t id = 0;
     return bus.lookup(&id) == 0 && id != 0;
 }
 
-void send_event(uint32_t id, const std::string &ifName, const std::string &body)
-{
+void send_event(uint32_t id, const std::string &ifName, const std::string &body) {
     VeskEventHeader header = {};
     header.eventId = id;
     memcpy(header.ifName, ifName.data(), std::min(ifName.size(), sizeof header.ifName - 1));
@@ -203,15 +174,13 @@ void send_event(uint32_t id, const std::string &ifName, const std::string &body)
     close(fd);
 }
 
-std::string log_record(uint32_t level)
-{
+std::string log_record(uint32_t level) {
     std::string record(36, '\0');
     memcpy(record.data(), &level, sizeof level);
     return record;
 }
 
-int main(int argc, char **argv)
-{
+int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);
     if (!getenv("VESK_PRIVATE_ROOT") || read_file("/proc/1/comm") != "bwrap\n") {
         fputs("These tests use absolute paths: run them through scripts/private-root.\n", stderr);

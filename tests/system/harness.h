@@ -78,13 +78,11 @@ struct Bus {
     /** Collects signals of the daemon until the question is answered with yes. */
     bool listen(std::chrono::milliseconds span, const std::function<bool()> &question);
     /** The first signal of this name that has come; null if none has. */
-    const Signal *find(const std::string &name) const
-    {
+    const Signal *find(const std::string &name) const {
         const auto found = std::ranges::find(signals, name, &Signal::name);
         return found == signals.end() ? nullptr : &*found;
     }
-    bool hears(const char *name)
-    {
+    bool hears(const char *name) {
         return listen(PATIENCE, [=, this] { return find(name); });
     }
 };
@@ -96,7 +94,7 @@ struct System : testing::Test {
     void SetUp() override;
     /** Returns when the socket answers. */
     void startBroker();
-    /** Returns when the object is on the bus. */
+    /** Returns when the first call has been answered: by then the daemon hears signals, too. */
     void startDaemon();
     void startBoth();
 };

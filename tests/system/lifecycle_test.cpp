@@ -6,14 +6,12 @@
 
 #include "include/vesk_event.h"
 
-namespace
-{
+namespace {
 
 const char waiting[] = "\nUbusd not running, run ubusd firstly !!\r\n";
 const char refused[] = "\nVesk already running.\r\n";
 
-TEST_F(System, WaitsForTheBus)
-{
+TEST_F(System, WaitsForTheBus) {
     daemon = Child("vesk");
     ASSERT_TRUE(eventually(PATIENCE, [&] { return contains(daemon.err(), waiting); }));
     EXPECT_EQ(daemon.err().find(waiting), 0u); // nothing comes before it
@@ -27,8 +25,7 @@ TEST_F(System, WaitsForTheBus)
     EXPECT_TRUE(contains(daemon.err(), "Vesk is starting ... \n"));
 }
 
-TEST_F(System, TwoWaitingInstancesAreSettledByTheLock)
-{
+TEST_F(System, TwoWaitingInstancesAreSettledByTheLock) {
     Child first("vesk"), second("vesk");
     for (Child *child : { &first, &second })
         ASSERT_TRUE(eventually(PATIENCE, [&] { return contains(child->err(), waiting); }));
@@ -41,8 +38,7 @@ TEST_F(System, TwoWaitingInstancesAreSettledByTheLock)
     EXPECT_TRUE(runs(&loser == &first ? second : first));
 }
 
-TEST_F(System, RefusedInstanceTouchesNothing)
-{
+TEST_F(System, RefusedInstanceTouchesNothing) {
     startBroker();
     struct flock lock = { F_WRLCK, SEEK_SET, 0, 1, 0 };
     int fd = open("/var/run/vesk.pid", O_WRONLY | O_CREAT, 0666);
@@ -57,8 +53,7 @@ TEST_F(System, RefusedInstanceTouchesNothing)
     close(fd);
 }
 
-TEST_F(System, SecondInstanceLeavesTheFirstAlone)
-{
+TEST_F(System, SecondInstanceLeavesTheFirstAlone) {
     startBoth();
     for (int i = 0; i < 2; i++) { // the first refusal leaves the lock in place
         Child second("vesk");
@@ -70,8 +65,7 @@ TEST_F(System, SecondInstanceLeavesTheFirstAlone)
     EXPECT_EQ(Bus().call("getVersionInfo").status, 0);
 }
 
-TEST_F(System, SurvivesBeingKilled)
-{
+TEST_F(System, SurvivesBeingKilled) {
     startBoth();
     write_file("/tmp/vesk_ready", "");
     daemon.kill();
@@ -82,8 +76,7 @@ TEST_F(System, SurvivesBeingKilled)
     EXPECT_TRUE(exists("/tmp/vesk_ready"));
 }
 
-TEST_F(System, AnnouncesTheBackhaulStationAtStart)
-{
+TEST_F(System, AnnouncesTheBackhaulStationAtStart) {
     startBroker();
     Child watch("veskctl", { "watch" });
     Bus bus;
@@ -105,8 +98,7 @@ const auto end_line = [](int signal) {
     return "[vesk] Signal received [" + std::to_string(signal) + "]. Exiting ...\r\n";
 };
 
-TEST_F(System, EndsOnSignals)
-{
+TEST_F(System, EndsOnSignals) {
     startBroker();
     for (const int signal : { SIGINT, SIGQUIT, SIGTERM }) {
         ASSERT_NO_FATAL_FAILURE(startDaemon());
@@ -119,8 +111,7 @@ TEST_F(System, EndsOnSignals)
     }
 }
 
-TEST_F(System, EndsOnASignalThatComesBeforeTheLoop)
-{
+TEST_F(System, EndsOnASignalThatComesBeforeTheLoop) {
     startBroker();
     daemon = Child("vesk");
     // handlers are in, the loop isn't

@@ -1,0 +1,95 @@
+// Scan threads beside the main loop, everything built for the thread sanitizer: first scans are asked for
+// again and again while passes, calls and switches go on. What the sanitizer finds stands in files of its
+// own.
+#include "tests/system/harness.h"
+
+#include <filesystem>
+
+#include "include/vesk_event.h"
+
+namespace {
+
+const char sanitizer[] = "log_path=/tmp/output/tsan exitcode=66 history_size=7 "
+                         "suppressions=" VESK_SOURCE_DIR "/tests/system/tsan.supp";
+
+/** Four channels a radio, no stations, passes as often as they go: a sweep takes two of three seconds, so a
+ * pass meets it at every stage. The delay comes just behind a thread's first look at the switches: what the
+ * main loop does to them meanwhile has no order that a lock has made by chance. */
+void restless_device() {
+    write_file("/tmp/vesk-sim.json", R"({"functions":{"rilk_setEnableNoiseFloor":{"delayMs":50}},"radios":[
+               {"channels":[1,6,11,13],"channel":6,"vaps":[{"name":"ath0","stations":[]}]},
+               {"channels":[36,40,44,60],"channel":36,"vaps":[{"name":"ath10","stations":[]}]}]})");
+    write_file("/configs/vesk/vesk_debug_flag", "");
+    write_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_SCAN_24G_INTERVAL=5\n"
+                                          "VESK_SCAN_24G_TX_THRESHOLD=100\nVESK_SCAN_24G_RX_THRESHOLD=100\n"
+                                          "VESK_SCAN_5GA_TX_THRESHOLD=100\nVESK_SCAN_5GA_RX_THRESHOLD=100\n");
+}
+
+/** Calls on one radio, each of which has to succeed. */
+void ask(Bus &bus, uint32_t band, std::initializer_list<const char *> methods) {
+    const WireChannel other = { band == 0 ? 1 : 40, 5 }; // for setChannel
+    for (const char *method : methods) {
+        const Answer answer = bus.call(method, [&](blob_buf *b) {
+            blobmsg_add_u32(b, "band", band);
+            blobmsg_add_field(b, BLOBMSG_TYPE_UNSPEC, "data", &other, sizeof other);
+        });
+        ASSERT_TRUE(answer.status == 0 && answer.result == 0) << method << " " << band;
+    }
+}
+
+void set_scanning(Bus &bus, uint32_t on) {
+    bus.send("tamlo.pelk.vesk.setScanEnable", { reinterpret_cast<const char *>(&on), sizeof on });
+}
+
+ptrdiff_t count(const std::string &text, const std::string &part) {
+    ptrdiff_t found = 0;
+    for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) found++;
+    return found;
+}
+
+/** Lines of the log and how often they stand there at least. A sweep is four steps, and the first isn't asked
+ * for. */
+const struct {
+    const char *line;
+    int least;
+} work[] = {
+    { "usleep=500ms, radio[0]", 8 },
+    { "usleep=500ms, radio[1]", 8 },
+    { "band[0], just first scan now, not retrigger", 100 },
+    { "| vesk_scan_2G_result_ubus_handle:", 1 },
+    { "| vesk_scan_5GA_result_ubus_handle:", 1 },
+    { " vesk_channel_change_handle curChannel=", 2 },
+};
+
+TEST_F(System, ScanThreadsAndTheMainLoopShareNothingUnseen) {
+    setenv("TSAN_OPTIONS", sanitizer, 1);
+    restless_device();
+    startBoth();
+    Bus bus;
+    bus.send("tamlo.pelk.vesk.setLogDestination", // a file that isn't rotated
+             std::string(4, '\0') + "/tmp/whole.log" + std::string(18, '\0'));
+    const int64_t start = now_ms();
+    for (int round = 0; now_ms() < start + 22000 && !HasFatalFailure(); round++, usleep(1000)) {
+        const bool isLate = now_ms() > start + 11000;
+        for (const uint32_t band : { 0u, 3u }) {
+            if (round == 0) ask(bus, band, { "setChannel" });
+            if (band != 0 || !isLate) // passes behind a last sweep, whose end no later start has ordered
+                ask(bus, band, { "triggerScan" });
+            ask(bus, band, { "getNeighborAPInfo", "getOffChannelInfo", "getCurChannelInfo" });
+            if (round % 20 == 0) // rarely: their way through the device library orders the threads
+                ask(bus, band, { "getScanStatus", "getRadioInfo", "getScanCap", "getChannel" });
+        }
+        if (isLate && round % 20 == 10) // a sweep that starts now stays owed for good
+            set_scanning(bus, 0);
+        set_scanning(bus, 1);
+    }
+    kill(daemon.pid, SIGTERM);
+    EXPECT_EQ(finish(daemon, PATIENCE), 0);
+    broker.kill();
+    for (const auto &file : std::filesystem::directory_iterator("/tmp/output"))
+        EXPECT_FALSE(contains(file.path(), "/tsan.")) << read_file(file.path());
+    const std::string log = read_file("/tmp/whole.log");
+    for (const auto &[line, least] : work) EXPECT_GE(count(log, line), least) << line;
+}
+
+} // namespace
