@@ -92,7 +92,7 @@ void dump_assoc_frame(const VeskClientJoin *join)
 
 void wdev_client_join_dump(const VeskClientJoin *join)
 {
-    if (vesk_get_vesk_info()->logLevel < VESK_LEVEL_DEBUG)
+    if (flag_load(&vesk_get_vesk_info()->logLevel) < VESK_LEVEL_DEBUG)
         return;
     fprintf(stderr,
             "mac_addr=[%02x:%02x:%02x:%02x:%02x:%02x], rssi=%d, channel=%d, frequency=%d, bw=%d, opClass=%d, "

@@ -1,6 +1,5 @@
 // Who is who: radios and VAPs by number and by name, and the two forms of an interface's name. The inner name
 // is what the libraries and the records use; the outer name, with ".v0" behind it, is what the bus shows.
-#include <cstdio>
 #include <cstring>
 
 #include "foundation/vesk_utils.h"
@@ -115,18 +114,21 @@ int vesk_get_intf_inner_name(char *dst, const char *src)
     return 0;
 }
 
-// The suffix is formatted with a limit of 15 bytes, so that 14 characters survive; a name without one
-// keeps 15.
+// With the suffix 14 characters survive; a name without one keeps 15.
 int vesk_get_intf_outer_name(char *dst, const char *src)
 {
     if (dst == nullptr || src == nullptr)
         return -1;
     VESK_LOG(DEBUG, " %s, %d, %s\n\n", __func__, __LINE__, src);
     char outer[VESK_IFNAME_SIZE] = {};
-    if (has_plain_names() || vesk_is_bsta_intf(src))
+    if (has_plain_names() || vesk_is_bsta_intf(src)) {
         vesk_util_strncpy(outer, src, sizeof outer);
-    else
-        snprintf(outer, sizeof outer - 1, "%s%s", src, outerSuffix);
+    } else {
+        constexpr size_t size = sizeof outer - 1;
+        vesk_util_strncpy(outer, src, size);
+        const size_t length = strlen(outer);
+        vesk_util_strncpy(outer + length, outerSuffix, size - length);
+    }
     vesk_util_strncpy(dst, outer, VESK_IFNAME_SIZE);
     return 0;
 }

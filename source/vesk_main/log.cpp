@@ -1,6 +1,7 @@
-// The two halves of the log statement, and every writer of the stream and of the level. All of them hold one
-// recursive mutex, begin's until end: scan threads log beside the main loop, and a statement's arguments may
-// log.
+// The two halves of the log statement, and every writer of the stream and of the level. Scan threads log
+// beside the main loop: a rotation, a line and a change of the destination hold one mutex, a line's from
+// begin to end. It is recursive, since a statement's arguments may log. A statement that writes nothing takes
+// no lock.
 #include "source/vesk_main/log.h"
 
 #include <cstdarg>
@@ -11,6 +12,7 @@
 #include <pthread.h>
 #include <sys/stat.h>
 
+#include "foundation/bytes.h"
 #include "source/vesk_main/records.h"
 
 namespace
@@ -47,11 +49,17 @@ void set_stream(FILE *stream)
     logClosed = false;
 }
 
-/** Keeps the file below its limit, wherever the lines go at the moment; always comes back to it. */
-void rotate_if_large()
+bool is_large()
 {
     struct stat st;
-    if (stat(VESK_LOG_FILE, &st) != 0 || st.st_size <= rotateAbove)
+    return stat(VESK_LOG_FILE, &st) == 0 && st.st_size > rotateAbove;
+}
+
+/** Keeps the file below its limit, wherever the lines go at the moment; always comes back to it. */
+void rotate()
+{
+    const LogGuard guard;
+    if (logClosed || !is_large()) // another thread was quicker
         return;
     close_stream(vesk_get_vesk_info()->logFile);
     rename(VESK_LOG_FILE, rotatedName);
@@ -62,21 +70,26 @@ void rotate_if_large()
 
 bool vesk_log_begin(VeskLogLevel level)
 {
+    if (is_large()) // a statement that the level holds back rotates, too
+        rotate();
+    if (flag_load(&vesk_get_vesk_info()->logLevel) < level)
+        return false;
     pthread_mutex_lock(&logMutex);
-    if (!logClosed) {
-        rotate_if_large(); // a statement that the level holds back rotates, too
-        if (vesk_get_vesk_info()->logLevel >= level)
-            return true;
-    }
+    if (!logClosed)
+        return true;
     pthread_mutex_unlock(&logMutex);
     return false;
 }
 
-const char *vesk_log_time(char *text)
+// The text is made once a second: it takes longer than all the rest of a line's formatting.
+const char *vesk_log_time()
 {
+    static time_t shown = -1;
+    static char text[26];
     const time_t now = time(nullptr);
-    if (ctime_r(&now, text) == nullptr)
+    if (now != shown && ctime_r(&now, text) == nullptr)
         text[0] = '\0';
+    shown = now;
     return text;
 }
 
@@ -94,7 +107,7 @@ void vesk_log_end(const char *format, ...)
 void vesk_init_log()
 {
     const LogGuard guard;
-    vesk_get_vesk_info()->logLevel = VESK_LEVEL_INFO;
+    flag_store(&vesk_get_vesk_info()->logLevel, VESK_LEVEL_INFO);
     set_stream(open_for_append(VESK_LOG_FILE));
     if (vesk_get_vesk_info()->logFile == nullptr)
         fputs("vesk init log error\r\n", stderr);
@@ -109,8 +122,7 @@ void vesk_deinit_log()
 
 void vesk_log_set_level(int level)
 {
-    const LogGuard guard;
-    vesk_get_vesk_info()->logLevel = level;
+    flag_store(&vesk_get_vesk_info()->logLevel, level);
 }
 
 void vesk_log_use_stderr()

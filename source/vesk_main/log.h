@@ -1,6 +1,6 @@
 // The log statement. Every statement looks at the size of the log file first (and rotates it above 1 MiB),
-// then at the level; only then are its arguments evaluated and the line written and flushed. One recursive
-// mutex covers all of it: scan threads log too, and a statement's arguments may log themselves.
+// then at the level; only then are its arguments evaluated and the line written and flushed. It may stand on
+// any thread.
 #pragma once
 
 #include <cstddef>
@@ -42,18 +42,17 @@ consteval VeskLogModule vesk_log_module(const char *path)
     do {                                                                                                     \
         if (vesk_log_begin(VESK_LEVEL_##level)) {                                                            \
             static constexpr VeskLogModule vesk_log_here = vesk_log_module(__FILE__);                        \
-            char vesk_log_now[26];                                                                           \
-            vesk_log_end(VESK_LOG_PREFIX format, vesk_log_time(vesk_log_now), #level, vesk_log_here.text,    \
-                         function, __LINE__, ##__VA_ARGS__);                                                 \
+            vesk_log_end(VESK_LOG_PREFIX format, vesk_log_time(), #level, vesk_log_here.text, function,      \
+                         __LINE__, ##__VA_ARGS__);                                                           \
         }                                                                                                    \
     } while (0)
 
-/** First half of a statement: takes the lock, rotates, tests the level. False: nothing to write, lock given
- * back. */
+/** First half of a statement: rotates, tests the level. True: there is a line to write, and the log's lock is
+ * held. */
 bool vesk_log_begin(VeskLogLevel level);
 
-/** The text form of the present local time into 26 bytes; returns it. */
-const char *vesk_log_time(char *text);
+/** The text form of the present local time; only between the halves. */
+const char *vesk_log_time();
 
 /** Second half: writes the line, flushes, gives the lock back. */
 [[gnu::format(printf, 1, 2)]] void vesk_log_end(const char *format, ...);
@@ -64,7 +63,6 @@ void vesk_init_log();
 /** Closes the log stream; only on the way out of the process. */
 void vesk_deinit_log();
 
-/** The destination changes below and the level are written under the statement's lock. */
 void vesk_log_set_level(int level);
 /** Lines go to stderr's stream; the stream that was there stays open. */
 void vesk_log_use_stderr();
