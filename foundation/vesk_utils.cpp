@@ -17,6 +17,7 @@ namespace
 {
 
 constexpr int macBytes = 6;
+constexpr size_t macTextLength = 17; // without the terminator
 constexpr int noBand = 5;
 
 struct ChannelRange {
@@ -69,11 +70,12 @@ int vesk_utils_mac2str(const uint8_t *mac, char *text)
 }
 
 // Runs for every neighbour of a reply. Colons behind the sixth byte are let pass; nothing else is.
-int vesk_utils_str2mac(const char *text, uint8_t *mac)
+int vesk_utils_field2mac(const char *field, size_t size, uint8_t *mac)
 {
-    if (text == nullptr)
+    if (field == nullptr || size < macTextLength)
         return -1;
     uint64_t bytes = 0; // in a register: bytes in memory would have to be waited for
+    const char *text = field;
     for (int i = 0; i < macBytes; ++i) {
         if (i > 0 && *text++ != ':')
             return -1;
@@ -83,13 +85,19 @@ int vesk_utils_str2mac(const char *text, uint8_t *mac)
         bytes = bytes << 8 | static_cast<unsigned>(byte);
         text += 2;
     }
-    while (*text == ':')
-        ++text;
-    if (*text != '\0')
+    size_t length = macTextLength;
+    while (length < size && field[length] == ':')
+        ++length;
+    if (length < size && field[length] != '\0')
         return -1;
     bytes = htobe64(bytes << 16);
     memcpy(mac, &bytes, macBytes);
     return 0;
+}
+
+int vesk_utils_str2mac(const char *text, uint8_t *mac)
+{
+    return vesk_utils_field2mac(text, SIZE_MAX, mac);
 }
 
 int vesk_utils_translate_channelInt2Str(const uint32_t *channels, int count, char *out, int size)

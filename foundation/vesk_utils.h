@@ -20,6 +20,9 @@ int vesk_utils_mac2str(const uint8_t *mac, char *text);
 /** Text of six two-digit hexadecimal tokens, either case, to a 6-byte MAC. 0, or -1. */
 int vesk_utils_str2mac(const char *text, uint8_t *mac);
 
+/** The same for a field of `size` bytes, which may lack its terminator. */
+int vesk_utils_field2mac(const char *field, size_t size, uint8_t *mac);
+
 /**
  * Writes each non-zero channel as a decimal number and one blank; a number that no longer fits ends the
  * text. 0, or 1 with `out` untouched if `size` bytes are fewer than `count`.

@@ -58,19 +58,17 @@ void fill_off_channel(WireOffChannel *to, const VeskScanChannel &from, int32_t t
  * written just before took longer than all the rest. */
 void fill_neighbor(WireNeighbor *to, int channel, const VeskScanNeighbor &from)
 {
-    char bssid[sizeof from.bssid];
-    memcpy(bssid, from.bssid, sizeof bssid);
-    bssid[sizeof bssid - 1] = '\0';
     to->channel = channel;
     to->rssi = from.rssi;
-    vesk_utils_str2mac(bssid, to->bssid); // stays zero when it fails
+    vesk_utils_field2mac(from.bssid, sizeof from.bssid - 1, to->bssid); // stays zero when it fails
     vesk_util_strncpy(to->ssid, from.ssid, sizeof to->ssid);
     to->value1 = from.value1;
     to->value2 = from.value2;
     vesk_util_strncpy(to->text, from.text, sizeof to->text);
 }
 
-/** Radio index that a neighbour's channel counts to; the upper 5 GHz band is radio 1's. -1: none. */
+/** Radio index that a neighbour's channel counts to; the upper 5 GHz band is radio 1's. -1: none, as for a
+ * slot without a result. */
 int radio_of_channel(int channel)
 {
     const int radio = vesk_utils_mapping_band(vesk_utils_get_band_by_channel(channel));
@@ -143,14 +141,18 @@ int vesk_getNeighborAPInfo(int band, WireNbAPInfo *nbAPInfo)
         return -1;
     nbAPInfo->radioBand = band;
     const int slots = scan->neighbors ? scan->channelNums * VESK_SCAN_NEIGHBORS_PER_CHANNEL : 0;
+    VeskScanNeighbor *const *const end = scan->neighbors + slots;
     int filled = 0;
-    for (int i = 0; i < slots && filled < VESK_WIRE_NEIGHBORS; i++) {
-        const VeskScanNeighbor *found = flag_load(&scan->neighbors[i]);
+    for (VeskScanNeighbor *const *slot = scan->neighbors; slot != end; slot++) {
+        const VeskScanNeighbor *found = flag_load(slot);
         if (!found)
             continue;
         const int channel = found->ch;
-        if (channel > 0 && radio_of_channel(channel) == want)
-            fill_neighbor(&nbAPInfo->neighbors[filled++], channel, *found);
+        if (radio_of_channel(channel) != want)
+            continue;
+        fill_neighbor(&nbAPInfo->neighbors[filled++], channel, *found);
+        if (filled == VESK_WIRE_NEIGHBORS)
+            break;
     }
     nbAPInfo->nbNums = filled;
     return 0;

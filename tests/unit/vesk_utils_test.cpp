@@ -27,6 +27,15 @@ TEST(Utils, MacText) {
     }
 }
 
+// What stands behind the field doesn't count, neither for nor against it.
+TEST(Utils, MacOfAFieldWithoutTerminator) {
+    for (const auto &[size, rc] : { std::pair(16, -1), { 17, 0 }, { 18, 0 }, { 19, -1 } }) {
+        uint8_t mac[6] = {};
+        EXPECT_EQ(vesk_utils_field2mac("00:1a:2b:3c:4d:ff:x", static_cast<size_t>(size), mac), rc) << size;
+        EXPECT_EQ(mac[5], rc == 0 ? 255 : 0);
+    }
+}
+
 TEST(Utils, BoundedTexts) {
     for (const std::string source : { "", "abc", "abcd" }) {
         const std::string kept = source.substr(0, 3);
