@@ -77,7 +77,7 @@ TEST_F(FirstScan, WholeBandWay) {
         unsigned sleptUs = 0;
         for (unsigned us : fakeLibc.sleepsUs)
             sleptUs += us <= 500000 ? us : 0; // no sleep is deaf to the end for longer
-        EXPECT_EQ(sleptUs, sleptMs * 1000u);
+        EXPECT_EQ(sleptUs, static_cast<unsigned>(sleptMs) * 1000u);
         EXPECT_EQ(fakeDevice.count("rilk_getScanNeighborApOneChannel"), reads ? channels : 0);
         EXPECT_EQ(flags(1), (Numbers{ 0, reads != 0, 0, 0 })); // an early end closes nothing
         EXPECT_EQ(radio[1].curChannelInfo.ccaIdle, arriveAt < 9 && reads ? 64 : 0);

@@ -85,7 +85,7 @@ TEST(InboundSignals, ValueOfOneOrMoreSwitchesOn) {
         ubus_object object = {};
         object.name = "vesk";
         vesk.ubusObj = &object;
-        for (size_t index : { 2, 4, 5, 6, 7 })
+        for (const unsigned index : { 2u, 4u, 5u, 6u, 7u })
             deliver(index, Bytes(5).i32(0, value)); // what follows the word doesn't count
         for (uint8_t *flag : switches) EXPECT_EQ(*flag, on) << value;
         EXPECT_EQ(autoConnect.enableAuto, !on);

@@ -31,7 +31,7 @@ TEST_F(ScanRecords, TearDownStopsEverythingAndAutoConnectTheScan) {
     const std::string texts = "bssid=" + std::string(17, 'x') + ", ssid=" + std::string(64, 'x') + ", rssi=";
     EXPECT_NE(fake_stderr().find(texts), std::string::npos);
     vesk_check_all_ready(), vesk_start_backhaul_credential_timer();
-    for (uint32_t band : { 0, 1, 2 }) { // there is no radio 2
+    for (uint32_t band : { 0u, 1u, 2u }) { // there is no radio 2
         vesk_start_first_scan_ubus_timer(band, 1), vesk_start_period_scan_ubus_timer(band, 1);
         vesk_start_scan_result_ubus_timer(band, 1);
     }
