@@ -121,7 +121,7 @@ int Bus::send(const char *name, const std::string &payload) {
 
 bool Bus::listen(std::chrono::milliseconds span, const std::function<bool()> &question) {
     return eventually(span, [&] {
-        ubus_handle_event(ctx);
+        for (int i = 0; i < 64; i++) ubus_handle_event(ctx); // the genuine library may take one message a call
         return question();
     });
 }
