@@ -39,6 +39,9 @@ TEST(Log, WritesThePrefixAndTheMessageAsItStands) {
     VESK_LOG(NOTICE, " outer %d\n", counted()); // a statement inside a statement
     const std::string text = file_text("/tmp/vesk.log");
     EXPECT_LT(text.find(" | counted:"), text.find(" |  outer 1\n"));
+    fake_advance(61s);
+    VESK_LOG(NOTICE, " later\n");
+    EXPECT_NE(file_text("/tmp/vesk.log").find("VESK > Tue Nov 14 22:14:21 | NOTICE "), std::string::npos);
 }
 
 TEST(Log, RotatesAboveOneMebibyteAndComesBackToTheFile) {
