@@ -83,7 +83,7 @@ def start_broker():
 
 
 def start_daemon():
-    shutil.copy(ROOT / "platform/rilk_sim/kor-product-cfg.json", "/usr/etc/")
+    shutil.copy(ROOT / "platform/sim/kor-product-cfg.json", "/usr/etc/")
     os.makedirs("/configs/vesk", exist_ok=True)
     pathlib.Path("/configs/vesk/vesk_debug_flag").touch()  # keeps the daemon from renewing its configuration
     pathlib.Path("/configs/vesk/vesk.conf").write_text(CONFIG)

@@ -1,5 +1,5 @@
 // Lines to datagrams, byte for byte.
-#include "platform/drelm/drelm.h"
+#include "platform/sim/drelm/drelm.h"
 
 #include <chrono>
 #include <sstream>

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 #include "tests/unit/test_files.h"
 
 struct SimTest : testing::Test {

@@ -133,7 +133,7 @@ void System::SetUp() {
            "/tmp/vesk-sim.log", "/tmp/vesk-sim.json", "/usr/etc/kor-product-cfg.json" })
         std::filesystem::remove_all(left);
     std::filesystem::create_directory("/tmp/output");
-    std::filesystem::copy(VESK_SOURCE_DIR "/platform/rilk_sim/kor-product-cfg.json", "/usr/etc/");
+    std::filesystem::copy(VESK_SOURCE_DIR "/platform/sim/kor-product-cfg.json", "/usr/etc/");
 }
 
 void System::startBroker() {

@@ -1,5 +1,5 @@
 // librilk.so, what only reads the device: radios, VAPs, statistics, stations.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <algorithm>
 #include <cstdio>

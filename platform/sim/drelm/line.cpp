@@ -1,4 +1,4 @@
-#include "platform/drelm/line.h"
+#include "platform/sim/drelm/line.h"
 
 #include <algorithm>
 #include <cerrno>

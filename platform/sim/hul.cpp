@@ -1,5 +1,5 @@
 // libhul.so: the device's Wi-Fi settings, read from the same simulated device.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <algorithm>
 #include <cstdio>

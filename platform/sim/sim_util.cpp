@@ -1,6 +1,6 @@
 // Helpers of the simulated device that know nothing of its state: texts, the clock, figures that move in a
 // repeatable way, look-ups.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <algorithm>
 #include <cstdarg>

@@ -1,6 +1,6 @@
 // The description: JSON over the model. A key that is read is taken out of the tree, so that what is left
 // over at the end of an object is a key that nobody knows and is named in the log.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // The device's one instance, its lock, the description file that it follows, and its log. The state is never
 // destroyed: scan threads may still be inside a call when the process ends.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <cstdio>
 #include <ctime>

@@ -1,6 +1,6 @@
 // drelm: reads lines from a scenario file, from the FIFO, or from both in this order, and sends what they say
 // to the event port on the loopback interface.
-#include "platform/drelm/drelm.h"
+#include "platform/sim/drelm/drelm.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -2,7 +2,7 @@
 // downstream agent on the 5 GHz backhaul, some stations that come and go, and the networks of the
 // neighbours. The phone and the notebook are away together for a good part of the time, so that the periodic
 // scan, which stands back for them, gets its turn.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 namespace
 {

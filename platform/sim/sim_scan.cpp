@@ -1,7 +1,7 @@
 // Off-channel visits. A trigger notes when each visit is due; whoever asks for results first settles the
 // visits that have come due, and a channel's figures and neighbours are those of its last visit. Blocks that
 // are replaced in the daemon's neighbour table are kept for a while: a reader may be inside one.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,5 +1,5 @@
 // librilk.so, the commands: each takes effect in the model and leaves one line in the log.
-#include "platform/rilk_sim/sim.h"
+#include "platform/sim/sim.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 // The commands, one row each. A command fills a body from its line and hands it to send_event, which sends
 // nothing if the line has a mistake.
-#include "platform/drelm/drelm.h"
-#include "platform/drelm/line.h"
+#include "platform/sim/drelm/drelm.h"
+#include "platform/sim/drelm/line.h"
 
 #include <algorithm>
 #include <cstring>
