@@ -5,15 +5,9 @@
 // too. In the loop the probe is a descriptor among others and one timer paces the attempts; at start-up,
 // when there is no loop yet, the probe is waited for with a limit.
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
-#include <ctime>
-
+#include "platform/merka/greeting.h"
 #include "platform/merka/merka_internal.h"
 
 namespace
@@ -21,7 +15,6 @@ namespace
 
 constexpr int retryMs = 250;         // between attempts when the broker can't be reached
 constexpr int greetingMs = 1000;     // how long an accepted connection may stay without a greeting
-constexpr int greetingBytes = 12;    // sent by the broker in one write
 constexpr int settleMs = 1000;       // listeners reconnect as well: let them be back before we send
 constexpr int statusBadGreeting = 9; // ubus_reconnect: connected, but greeted wrongly
 
@@ -35,58 +28,6 @@ struct Connection {
     uloop_timeout retry;
     uloop_fd probe;
 } bus = { nullptr, false, false, {}, { .cb = on_probe, .fd = -1 } };
-
-enum class Greeting { Missing, Ready, Refused };
-
-/** A non-blocking connection to the broker, or -1. */
-int open_probe()
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    strncpy(address.sun_path, merka::socket_path(), sizeof address.sun_path - 1);
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0)
-        return -1;
-    if (connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
-        return fd;
-    close(fd);
-    return -1;
-}
-
-Greeting look_for_greeting(int fd)
-{
-    char bytes[greetingBytes];
-    const ssize_t length = recv(fd, bytes, sizeof bytes, MSG_PEEK | MSG_DONTWAIT);
-    if (length == greetingBytes)
-        return Greeting::Ready;
-    if (length < 0 && (errno == EAGAIN || errno == EINTR))
-        return Greeting::Missing;
-    return Greeting::Refused;
-}
-
-int64_t now_ms()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return int64_t{ now.tv_sec } * 1000 + now.tv_nsec / 1000000;
-}
-
-/** Whether a broker greets within the time limit. */
-bool broker_greets()
-{
-    const int fd = open_probe();
-    if (fd < 0)
-        return false;
-    const int64_t deadline = now_ms() + greetingMs;
-    Greeting greeting = look_for_greeting(fd);
-    for (int64_t left = greetingMs; greeting == Greeting::Missing && left > 0; left = deadline - now_ms()) {
-        pollfd entry = { fd, POLLIN, 0 };
-        poll(&entry, 1, static_cast<int>(left));
-        greeting = look_for_greeting(fd);
-    }
-    close(fd);
-    return greeting == Greeting::Ready;
-}
 
 void try_again_in(int ms)
 {
@@ -152,7 +93,7 @@ void on_retry(uloop_timeout *)
     close_probe();
     if (bus.ctx != nullptr)
         uloop_fd_delete(&bus.ctx->sock); // a half-closed one would keep the loop busy
-    bus.probe.fd = open_probe();
+    bus.probe.fd = greeting_open(merka::socket_path());
     if (bus.probe.fd >= 0)
         uloop_fd_add(&bus.probe, ULOOP_READ);
     try_again_in(bus.probe.fd >= 0 ? greetingMs : retryMs);
@@ -160,11 +101,11 @@ void on_retry(uloop_timeout *)
 
 void on_probe(uloop_fd *fd, unsigned)
 {
-    const Greeting greeting = look_for_greeting(fd->fd);
-    if (greeting == Greeting::Missing && !fd->error && !fd->eof)
+    const Greeting greeting = greeting_look(fd->fd);
+    if (greeting == Greeting::missing && !fd->error && !fd->eof)
         return;
     close_probe();
-    if (greeting != Greeting::Ready || !bring_up(settleMs))
+    if (greeting != Greeting::ready || !bring_up(settleMs))
         try_again_in(retryMs);
 }
 
@@ -177,7 +118,7 @@ ubus_context *merka::connected_context()
 
 void merka::connect_before_loop()
 {
-    if (bus.up || !broker_greets())
+    if (bus.up || greeting_await(merka::socket_path(), greetingMs) != Greeting::ready)
         return;
     const bool first = bus.ctx == nullptr;
     bring_up(first ? 0 : settleMs);
