@@ -288,13 +288,12 @@ const char *vesk_cfg_scan_key(int band, const char *keyword)
 void vesk_load_cfg()
 {
     renew_file();
-    VESK_LOG(INFO, " vesk version [%s] load vesk conf %s, %d\n", VESK_VERSION, CONFIG_FILE,
-             static_cast<int>(sizeof builtInText));
+    VESK_LOG(INFO, VESK_TEXT_VERSION, VESK_VERSION, CONFIG_FILE, static_cast<int>(sizeof builtInText));
     VESK_LOG(INFO, " Firstly set default value\n");
     set_defaults();
     VeskInfo *vesk = vesk_get_vesk_info();
     hul_EM_getWorkRole(&vesk->workRole);
-    VESK_LOG(INFO, " vesk start work role = %d\n", vesk->workRole);
+    VESK_LOG(INFO, VESK_TEXT_ROLE, vesk->workRole);
     read_file();
     vesk_load_platform_config();
 }

@@ -106,8 +106,7 @@ void wdev_client_join_dump(const VeskClientJoin *join)
 
 void log_sent(const char *function, const char *signal, const char *ifName, const uint8_t *mac)
 {
-    VESK_LOG_AS(function, INFO, " Ubus send successfully [%s] [%s] [%s] [%02x:%02x:%02x:%02x:%02x:%02x]\n",
-                VESK_BUS_OBJECT, signal, ifName, VESK_MAC_ARGS(mac));
+    VESK_LOG_AS(function, INFO, VESK_TEXT_SENT_CLIENT, VESK_BUS_OBJECT, signal, ifName, VESK_MAC_ARGS(mac));
 }
 
 } // namespace

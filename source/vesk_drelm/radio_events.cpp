@@ -87,6 +87,6 @@ int wdev_unsafe_channel_event_process(void *body, const char *)
     }
     send_record(VESK_SIGNAL_UNSAFE_CHANNEL, event);
     VESK_LOG(INFO, " updated ch_bitmap: 2.4G %x, 5G:%x-%x \n\n", stored[0], stored[1], stored[2]);
-    VESK_LOG(INFO, " Ubus send successfully [%s]\n", VESK_SIGNAL_UNSAFE_CHANNEL);
+    VESK_LOG(INFO, VESK_TEXT_SENT, VESK_SIGNAL_UNSAFE_CHANNEL);
     return 0;
 }

@@ -182,12 +182,11 @@ void vesk_setLogDestinationSignal(const char *interface, const char *signal, voi
     setting.destination[sizeof setting.destination - 1] = '\0';
     if (strcmp(setting.destination, "stderr") == 0) {
         vesk_log_redirect(nullptr);
-        VESK_LOG(INFO, " vesk_setLogDestinationSignal logFile=%s, level=[%d]\n", "stderr",
-                 vesk_get_vesk_info()->logLevel);
+        VESK_LOG(INFO, VESK_TEXT_LOG_TO_STDERR, "stderr", vesk_get_vesk_info()->logLevel);
         return;
     }
     vesk_log_redirect(setting.destination);
-    VESK_LOG(INFO, " vesk_setLogDestinationSignal logifle=[%s]\n", setting.destination);
+    VESK_LOG(INFO, VESK_TEXT_LOG_TO_FILE, setting.destination);
 }
 
 void vesk_setScanEnableSignal(const char *interface, const char *signal, void *payload, int size)
@@ -195,7 +194,7 @@ void vesk_setScanEnableSignal(const char *interface, const char *signal, void *p
     int32_t value;
     if (!read_value(__func__, interface, signal, payload, size, &value))
         return;
-    VESK_LOG(INFO, " Set scanning status=%d\r\n\n", value);
+    VESK_LOG(INFO, VESK_TEXT_SET_SCANNING, value);
     const uint32_t scan = means_on(value);
     vesk_set_bsta_auto_status(!scan); // auto-connect and scanning exclude each other
     vesk_set_scan_status(scan);
@@ -220,7 +219,7 @@ void vesk_setIntfStatEnableSignal(const char *interface, const char *signal, voi
     int32_t value;
     if (!read_value(__func__, interface, signal, payload, size, &value))
         return;
-    VESK_LOG(INFO, " Set interface statistics status=%d\r\n\n", value);
+    VESK_LOG(INFO, VESK_TEXT_SET_STATISTICS, value);
     vesk_set_intf_stat_status(means_on(value));
 }
 
@@ -229,7 +228,7 @@ void vesk_setStaEnableSignal(const char *interface, const char *signal, void *pa
     int32_t value;
     if (!read_value(__func__, interface, signal, payload, size, &value))
         return;
-    VESK_LOG(INFO, " Set client polling status=%d\r\n\n", value);
+    VESK_LOG(INFO, VESK_TEXT_SET_STATIONS, value);
     vesk_set_sta_timer_status(means_on(value));
 }
 
@@ -238,7 +237,7 @@ void vesk_setChannelChangeEnableSignal(const char *interface, const char *signal
     int32_t value;
     if (!read_value(__func__, interface, signal, payload, size, &value))
         return;
-    VESK_LOG(INFO, " Set channel change polling status=%d\r\n\n", value);
+    VESK_LOG(INFO, VESK_TEXT_SET_CHANNELS, value);
     vesk_set_channel_change_timer_status(means_on(value));
 }
 
@@ -247,7 +246,7 @@ void vesk_setUbusObjSignal(const char *interface, const char *signal, void *payl
     int32_t value;
     if (!read_value(__func__, interface, signal, payload, size, &value))
         return;
-    VESK_LOG(INFO, " Set ubus obj status=%d\r\n\n", value);
+    VESK_LOG(INFO, VESK_TEXT_SET_OBJECT, value);
     if (means_on(value))
         vesk_add_ubus_obj();
     else

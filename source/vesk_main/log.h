@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "include/vesk_log_texts.h"
+
 enum VeskLogLevel : int {
     VESK_LEVEL_ERROR = 3,
     VESK_LEVEL_NOTICE = 5,
@@ -14,7 +16,6 @@ enum VeskLogLevel : int {
 
 #define VESK_LOG_FILE "/tmp/vesk.log"
 #define VESK_INIT_LOG_FILE "/tmp/vesk_init.log"
-#define VESK_LOG_PREFIX "VESK > %.19s | %-7s | %-15s | %s:%d | "
 
 /** Path column of a line: the first two components of the source path, without an extension. */
 struct VeskLogModule {

@@ -123,12 +123,12 @@ void dump_scan_radio(int i)
     DUMP(" VeskOffScanCfg info :\n"
          "    scanCfg[%d]->radio           = %.16s\n"
          "    scanCfg[%d]->offChList       = %s\n"
-         "    scanCfg[%d]->offChListNums   = %d\n"
+         VESK_TEXT_DUMP_CHANNELS
          "    scanCfg[%d]->dwellMin        = %d\n"
          "    scanCfg[%d]->dwellMax        = %d\n"
          "    scanCfg[%d]->scanItv         = %d\n"
-         "    scanCfg[%d]->txThd           = %d\n"
-         "    scanCfg[%d]->rxThd           = %d\n"
+         VESK_TEXT_DUMP_TX_LIMIT
+         VESK_TEXT_DUMP_RX_LIMIT
          "    scanCfg[%d]->isFirstScan     = %d\n"
          "    scanCfg[%d]->noiseEval       = %d\n",
          i, cfg.radio, i, number_text(cfg.offChList, cfg.offChListNums).text, i, cfg.offChListNums, i,

@@ -75,10 +75,8 @@ bool scan_channel(uint32_t band, const ScanEntry &entry)
     VeskScanCfg *cfg = scan_cfg(band);
     const char *radio = scan_radio(band)->apIntf.radioIfname;
     scan_mark_visited(cfg, entry.chIdx);
-    VESK_LOG_AS(scanning, INFO,
-                " usleep=500ms, radio[%d]=%s, name=%s, idx=%d, chIdx=%d, channel=%d, alyScanCnt=%d\r\n\n",
-                band, radio, param.baseVap, entry.position, entry.chIdx, entry.channel,
-                scan_visited_count(cfg));
+    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_CHANNEL, band, radio, param.baseVap, entry.position,
+                entry.chIdx, entry.channel, scan_visited_count(cfg));
     rilk_triggerScan(radio, &param);
     if (!pause_run(band, channelPauseUs))
         return false;
@@ -163,7 +161,7 @@ bool sweep_whole_band(uint32_t band)
         return false;
     }
     const int sweepUs = cfg->offChListNums * channelPauseUs;
-    VESK_LOG_AS(scanning, INFO, " usleep=%d, band=%d, chipName=%s\r\n\n", sweepUs, band, radio->chipName);
+    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_WHOLE_BAND, sweepUs, band, radio->chipName);
     rilk_triggerScan(radio->apIntf.radioIfname, &param);
     if (!pause_run(band, sweepUs > 0 ? sweepUs : emptyListPauseUs) || !await_results(band) ||
         !collect_neighbors(band))
@@ -187,8 +185,7 @@ void run_first_scan(uint32_t band)
 {
     const int blocking = scan_auto_radio();
     if (blocking >= 0) {
-        VESK_LOG_AS(scanning, INFO, " offScan->scanCfg[%d].bstaAuto.enableAuto=%d, scan return\n", blocking,
-                    scan_auto_enabled(blocking));
+        VESK_LOG_AS(scanning, INFO, VESK_TEXT_AUTO_CONNECT, blocking, scan_auto_enabled(blocking));
         return; // the scan is still owed
     }
     flag_store(&scan_cfg(band)->isFirstScan, 0);
@@ -223,9 +220,8 @@ bool is_radio_at_end(int radio)
         VESK_LOG_AS(function, INFO, " Radio %s is not enable , set radio scan status to end\n",
                     info->apIntf.radioIfname);
     if (isAcsOff)
-        VESK_LOG_AS(function, INFO, " radioInfo[%d].isAcsEnabled = %d, set radio scan status to end\n", radio,
-                    info->isAcsEnabled);
-    VESK_LOG_AS(function, INFO, " isend[%d]=%d, isFirstScan=%d\n", radio, isScanEnd, isFirstScan);
+        VESK_LOG_AS(function, INFO, VESK_TEXT_RADIO_ACS_OFF, radio, info->isAcsEnabled);
+    VESK_LOG_AS(function, INFO, VESK_TEXT_RADIO_END, radio, isScanEnd, isFirstScan);
     return isDown || isAcsOff || (isFirstScan == 0 && isScanEnd != 0);
 }
 } // namespace
@@ -282,13 +278,13 @@ uint32_t vesk_first_scanning_is_end()
     int32_t role = HUL_UNSELECTED;
     hul_EM_getWorkRole(&role);
     if (role == HUL_UNSELECTED) {
-        VESK_LOG(INFO, " The node is UNSELECTED AP ,scan not reay\n");
+        VESK_LOG(INFO, VESK_TEXT_UNSELECTED);
         return 0;
     }
     int count = 0;
     for (int radio = 0; radio < VESK_RADIOS; radio++)
         count += is_radio_at_end(radio);
-    VESK_LOG(INFO, " count=%d\n", count);
+    VESK_LOG(INFO, VESK_TEXT_RADIOS_AT_END, count);
     return count >= VESK_RADIOS;
 }
 

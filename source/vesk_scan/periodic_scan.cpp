@@ -22,19 +22,18 @@ bool vesk_is_allowed_scan(uint32_t band)
     int32_t *role = &vesk_get_vesk_info()->workRole;
     hul_EM_getWorkRole(role);
     if (*role == HUL_UNSELECTED) {
-        VESK_LOG(INFO, " The node is UNSELECTED AP - exit\n");
+        VESK_LOG(INFO, VESK_TEXT_STEP_UNSELECTED);
         return false;
     }
     if (vesk_get_scan_status() == 0)
         return false;
     if (vesk_is_active_radio(scan_radio(band)) == 0) {
-        VESK_LOG(INFO, " Radio %s is not enable - exit\n", scan_radio(band)->apIntf.radioIfname);
+        VESK_LOG(INFO, VESK_TEXT_STEP_RADIO_DOWN, scan_radio(band)->apIntf.radioIfname);
         return false;
     }
     const int blocking = scan_auto_radio();
     if (blocking >= 0)
-        VESK_LOG(INFO, " offScan->scanCfg[%d].bstaAuto.enableAuto=%d, scan return\n", blocking,
-                 scan_auto_enabled(blocking));
+        VESK_LOG(INFO, VESK_TEXT_AUTO_CONNECT, blocking, scan_auto_enabled(blocking));
     return blocking < 0;
 }
 
@@ -48,7 +47,7 @@ bool yields_to_first_scan(uint32_t band)
     VESK_LOG_AS(process, INFO, " band=%d, isFirstScan=%d, isScanEnd=%d, triggerCnt=%d, cycScanSend=%d\n",
                 band, isFirstScan, isScanEnd, *triggerCnt, cycScanSend);
     if (isFirstScan != 0 && *triggerCnt == 0) {
-        VESK_LOG_AS(process, INFO, " ====CFG to RGW or AGENT retrigger first scan band=%d ====\n", band);
+        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_FIRST_OWED, band);
         flag_store(&cfg->isFirstScan, 0); // the retrigger turns down a radio that still owes one
         ++*triggerCnt;
         VESK_LOG_AS(process, INFO, " band=%d, isFirstScan=%d, triggerCnt=%d, cycScanSend=%d\r\n\n", band,
@@ -58,7 +57,7 @@ bool yields_to_first_scan(uint32_t band)
     }
     if (isFirstScan != 0 || isScanEnd != 0 || cycScanSend == 1)
         return false;
-    VESK_LOG_AS(process, INFO, " ====First scan is doing now return timer band=%d ====\n", band);
+    VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_FIRST_RUNS, band);
     return true;
 }
 
@@ -66,16 +65,13 @@ bool yields_to_first_scan(uint32_t band)
 void refresh_from_table(uint32_t band)
 {
     VeskRadioInfo *radio = scan_radio(band);
-    VESK_LOG_AS(process, INFO,
-                " Radio %s chipName %s is not support only update current channel by old acs\n",
-                radio->apIntf.radioIfname, radio->chipName);
+    VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_CHIP_REFRESHES, radio->apIntf.radioIfname, radio->chipName);
     scan_walk(vesk_get_scan_info(), scan_cfg(band), [&](const ScanEntry &entry) {
         if (vesk_get_scan_status() != 0)
             scan_refresh_cur_channel(radio, entry.chIdx);
         return true;
     });
-    VESK_LOG_AS(process, INFO, " Radio %s chipName %s is not support - exit\n", radio->apIntf.radioIfname,
-                radio->chipName);
+    VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_CHIP, radio->apIntf.radioIfname, radio->chipName);
 }
 
 /** Whether load, stations and settings let the radio leave its channel now. */
@@ -86,17 +82,15 @@ bool is_radio_free(uint32_t band)
     rilk_getCurChannelInfo(radio->apIntf.radioIfname, &radio->curChannelInfo);
     const uint32_t ccaInbss = radio->curChannelInfo.ccaInbss, ccaTxUtil = radio->curChannelInfo.ccaTxUtil;
     if (ccaInbss >= static_cast<uint32_t>(cfg->rxThd) || ccaTxUtil >= static_cast<uint32_t>(cfg->txThd)) {
-        VESK_LOG_AS(process, INFO, " band=%d, ccaInbss=%d, ccaTxUtil=%d, out range return\n", band, ccaInbss,
-                    ccaTxUtil);
+        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_BUSY, band, ccaInbss, ccaTxUtil);
         return false;
     }
     if (vesk_is_connected_fronthaul_station() != 0) {
-        VESK_LOG_AS(process, INFO, " Has station connected , band=%d do not scan\n", band);
+        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_STATION, band);
         return false;
     }
     if (radio->isAcsEnabled == 0)
-        VESK_LOG_AS(process, INFO, " radioInfo[%d].isAcsEnabled = %d, scan return\n", band,
-                    radio->isAcsEnabled);
+        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_ACS_OFF, band, radio->isAcsEnabled);
     return radio->isAcsEnabled != 0;
 }
 
@@ -123,11 +117,11 @@ void trigger_next(uint32_t band)
         return;
     const VeskScanParam param = scan_param(band, entry.channel);
     if (param.baseVap[0] == '\0') {
-        VESK_LOG_AS(process, INFO, " Trigger scan base vap interface name is NULL, break\n");
+        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_NO_BASE);
         return;
     }
     if (vesk_is_backhaul_intf(param.baseVap)) {
-        VESK_LOG_AS(process, INFO, " Trigger scan base vap interface is backhaul, break\n");
+        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_BASE_BACKHAUL);
         return;
     }
     rilk_triggerScan(scan_radio(band)->apIntf.radioIfname, &param);
@@ -148,7 +142,7 @@ void scan_arm_timer(const char *function, uint32_t band, uloop_timeout *timer, u
                     uint32_t itv)
 {
     if (vesk_get_scan_info()->scanEnableCfg == 0) {
-        VESK_LOG_AS(function, INFO, " Scan channel metric polling not enabled ----exit\n");
+        VESK_LOG_AS(function, INFO, VESK_TEXT_TIMER_OFF);
         return;
     }
     VESK_LOG_AS(function, DEBUG, " scan ubus timer band=%d\n", band);
@@ -172,7 +166,7 @@ void vesk_start_scan_ubus_timer()
     VESK_LOG(INFO, " vesk_start_scan_ubus_timer scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),
              offScan->scanEnableCfg);
     if (offScan->scanEnableCfg == 0) {
-        VESK_LOG(INFO, " Scan channel metric polling not enabled ----exit\n");
+        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
         return;
     }
     offScan->scanTimer.cb = vesk_update_scan_ubus_handle;
@@ -193,10 +187,9 @@ void vesk_stop_scan_ubus_timer()
 void vesk_update_scan_ubus_handle(uloop_timeout *timer)
 {
     const uint8_t enabled = vesk_get_scan_status();
-    VESK_LOG(INFO, " scanEnable=%d, scanEnableCfg=%d, scanItv=%d\n", enabled,
-             vesk_get_scan_info()->scanEnableCfg, scan_cfg(0)->scanItv);
+    VESK_LOG(INFO, VESK_TEXT_PASS, enabled, vesk_get_scan_info()->scanEnableCfg, scan_cfg(0)->scanItv);
     if (enabled == 0)
-        VESK_LOG(INFO, " Scan channel metric polling not enabled ---- continue\n");
+        VESK_LOG(INFO, VESK_TEXT_PASS_OFF);
     for (uint32_t band = 0; enabled != 0 && band < VESK_SCAN_RADIOS; band++)
         vesk_start_period_scan_ubus_timer(band, stepDelay[band]);
     if (timer != nullptr)
@@ -238,7 +231,7 @@ void vesk_scan_process(uint32_t band)
         return;
     VESK_LOG(DEBUG, " band=%d, vesk_get_scan_status=[%d]\n", band, vesk_get_scan_status());
     if (!vesk_is_allowed_scan(band)) {
-        VESK_LOG(INFO, " band=[%d] is not allowed to scan return!\n", band);
+        VESK_LOG(INFO, VESK_TEXT_STEP_NOT_ALLOWED, band);
         return;
     }
     if (yields_to_first_scan(band))

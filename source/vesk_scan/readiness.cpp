@@ -12,11 +12,11 @@ void vesk_start_check_all_ready_ubus_timer()
 {
     VeskInfo *info = vesk_get_vesk_info();
     if (info->workRole == HUL_CONTROLLER) {
-        VESK_LOG(INFO, " Current role: HUL_CONTROLLER. Skip waiting first scan, create ready file.\n");
+        VESK_LOG(INFO, VESK_TEXT_CONTROLLER);
         vesk_create_ready_flag();
         return;
     }
-    VESK_LOG(INFO, " vesk_start_check_all_ready_ubus_timer\n");
+    VESK_LOG(INFO, VESK_TEXT_READY_CHECKS_BEGIN);
     info->checkAllReadyTimer.cb = vesk_check_all_ready_ubus_handle;
     uloop_timeout_set(&info->checkAllReadyTimer, scan_seconds(checkItv));
 }
@@ -34,13 +34,13 @@ void vesk_check_all_ready_ubus_handle(uloop_timeout *timer)
     VESK_LOG(INFO, " vesk_check_all_ready_ubus_handle itv=2\n");
     int32_t *checkCnt = &vesk_get_scan_state()->checkCnt;
     if (vesk_first_scanning_is_end() == 0 && *checkCnt < waits) {
-        VESK_LOG(INFO, " Not ready continue checkCnt = %d\n", *checkCnt);
+        VESK_LOG(INFO, VESK_TEXT_NOT_READY, *checkCnt);
         ++*checkCnt;
         if (timer != nullptr)
             uloop_timeout_set(timer, scan_seconds(checkItv));
         return;
     }
-    VESK_LOG(INFO, " Create ready file checkCnt=%d\n", *checkCnt);
+    VESK_LOG(INFO, VESK_TEXT_READY, *checkCnt);
     vesk_create_ready_flag();
     vesk_stop_check_all_ready_ubus_timer();
 }

@@ -21,13 +21,11 @@ VeskScanState *vesk_get_scan_state();
 
 /** The lines about the two switches, under the name of the function they stand in. */
 #define VESK_LOG_SWITCHES()                                                                                  \
-    VESK_LOG(INFO, " scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),                             \
-             vesk_get_scan_info()->scanEnableCfg)
+    VESK_LOG(INFO, VESK_TEXT_SWITCHES, vesk_get_scan_status(), vesk_get_scan_info()->scanEnableCfg)
 #define VESK_LOG_SWITCHES_ITV(itv)                                                                           \
-    VESK_LOG(INFO, " scanEnable=%d, scanEnableCfg=%d, itv=%d\n", vesk_get_scan_status(),                     \
-             vesk_get_scan_info()->scanEnableCfg, itv)
+    VESK_LOG(INFO, VESK_TEXT_SWITCHES_ITV, vesk_get_scan_status(), vesk_get_scan_info()->scanEnableCfg, itv)
 #define VESK_LOG_SWITCHES_BAND(band, itv)                                                                    \
-    VESK_LOG(INFO, " band=%d, scanEnable=%d, scanEnableCfg=%d, itv=%d\n", band, vesk_get_scan_status(),      \
+    VESK_LOG(INFO, VESK_TEXT_SWITCHES_BAND_ITV, band, vesk_get_scan_status(),                                \
              vesk_get_scan_info()->scanEnableCfg, itv)
 
 inline VeskScanCfg *scan_cfg(uint32_t band)

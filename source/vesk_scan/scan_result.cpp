@@ -106,14 +106,14 @@ void vesk_scan_2G_result_ubus_handle(uloop_timeout *)
 {
     VESK_LOG_SWITCHES();
     if (!is_scanning()) {
-        VESK_LOG(INFO, " Scan channel metric polling not enabled ----exit\n");
+        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
         return;
     }
     VeskScanCfg *cfg = scan_cfg(0);
     const ScanEntry entry = take_channel(0);
     if (entry.chIdx >= 0) {
-        VESK_LOG(INFO, " band=%d, radio=%s, scanning=%d, chanIdx=%d, offChListNum=%d, alreadyScanCount=%d\n",
-                 0, cfg->radio, entry.channel, entry.chIdx, cfg->offChListNums, scan_visited_count(cfg));
+        VESK_LOG(INFO, VESK_TEXT_RESULT_2G, 0, cfg->radio, entry.channel, entry.chIdx, cfg->offChListNums,
+                 scan_visited_count(cfg));
         scan_mark_visited(cfg, entry.chIdx);
     }
     if (scan_is_cycle_complete(vesk_get_scan_info(), cfg)) {
@@ -128,14 +128,14 @@ void vesk_scan_5GA_result_ubus_handle(uloop_timeout *)
 {
     VESK_LOG_SWITCHES();
     if (!is_scanning()) {
-        VESK_LOG(INFO, " Scan channel metric polling not enabled ----exit\n");
+        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
         return;
     }
     VeskScanCfg *cfg = scan_cfg(1);
     const ScanEntry entry = take_channel(1);
     if (entry.chIdx >= 0) {
-        VESK_LOG(INFO, " band=%d, scanning=%d, chanIdx=%d, offChListNum=%d, alreadyScanCount=%d\n", 1,
-                 entry.channel, entry.chIdx, cfg->offChListNums, scan_visited_count(cfg));
+        VESK_LOG(INFO, VESK_TEXT_RESULT_5G, 1, entry.channel, entry.chIdx, cfg->offChListNums,
+                 scan_visited_count(cfg));
         scan_mark_visited(cfg, entry.chIdx);
     }
     if (scan_is_cycle_complete(vesk_get_scan_info(), cfg)) {
