@@ -1,9 +1,7 @@
-// Access to bytes and flags that a plain pointer may not reach: misaligned fields of packed records,
-// counts from outside, and flags shared between a scan thread and the main loop.
+// Bytes that a plain pointer may not reach: misaligned fields of packed records. And MAC addresses, which are
+// six of them.
 #pragma once
 
-#include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -26,29 +24,9 @@ void store_bytes(void *to, T value)
     memcpy(to, &value, sizeof value);
 }
 
-/** A count from outside, brought into 0..limit. */
-constexpr int vesk_clamp_count(int value, int limit)
-{
-    return std::clamp(value, 0, limit);
-}
-
 /** Whether a 6-byte MAC is 00:00:00:00:00:00. */
 inline bool mac_is_zero(const uint8_t *mac)
 {
     constexpr uint8_t zero[6] = {};
     return memcmp(mac, zero, sizeof zero) == 0;
-}
-
-/** Relaxed read of a flag that another thread may write; the member must be aligned for T. */
-template <class T>
-T flag_load(const T *flag)
-{
-    return std::atomic_ref<T>(*const_cast<T *>(flag)).load(std::memory_order_relaxed);
-}
-
-/** Relaxed write of such a flag. */
-template <class T>
-void flag_store(T *flag, std::type_identity_t<T> value)
-{
-    std::atomic_ref<T>(*flag).store(value, std::memory_order_relaxed);
 }

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "foundation/bytes.h"
 #include "foundation/vesk_utils.h"
 #include "source/vesk_config/vesk_config.h"
 #include "source/vesk_interface/vesk_interface.h"

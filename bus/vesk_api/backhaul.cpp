@@ -3,6 +3,7 @@
 #include "bus/vesk_api/vesk_api.h"
 
 #include "bus/vesk_api/api_checks.h"
+#include "foundation/shared.h"
 #include "source/vesk_scan/vesk_scan.h"
 
 namespace

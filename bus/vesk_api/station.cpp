@@ -3,6 +3,7 @@
 #include "bus/vesk_api/vesk_api.h"
 
 #include "bus/vesk_api/api_checks.h"
+#include "foundation/bytes.h"
 #include "source/vesk_station/vesk_station.h"
 
 namespace

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "foundation/bytes.h"
+#include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "include/hul.h"
 #include "include/rilk.h"

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "foundation/bytes.h"
+#include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "source/vesk_drelm/event_body.h"
 #include "source/vesk_main/log.h"

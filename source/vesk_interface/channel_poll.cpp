@@ -3,7 +3,7 @@
 // asks for it. What it finds goes out as the record that a driver event would bring.
 #include <cstring>
 
-#include "foundation/bytes.h"
+#include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "include/rilk.h"
 #include "include/vesk_event.h"
@@ -62,13 +62,13 @@ bool is_unchanged(const VeskRadioInfo &radio, const Reading &now)
 /** A new channel can bring a new bandwidth and mode, so they are read again; the power isn't. */
 void store_change(VeskRadioInfo &radio, const Reading &now)
 {
-    radio.curChannel = now.channel;
+    flag_store(&radio.curChannel, now.channel); // scan threads read it, and the bandwidth
     radio.curFreq = vesk_utils_channel_to_freq(now.channel);
     RilkRadioDynParams dyn = {};
     rilk_getRadioDynParamters(radio.apIntf.radioIfname, &dyn);
-    vesk_util_strncpy(radio.bond, dyn.bond, sizeof radio.bond);
-    vesk_util_strncpy(radio.operatingStandards, dyn.operatingStandards, sizeof radio.operatingStandards);
-    radio.curBw = dyn.bw;
+    vesk_set_text(radio.bond, dyn.bond);
+    vesk_set_text(radio.operatingStandards, dyn.operatingStandards);
+    flag_store(&radio.curBw, dyn.bw);
     radio.txPower = now.power;
 }
 

@@ -1,8 +1,8 @@
 // When the inventory and the counters are refreshed. The inventory is polled until the platform first reports
 // a change of the WLAN settings; from then on it is refreshed on such a report only. Counters are polled by
 // their own switch. The fields at work are radio 0's: these timers serve the whole device.
-#include "foundation/bytes.h"
 #include "foundation/csrv_timer.h"
+#include "foundation/shared.h"
 #include "include/rilk.h"
 #include "source/vesk_interface/inventory.h"
 #include "source/vesk_interface/vesk_interface.h"

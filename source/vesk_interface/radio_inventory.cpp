@@ -3,7 +3,8 @@
 // differ.
 #include <cstring>
 
-#include "foundation/bytes.h"
+#include "foundation/clamp.h"
+#include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "include/hul.h"
 #include "source/vesk_interface/inventory.h"
@@ -17,6 +18,13 @@ namespace
 constexpr char refresh[] = "vesk_update_radio_info"; // the steps below log under the refresh's name
 
 uint32_t radioInited[VESK_RADIOS]; // 1: has been through its first refresh
+
+/** Ends a name where its field ends at the latest; what a library left behind the end goes. */
+void end_text(char (&name)[VESK_IFNAME_SIZE])
+{
+    const size_t length = strnlen(name, sizeof name - 1);
+    memset(name + length, 0, sizeof name - length);
+}
 
 void read_enabled(int idx, VeskRadioInfo &radio)
 {
@@ -120,12 +128,12 @@ void refresh_radio(int idx, VeskRadioInfo &radio, uint8_t &radioStatus)
     read_enabled(idx, radio);
     read_status(idx, radio, radioStatus);
     radio.intfNums = radio.apIntf.vapNums;
-    radio.band = idx;
+    flag_store(&radio.band, idx); // a scan thread's argument points to it
 
     RilkRadioDynParams dyn = {};
     rilk_getRadioDynParamters(radio.apIntf.radioIfname, &dyn);
-    vesk_util_strncpy(radio.bond, dyn.bond, sizeof radio.bond);
-    vesk_util_strncpy(radio.operatingStandards, dyn.operatingStandards, sizeof radio.operatingStandards);
+    vesk_set_text(radio.bond, dyn.bond);
+    vesk_set_text(radio.operatingStandards, dyn.operatingStandards);
     if (radioInited[idx] == 0) {
         radioInited[idx] = 1;
         read_first_time(radio, dyn);
@@ -137,18 +145,16 @@ void refresh_radio(int idx, VeskRadioInfo &radio, uint8_t &radioStatus)
 
 } // namespace
 
-// Written only when something differs: scan threads read the names.
 void vesk_refresh_ap_intf(int radioIdx)
 {
     VeskApIntfInfo &known = vesk_get_radio_info()[radioIdx].apIntf;
     VeskApIntfInfo info = known;
     rilk_getRadioApInterfaceInfo(radioIdx, &info);
-    info.radioIfname[sizeof info.radioIfname - 1] = '\0';
+    end_text(info.radioIfname);
     for (auto &name : info.vapIfname)
-        name[sizeof name - 1] = '\0';
+        end_text(name);
     info.vapNums = vesk_clamp_count(info.vapNums, VESK_WIRE_VAPS);
-    if (memcmp(&info, &known, sizeof info) != 0)
-        known = info;
+    shared_put(known, info); // scan threads read the names
 }
 
 void vesk_forget_radios()

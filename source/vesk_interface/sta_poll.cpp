@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "foundation/bytes.h"
+#include "foundation/clamp.h"
 #include "foundation/kvhmgr.h"
 #include "foundation/vesk_utils.h"
 #include "include/rilk.h"

@@ -1,8 +1,10 @@
 // The refresh of the sixteen VAP records, which is also a change detector: what differs from the record of a
 // VAP that has been seen before is announced at once, before the fields behind it are stored. A radio's
-// backhaul station has a path of its own, since the driver's VAP list need not contain it.
+// backhaul station has a path of its own, since the driver's VAP list need not contain it. Name, mode and
+// status are written for scan threads, which look for a VAP that can carry their scan.
 #include <cstring>
 
+#include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "include/hul.h"
 #include "include/vesk_event.h"
@@ -83,7 +85,7 @@ void find_mode(const VeskCfgWifi &wifi, VeskVapInfo &vap)
         vesk_get_intf_inner_name(inner, wifi.Vap[i].InterfaceName);
         if (strcmp(inner, vap.ifName) != 0)
             continue;
-        vesk_util_strncpy(vap.mode, wifi.Vap[i].Mode, sizeof vap.mode);
+        vesk_set_text(vap.mode, wifi.Vap[i].Mode);
         return;
     }
 }
@@ -94,7 +96,7 @@ void refresh_status(VeskVapInfo &vap, bool announce)
     rilk_getVapStatus(vap.ifName, &status);
     if (announce && status != vap.status)
         announce_status(vapRefresh, vap, status);
-    vap.status = status;
+    flag_store(&vap.status, status);
 }
 
 void refresh_bssid(VeskVapInfo &vap, bool announce)
@@ -120,7 +122,7 @@ void refresh_ssid(VeskVapInfo &vap, bool announce)
         VESK_LOG_AS(vapRefresh, INFO, " vapName=%s, old ssid %s change to %s\n", vap.ifName, vap.ssid, ssid);
         announce_attr(vap.ifName, attrSsid);
     }
-    vesk_util_strncpy(vap.ssid, ssid, sizeof vap.ssid);
+    vesk_set_text(vap.ssid, ssid);
 }
 
 void refresh_security(VeskVapInfo &vap)
@@ -128,7 +130,8 @@ void refresh_security(VeskVapInfo &vap)
     HulVapCfg cfg = {};
     VESK_LOG_AS(vapRefresh, INFO, " Call hul_getEnabledVapCfg, ifname=%s.\n\n", vap.ifName);
     hul_getEnabledVapCfg(vap.ifName, &cfg);
-    vesk_util_strncpy(vap.keyPassphrase, cfg.keyPassphrase, sizeof vap.keyPassphrase);
+    memcpy(vap.keyPassphrase, cfg.keyPassphrase, sizeof vap.keyPassphrase); // nothing of a former key stays
+    vap.keyPassphrase[sizeof vap.keyPassphrase - 1] = '\0';
     vap.authMode = cfg.authMode;
     vap.encryptMode = cfg.encryptMode;
     vap.vapAttr = cfg.vapAttr;
@@ -173,8 +176,8 @@ void vesk_init_vap_info(const char *radio, const char *ifName, int band)
     if (slot < 0)
         return;
     VeskVapInfo &vap = vesk_get_vap_info()[slot];
-    vesk_util_strncpy(vap.ifName, ifName, sizeof vap.ifName);
-    vesk_util_strncpy(vap.radio, radio, sizeof vap.radio);
+    vesk_set_text(vap.ifName, ifName);
+    vesk_set_text(vap.radio, radio);
     vap.band = band;
     vap.actualBand = band >= 1 ? VESK_BAND_5GA : band;
     const int row = find_cfg_row(vapRefresh, vap.actualBand);
@@ -222,8 +225,8 @@ void vesk_init_bsta_info(const char *radio, int actualBand)
     if (slot < 0)
         return;
     VeskVapInfo &vap = vesk_get_vap_info()[slot];
-    vesk_util_strncpy(vap.ifName, station.InterfaceName, sizeof vap.ifName);
-    vesk_util_strncpy(vap.radio, radio, sizeof vap.radio);
+    vesk_set_text(vap.ifName, station.InterfaceName);
+    vesk_set_text(vap.radio, radio);
     vap.vapAttr = VESK_VAP_BSTA;
     vap.band = vesk_get_radio_info()[radioIdx].band;
     vap.actualBand = vesk_get_radio_info()[radioIdx].actualBand;
@@ -232,7 +235,7 @@ void vesk_init_bsta_info(const char *radio, int actualBand)
     rilk_getVapStatus(vap.ifName, &status);
     if (status != vap.status)
         announce_status(bstaRefresh, vap, status);
-    vap.status = status;
-    vesk_util_strncpy(vap.mode, station.Mode, sizeof vap.mode);
+    flag_store(&vap.status, status);
+    vesk_set_text(vap.mode, station.Mode);
     vesk_utils_get_mac_by_ioctl(vap.ifName, vap.bssid);
 }

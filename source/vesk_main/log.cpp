@@ -12,7 +12,7 @@
 #include <pthread.h>
 #include <sys/stat.h>
 
-#include "foundation/bytes.h"
+#include "foundation/shared.h"
 #include "source/vesk_main/records.h"
 
 namespace

@@ -5,7 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "foundation/bytes.h"
+#include "foundation/clamp.h"
+#include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "source/vesk_config/vesk_config.h"
 #include "source/vesk_main/log.h"

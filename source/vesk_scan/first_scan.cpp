@@ -73,11 +73,11 @@ bool scan_channel(uint32_t band, const ScanEntry &entry)
         return true;
     }
     VeskScanCfg *cfg = scan_cfg(band);
-    const char *radio = scan_radio(band)->apIntf.radioIfname;
+    const ScanName radio = scan_radio_name(band);
     scan_mark_visited(cfg, entry.chIdx);
-    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_CHANNEL, band, radio, param.baseVap, entry.position,
+    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_CHANNEL, band, radio.text, param.baseVap, entry.position,
                 entry.chIdx, entry.channel, scan_visited_count(cfg));
-    rilk_triggerScan(radio, &param);
+    rilk_triggerScan(radio.text, &param);
     if (!pause_run(band, channelPauseUs))
         return false;
     scan_fetch_neighbors(vesk_get_scan_info(), cfg, entry.channel);
@@ -88,13 +88,12 @@ bool scan_channel(uint32_t band, const ScanEntry &entry)
 /** The way of most chips. False if the run has to end without closing anything. */
 bool sweep_by_channel(uint32_t band)
 {
-    VeskRadioInfo *radio = scan_radio(band);
     rilk_setEnableNoiseFloor(scan_cfg(band)->radio);
     bool goesOn = true;
     scan_walk(vesk_get_scan_info(), scan_cfg(band),
               [&](const ScanEntry &entry) { return goesOn = scan_channel(band, entry); });
     if (goesOn)
-        rilk_getCurChannelInfo(radio->apIntf.radioIfname, &radio->curChannelInfo);
+        rilk_getCurChannelInfo(scan_radio_name(band).text, &scan_radio(band)->curChannelInfo);
     return goesOn && !is_stopped(band);
 }
 
@@ -149,7 +148,6 @@ bool collect_neighbors(uint32_t band)
 bool sweep_whole_band(uint32_t band)
 {
     VeskScanCfg *cfg = scan_cfg(band);
-    const VeskRadioInfo *radio = scan_radio(band);
     const uint8_t enabled = vesk_get_scan_status();
     if (enabled == 0) {
         VESK_LOG_AS(scanning, INFO, " first scan offScan->scanEnable = %d\n", enabled);
@@ -161,8 +159,8 @@ bool sweep_whole_band(uint32_t band)
         return false;
     }
     const int sweepUs = cfg->offChListNums * channelPauseUs;
-    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_WHOLE_BAND, sweepUs, band, radio->chipName);
-    rilk_triggerScan(radio->apIntf.radioIfname, &param);
+    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_WHOLE_BAND, sweepUs, band, scan_radio(band)->chipName);
+    rilk_triggerScan(scan_radio_name(band).text, &param);
     if (!pause_run(band, sweepUs > 0 ? sweepUs : emptyListPauseUs) || !await_results(band) ||
         !collect_neighbors(band))
         return false;
@@ -261,7 +259,7 @@ void *vesk_first_scanning(void *arg)
         fputs("argv is NULL!\r\n", stderr);
         return nullptr;
     }
-    const auto band = load_bytes<uint32_t>(arg);
+    const auto band = static_cast<uint32_t>(flag_load(static_cast<const int32_t *>(arg)));
     if (band >= VESK_SCAN_RADIOS) {
         VESK_LOG(ERROR, " bandIdx=[%d] is not in range!\n", band);
         return nullptr;

@@ -3,7 +3,8 @@
 // called chIdx are positions in channelList; a radio's index is always checked before it comes here.
 #pragma once
 
-#include "foundation/bytes.h"
+#include "foundation/clamp.h"
+#include "foundation/shared.h"
 #include "include/hul.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
@@ -36,6 +37,11 @@ inline VeskRadioInfo *scan_radio(uint32_t band)
 {
     return &vesk_get_radio_info()[band];
 }
+/** A radio's interface name, copied: the refresh may be changing it beside a scan thread. */
+struct ScanName {
+    char text[VESK_IFNAME_SIZE];
+};
+ScanName scan_radio_name(uint32_t band);
 inline uint8_t scan_auto_enabled(int radio)
 {
     return flag_load(&scan_cfg(static_cast<uint32_t>(radio))->bstaAuto.enableAuto);

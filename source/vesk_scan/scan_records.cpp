@@ -107,6 +107,21 @@ void stop_timers()
     }
 }
 
+/** Whether the VAP of this name is up and an access point. Runs on scan threads, too. */
+bool can_carry_scan(const char (&name)[VESK_IFNAME_SIZE])
+{
+    for (int i = 0; i < VESK_VAPS; i++) {
+        const VeskVapInfo &vap = vesk_get_vap_info()[i];
+        char ifName[sizeof vap.ifName], mode[sizeof vap.mode];
+        shared_get(ifName, vap.ifName);
+        if (strcmp(ifName, name) != 0)
+            continue;
+        shared_get(mode, vap.mode);
+        return flag_load(&vap.status) != 0 && strstr(mode, "ap") != nullptr;
+    }
+    return false;
+}
+
 void print_neighbor(int row, int slot, const VeskScanNeighbor *entry)
 {
     VeskScanNeighbor neighbor;
@@ -211,17 +226,14 @@ void vesk_get_base_vap(uint32_t band, char *dst)
 {
     if (band >= VESK_SCAN_RADIOS || dst == nullptr)
         return;
-    const VeskApIntfInfo *intf = &scan_radio(band)->apIntf;
-    const int count = vesk_clamp_count(intf->vapNums, VESK_WIRE_VAPS);
+    VeskApIntfInfo intf;
+    shared_get(intf, scan_radio(band)->apIntf);
+    const int count = vesk_clamp_count(intf.vapNums, VESK_WIRE_VAPS);
     for (int i = 0; i < count; i++) {
-        const int vapIdx = vesk_getVapIdxByName(intf->vapIfname[i]);
-        if (vapIdx < 0 || vapIdx >= VESK_VAPS)
+        if (!can_carry_scan(intf.vapIfname[i]))
             continue;
-        const VeskVapInfo *vap = &vesk_get_vap_info()[vapIdx];
-        if (vap->status == 0 || strstr(vap->mode, "ap") == nullptr)
-            continue;
-        VESK_LOG(INFO, " found the baseVap=%s\r\n\n", vap->ifName);
-        memcpy(dst, vap->ifName, sizeof vap->ifName);
+        VESK_LOG(INFO, " found the baseVap=%s\r\n\n", intf.vapIfname[i]);
+        memcpy(dst, intf.vapIfname[i], sizeof intf.vapIfname[i]);
         return;
     }
 }
@@ -241,6 +253,13 @@ VeskScanChannel *vesk_scan_channel_at(int chIdx)
     if (offScan->channels == nullptr || chIdx < 0 || chIdx >= offScan->channelNums)
         return nullptr;
     return offScan->channels[chIdx];
+}
+
+ScanName scan_radio_name(uint32_t band)
+{
+    ScanName name;
+    shared_get(name.text, scan_radio(band)->apIntf.radioIfname);
+    return name;
 }
 
 int scan_auto_radio()

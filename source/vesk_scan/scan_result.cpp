@@ -76,7 +76,7 @@ void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg,
 void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx)
 {
     const VeskScanChannel *entry = vesk_scan_channel_at(chIdx);
-    if (entry == nullptr || entry->ch != radio->curChannel)
+    if (entry == nullptr || entry->ch != flag_load(&radio->curChannel))
         return;
     const VeskScanChannel record = *entry;
     radio->curChannelInfo.channel = record.ch;
@@ -170,7 +170,7 @@ void vesk_smooth_channel_noise(VeskOffScanCfg *offScan, uint32_t band)
 
 int vesk_get_noise_bias(int channel)
 {
-    int bw = vesk_get_radio_info()[0].curBw; // radio 0's, whichever radio the channel belongs to
+    int bw = flag_load(&vesk_get_radio_info()[0].curBw); // radio 0's, whichever radio the channel belongs to
     if (bw < 0 || bw >= static_cast<int>(std::size(biases5G))) {
         VESK_LOG(INFO, " bw = %d\n", bw);
         bw = 0;

@@ -4,6 +4,7 @@
 #include "tests/system/harness.h"
 
 #include <filesystem>
+#include <span>
 
 #include "include/vesk_event.h"
 
@@ -47,12 +48,14 @@ ptrdiff_t count(const std::string &text, const std::string &part) {
     return found;
 }
 
-/** Lines of the log and how often they stand there at least. A sweep is four steps, and the first isn't asked
- * for. */
-const struct {
+/** A line of the log and how often it stands there at least. */
+struct Work {
     const char *line;
     int least;
-} work[] = {
+};
+
+/** A sweep is four steps, and the first isn't asked for. */
+const Work amongPasses[] = {
     { "usleep=500ms, radio[0]", 8 },
     { "usleep=500ms, radio[1]", 8 },
     { "band[0], just first scan now, not retrigger", 100 },
@@ -61,13 +64,56 @@ const struct {
     { " vesk_channel_change_handle curChannel=", 2 },
 };
 
-TEST_F(System, ScanThreadsAndTheMainLoopShareNothingUnseen) {
-    setenv("TSAN_OPTIONS", sanitizer, 1);
+/** Lines that a refresh, a channel change and both ways of sweeping leave, beside each other. */
+const Work besideSweeps[] = {
+    { "usleep=500ms, radio[0]", 16 },
+    { " start to get acs scan result, band=1", 4 },
+    { " vesk_channel_change_handle curChannel=", 8 },
+    { "vapName=ath0, status change from", 8 },
+    { " found the baseVap=ath1", 2 },
+};
+
+/** Radio 1 takes its whole list in one command. In its other state the device has other channels, another VAP that
+ * can carry a scan, and one more. */
+void changing_device(bool other) {
+    const std::string vap = other ? R"({"name":"ath0","status":0,"stations":[]},{"name":"ath1","stations":[]})"
+                                  : R"({"name":"ath0","stations":[]})";
+    const char *channel[] = { other ? "1" : "6", other ? "40" : "36" };
+    write_file("/tmp/vesk-sim.new", std::string(R"({"radios":[{"channels":[1,6,11,13],"channel":)") + channel[0] +
+                                        R"(,"vaps":[)" + vap +
+                                        R"(]},{"chip":"MTK7612","channels":[36,40,44,60],"channel":)" + channel[1] +
+                                        R"(,"vaps":[{"name":"ath10","stations":[]}]}]})");
+    rename("/tmp/vesk-sim.new", "/tmp/vesk-sim.json");
+}
+
+struct ScanThreads : System {
+    /** Both programs, the daemon's log in a file that isn't rotated. */
+    void start() {
+        setenv("TSAN_OPTIONS", sanitizer, 1);
+        startBoth();
+        Bus().send("tamlo.pelk.vesk.setLogDestination",
+                   std::string(4, '\0') + "/tmp/whole.log" + std::string(18, '\0'));
+    }
+    static bool is_done(std::span<const Work> work) {
+        const std::string log = read_file("/tmp/whole.log");
+        return std::ranges::all_of(work, [&](const Work &w) { return count(log, w.line) >= w.least; });
+    }
+    /** Nothing was found, and there was something to be found. */
+    void expect_no_report(std::span<const Work> work) {
+        kill(daemon.pid, SIGTERM);
+        EXPECT_EQ(finish(daemon, PATIENCE), 0);
+        broker.kill();
+        for (const auto &file : std::filesystem::directory_iterator("/tmp/output"))
+            EXPECT_FALSE(contains(file.path(), "/tsan.")) << read_file(file.path());
+        const std::string log = read_file("/tmp/whole.log");
+        for (const auto &[line, least] : work) EXPECT_GE(count(log, line), least) << line;
+    }
+};
+
+TEST_F(ScanThreads, ShareNothingUnseenWithTheMainLoop) {
     restless_device();
-    startBoth();
+    start();
     Bus bus;
-    bus.send("tamlo.pelk.vesk.setLogDestination", // a file that isn't rotated
-             std::string(4, '\0') + "/tmp/whole.log" + std::string(18, '\0'));
     const int64_t start = now_ms();
     for (int round = 0; now_ms() < start + 22000 && !HasFatalFailure(); round++, usleep(1000)) {
         const bool isLate = now_ms() > start + 11000;
@@ -83,13 +129,22 @@ TEST_F(System, ScanThreadsAndTheMainLoopShareNothingUnseen) {
             set_scanning(bus, 0);
         set_scanning(bus, 1);
     }
-    kill(daemon.pid, SIGTERM);
-    EXPECT_EQ(finish(daemon, PATIENCE), 0);
-    broker.kill();
-    for (const auto &file : std::filesystem::directory_iterator("/tmp/output"))
-        EXPECT_FALSE(contains(file.path(), "/tsan.")) << read_file(file.path());
-    const std::string log = read_file("/tmp/whole.log");
-    for (const auto &[line, least] : work) EXPECT_GE(count(log, line), least) << line;
+    expect_no_report(amongPasses);
+}
+
+TEST_F(ScanThreads, SweepBesideRefreshesAndChannelChanges) {
+    changing_device(false);
+    write_file("/configs/vesk/vesk_debug_flag", "");
+    write_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_UPDATE_INTF_ENABLE=1\n"
+                                          "VESK_UPDATE_INTF_INTERVAL=1\nVESK_CH_CHANGE_INTERVAL=1\n");
+    start();
+    Bus bus;
+    const int64_t end = now_ms() + 90000;
+    for (int round = 0; !is_done(besideSweeps) && now_ms() < end && !HasFatalFailure(); round++, usleep(700000)) {
+        changing_device(round % 2 == 0);
+        for (const uint32_t band : { 0u, 3u }) ask(bus, band, { "triggerScan" });
+    }
+    expect_no_report(besideSweeps);
 }
 
 } // namespace

@@ -29,6 +29,7 @@ Bytes &stats_bytes(Bytes &b, size_t at) {
 
 struct Api : DeviceTest {
     void SetUp() override { DeviceTest::SetUp(), fill(); }
+    static VeskCfgWifi &wifi_row() { return vesk_get_vesk_cfg_info()->Wifi[0]; }
     static BusReply band_call(const char *method, int band) { return bus_call(method, Args().i32("band", band)); }
     static BusReply vap_call(const char *method, const char *name) {
         return bus_call(method, Args().text("vapName", name));
@@ -114,6 +115,24 @@ TEST_F(Api, VapInfo) {
     strcpy(scan->bhCred.ssid, "backhaul");
     want = Bytes(280).text(0, "wifi1").text(16, "apclii0").text(32, "backhaul").text(198, "sta").mac(256, 0).mac(262, 5);
     expect_bytes(vap_call("getVapInfo", "apclii0"), want.u8(268, 1).u8(271, 0x80));
+}
+
+TEST_F(Api, NothingOfAFormerTextGoesOut) {
+    FakeRadio &r = fakeDevice.radio[0];
+    FakeVap &v = *fakeDevice.vap("ath0");
+    for (const char *text : { "xOLD", "x" }) { // as a driver copies texts: what stood behind the end stays there
+        for (char *field : { r.ap.radioIfname, r.dyn.bond, r.dyn.operatingStandards }) strcpy(field, text);
+        strcpy(r.ap.vapIfname[1], text), strcpy(wifi_row().Vap[0].Mode, text);
+        v.ssid = text, v.cfg = {}, strcpy(v.cfg.keyPassphrase, text);
+        fill();
+    }
+    for (const BusReply &reply : { band_call("getRadioInfo", 0), band_call("getRadioApIntfsInfo", 0),
+                                   vap_call("getVapInfo", "ath0") }) {
+        EXPECT_EQ(reply.status, 0);
+        EXPECT_EQ(std::string(reply.result.begin(), reply.result.end()).find("LD"), std::string::npos);
+    }
+    v.cfg.keyPassphrase[64] = 'k', v.cfg.keyPassphrase[63] = 'k', fill();
+    EXPECT_STREQ(vap_of("ath0").keyPassphrase + 63, "k"); // all 65 bytes of the driver's record, terminated
 }
 
 TEST_F(Api, Capabilities) {
