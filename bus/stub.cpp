@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "bus/vesk_api/vesk_api.h"
+#include "foundation/bytes.h"
 #include "include/merka.h"
 #include "include/vesk_methods.h"
 #include "source/vesk_handler/vesk_handler.h"
@@ -262,25 +263,21 @@ bool decode_args(int m, blob_attr *msg, uint8_t *copy, MethodArg *args)
     return true;
 }
 
-void add_result(const WireField &field, const void *result)
+/** Adds a method's result to the reply. 0, or not without memory. */
+int add_result(const WireField &field, const void *result)
 {
     switch (field.type) {
-    case WireType::Int32: {
-        uint32_t value;
-        memcpy(&value, result, sizeof value);
-        blobmsg_add_u32(&reply, field.name, value);
-        break;
-    }
+    case WireType::Int32:
+        return blobmsg_add_u32(&reply, field.name, load_bytes<uint32_t>(result));
     case WireType::Int8:
-        blobmsg_add_u8(&reply, field.name, *static_cast<const uint8_t *>(result));
-        break;
+        return blobmsg_add_u8(&reply, field.name, load_bytes<uint8_t>(result));
     case WireType::Record:
-        blobmsg_add_field(&reply, BLOBMSG_TYPE_UNSPEC, field.name, result, field.size);
-        break;
+        return blobmsg_add_field(&reply, BLOBMSG_TYPE_UNSPEC, field.name, result, field.size);
     case WireType::String:
     case WireType::None:
         break;
     }
+    return 0;
 }
 
 void register_vesk_signal()
@@ -294,7 +291,8 @@ void register_vesk_signal()
 int onTamloPelkVeskDispatch(ubus_context *ctx, ubus_object *obj, ubus_request_data *req, const char *method,
                             blob_attr *msg)
 {
-    blob_buf_init(&reply, 0);
+    if (blob_buf_init(&reply, 0) != 0)
+        return -1;
     const int m = find_method(method);
     if (m < 0) {
         merkaLogFatalReal(771, "onTamloPelkVeskDispatch", "unknown message: %s\n", method);
@@ -310,8 +308,9 @@ int onTamloPelkVeskDispatch(ubus_context *ctx, ubus_object *obj, ubus_request_da
     memset(result, 0, field.size); // no stack byte reaches the bus, whatever the handler leaves unwritten
     const int status = reinterpret_cast<VeskObject *>(obj)->handlers[m](args, result);
 
-    blobmsg_add_u32(&reply, "return", static_cast<uint32_t>(status));
-    add_result(field, result);
+    if (blobmsg_add_u32(&reply, "return", static_cast<uint32_t>(status)) != 0 ||
+        add_result(field, result) != 0)
+        return -1; // no reply is better than half a one
     ubus_send_reply(ctx, req, reply.head);
     return 0;
 }

@@ -19,6 +19,8 @@ extern "C" {
 int __real_system(const char *command);
 void *__real_malloc(size_t size);
 void *__real_calloc(size_t n, size_t size);
+void *__real_realloc(void *old, size_t size);
+int __real_blob_buf_init(blob_buf *buf, int id);
 int __real_clock_gettime(clockid_t clock, timespec *now);
 int __real_stat(const char *path, struct stat *status);
 
@@ -49,7 +51,13 @@ int __wrap_pclose(FILE *f) { return fclose(f); }
 int __wrap_stat(const char *path, struct stat *status) { return fakeLibc.statFails ? -1 : __real_stat(path, status); }
 void *__wrap_malloc(size_t size) { return alloc_fails() ? nullptr : __real_malloc(size); }
 void *__wrap_calloc(size_t n, size_t size) { return alloc_fails() ? nullptr : __real_calloc(n, size); }
+void *__wrap_realloc(void *old, size_t size) { return alloc_fails() ? nullptr : __real_realloc(old, size); }
 // clang-format on
+
+int __wrap_blob_buf_init(blob_buf *buf, int id) {
+    if (fakeLibc.freshReplies) blob_buf_free(buf);
+    return __real_blob_buf_init(buf, id);
+}
 
 int __wrap_clock_gettime(clockid_t clock, timespec *now) {
     if (clock != CLOCK_MONOTONIC && clock != CLOCK_REALTIME) return __real_clock_gettime(clock, now);

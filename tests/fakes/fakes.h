@@ -120,7 +120,9 @@ struct FakeLibc {
     bool popenFails = false;
     bool statFails = false; // no log file to be seen: saves a system call for each statement
     std::function<void(unsigned us)> onSleep;
-    int failAlloc = -1; // countdown: the n-th malloc/calloc from now on answers NULL (0: the next)
+    int failAlloc = -1;        // countdown: the n-th malloc/calloc/realloc from now on answers NULL (0: the next)
+    int failInCall = -1;       // the same from the next bus call's dispatch on
+    bool freshReplies = false; // a reply's buffer takes its memory anew in each call
     int createThreadResult = 0;
 };
 

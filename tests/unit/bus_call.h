@@ -37,6 +37,7 @@ inline BusReply bus_call(const char *method, const Args &args = Args()) {
     BusReply reply;
     ubus_request_data req = {};
     const size_t before = fakeBus.replies.size();
+    if (fakeLibc.failInCall >= 0) fakeLibc.failAlloc = std::exchange(fakeLibc.failInCall, -1);
     reply.dispatch = onTamloPelkVeskDispatch(nullptr, TamloPelkVesk_object_get(), &req, method, args.buf.head);
     reply.sent = fakeBus.replies.size() > before;
     if (!reply.sent) return reply;
