@@ -80,13 +80,22 @@ void end_requested(uloop_fd *, unsigned)
 }
 
 /** Restarting: a signal alone doesn't make a library's blocking call fail. */
-void install_handler(int signum)
+void install_handler(int signum, void (*handler)(int))
 {
     struct sigaction action = {};
-    action.sa_handler = vesk_signal_handler;
+    action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
     sigaction(signum, &action, nullptr);
+}
+
+void mask_ending_signals(int how)
+{
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signum : endingSignals)
+        sigaddset(&set, signum);
+    pthread_sigmask(how, &set, nullptr);
 }
 
 /** The exit of a child of system() interrupts nobody. Threads are started later and inherit the mask. */
@@ -122,18 +131,27 @@ int vesk_lock_instance()
     return -1;
 }
 
+void vesk_hold_signals()
+{
+    mask_ending_signals(SIG_BLOCK);
+}
+
 void vesk_init_signals()
 {
     block_child_signal();
-    if (pipe2(endPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return; // the signals keep their default action and still end the process
-    endWatch = {};
-    endWatch.fd = endPipe[0];
-    endWatch.cb = end_requested;
-    uloop_fd_add(&endWatch, ULOOP_READ);
+    // Without a pipe the signals get their default action back, which ends the process, too.
+    const bool isWatched = pipe2(endPipe, O_CLOEXEC | O_NONBLOCK) == 0;
+    if (isWatched) {
+        endWatch = {};
+        endWatch.fd = endPipe[0];
+        endWatch.cb = end_requested;
+        uloop_fd_add(&endWatch, ULOOP_READ);
+    }
     for (const int signum : endingSignals)
-        install_handler(signum);
-    install_handler(SIGCHLD); // blocked: runs only if somebody lifts the block, and then just writes its line
+        install_handler(signum, isWatched ? vesk_signal_handler : SIG_DFL);
+    // Blocked: runs only if somebody lifts the block, and then just writes its line.
+    install_handler(SIGCHLD, vesk_signal_handler);
+    mask_ending_signals(SIG_UNBLOCK);
 }
 
 void vesk_clean_up()

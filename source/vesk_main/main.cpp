@@ -29,6 +29,7 @@ int main()
     if (vesk_lock_instance() != 0)
         return -1;
     fputs("Vesk is starting ... \n", stderr);
+    vesk_hold_signals();
     uloop_init();
     vesk_init_signals();
     vesk_init_log();

@@ -5,7 +5,10 @@
 void vesk_wait_for_bus();
 /** Takes the instance lock for the life of the process. 0, or -1 with a line on stderr. */
 int vesk_lock_instance();
-/** Installs the handlers of the signals that end the process and blocks SIGCHLD; needs uloop_init before. */
+/** Holds the signals that end the process back until vesk_init_signals: in between the loop library takes
+ * some of them for itself, and one that came then would be lost. */
+void vesk_hold_signals();
+/** Installs the handlers of those signals, lets them in and blocks SIGCHLD; needs uloop_init before. */
 void vesk_init_signals();
 /** Stops everything in a fixed order and exits with 0. */
 [[noreturn]] void vesk_clean_up();
