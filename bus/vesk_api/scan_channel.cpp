@@ -189,10 +189,11 @@ int vesk_setChannel(int band, const WireChannel *data)
     if (!radio || !api_in_range(data->bandwidth, 0, VESK_BW_KEEP + 1))
         return -1;
     const int idx = index_of(radio);
+    setChannelCnt++;
     VESK_LOG(INFO,
              " =band=%d, radioIdx=%d, set channel=%d, bandwidth=%d, old channel=%d, bandwidth=%d, "
              "setChannelCnt=%d\n",
-             band, idx, data->channel, data->bandwidth, radio->curChannel, radio->curBw, ++setChannelCnt);
+             band, idx, data->channel, data->bandwidth, radio->curChannel, radio->curBw, setChannelCnt);
     radio->setBw = data->bandwidth;
     radio->setChannel = static_cast<uint8_t>(data->channel);
     vesk_stop_set_channel_timer(static_cast<uint32_t>(idx));

@@ -1,6 +1,6 @@
 // The log statement. Every statement looks at the size of the log file first (and rotates it above 1 MiB),
-// then at the level; only then are its arguments evaluated and the line written and flushed. It may stand on
-// any thread.
+// then at the level; only then are its arguments evaluated and the line written and flushed: they must not
+// have effects. It may stand on any thread.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,8 @@ enum VeskLogLevel : int {
 #define VESK_LOG_FILE "/tmp/vesk.log"
 #define VESK_INIT_LOG_FILE "/tmp/vesk_init.log"
 
-/** Path column of a line: the first two components of the source path, without an extension. */
+/** Path column of a line: the first two components of the source path, without an extension. A compiler cache
+ * may name the path from the build folder on. */
 struct VeskLogModule {
     char text[48];
 };
@@ -25,6 +26,8 @@ struct VeskLogModule {
 consteval VeskLogModule vesk_log_module(const char *path)
 {
     VeskLogModule module{};
+    while (path[0] == '.' && path[1] == '.' && path[2] == '/')
+        path += 3;
     int slashes = 0;
     for (size_t i = 0; path[i] != '\0' && i + 1 < sizeof(module.text); i++) {
         if (path[i] == '.' || (path[i] == '/' && ++slashes == 2))

@@ -1,0 +1,29 @@
+#!/bin/bash
+# sources.sh BUILD: rules of the sources that no compiler checks.
+# shellcheck source=tests/packaging/checks.sh
+. "$(dirname "$0")/checks.sh"
+cd "$checkout"
+
+# The arguments of a log statement have no effects: they are evaluated only if its line is written. Texts and
+# comments are blanked first; then each statement is taken up to the bracket that closes it.
+effects_in() { # FILE...
+    # shellcheck disable=SC2016 # perl's own variables
+    perl -0777 -ne '
+        s{"(?:\\.|[^"\\])*"|//[^\n]*|/\*.*?\*/}{$& =~ s/[^\n]//gr}egs;
+        while (/\b(?:VESK_LOG\w*|DUMP|LOG_LOADER)\s*(\((?:[^()]++|(?1))*+\))/g) {
+            my ($arguments, $line) = ($1, 1 + (substr($_, 0, $-[0]) =~ tr/\n//));
+            print "$ARGV:$line: $&\n" if $arguments =~ /\+\+|--|(?<![=!<>])=(?!=)|(?:<<|>>)=/;
+        }' "$@"
+}
+
+cat >"$scratch/seeded.cpp" <<'SEEDED'
+VESK_LOG(INFO, " a=%d, b=%d\n", a == 1, b <= c(d) || e != f); // fine: x = 1, y++
+VESK_LOG(INFO, " count=%d\n",
+         ++count);
+VESK_LOG_AS(__func__, DEBUG, " left=%d\n", call(left(1) - 1, left--));
+DUMP(" %d\n", (bits <<= 1) + (c = d));
+SEEDED
+[ "$(effects_in "$scratch/seeded.cpp" | grep -oE 'cpp:[0-9]+' | xargs)" = 'cpp:2 cpp:4 cpp:5' ] ||
+    wrong 'effects in the arguments of a log statement are not found'
+found=$(effects_in source/*/*.* bus/*.* bus/*/*.* foundation/*.*)
+[ -z "$found" ] || wrong "the arguments of a log statement have effects: $found"
