@@ -69,10 +69,7 @@ int vesk_applyBackhaulCredentialToBsta(const WireBackhaulCred *bh)
 {
     const VeskBackhaulCred cred = driver_credential(bh);
     VESK_LOG(INFO, " vesk_applyBackhaulCredentialToBsta: \n\n");
-    VESK_LOG(INFO,
-             " band=%d, ifName=%s, ssid=%s, ssidKey=%s, encryption=%d, authMode=%d, channel=%d, bw=%d\n",
-             cred.band, cred.ifName, cred.ssid, cred.ssidKey[0] ? "***" : "", cred.encryption, cred.authMode,
-             cred.channel, cred.bw);
+    VESK_LOG_CREDENTIAL(cred);
     if (!is_complete(cred)) {
         VESK_LOG(ERROR, " vesk_applyBackhaulCredentialToBsta - Missing neccessary input.\n\n");
         return -1;

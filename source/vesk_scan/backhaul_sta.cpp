@@ -1,6 +1,7 @@
 // The backhaul station: the credential that is applied two seconds after it came, and the auto-connect
 // record. Auto-connect on either radio keeps every scan away.
 #include "foundation/csrv_timer.h"
+#include "foundation/vesk_utils.h"
 #include "source/vesk_scan/scan_private.h"
 
 namespace
@@ -35,17 +36,10 @@ uint32_t vesk_stop_backhaul_credential_timer()
 void vesk_set_backhaul_credential_ubus_handle(uloop_timeout *)
 {
     VESK_LOG_SWITCHES();
-    const VeskBackhaulCred *cred = &vesk_get_scan_info()->bhCred;
-    if (rilk_applyBackhaulCredentialToBsta(cred) == -1)
+    const VeskBackhaulCred &cred = vesk_get_scan_info()->bhCred;
+    if (rilk_applyBackhaulCredentialToBsta(&cred) == -1)
         VESK_LOG(ERROR, " rilk_applyBackhaulCredentialToBsta is error !!\n");
-    // The key stays out of the log: the file can be read by anybody.
-    VESK_LOG(INFO,
-             " band=%d, ifName=%s, ssid=%s, ssidKey=%d bytes, encryption=%d, authMode=%d, "
-             "bssid=%02x:%02x:%02x:%02x:%02x:%02x, channel=%d, bw=%d\n",
-             cred->band, cred->ifName, cred->ssid,
-             static_cast<int>(strnlen(cred->ssidKey, sizeof cred->ssidKey)), cred->encryption, cred->authMode,
-             cred->bssid[0], cred->bssid[1], cred->bssid[2], cred->bssid[3], cred->bssid[4], cred->bssid[5],
-             cred->channel, cred->bw);
+    VESK_LOG_CREDENTIAL(cred);
 }
 
 void vesk_start_bsta_auto_connect_timer(uint32_t band, uint32_t itv)

@@ -67,6 +67,15 @@ int vesk_set_channel_process(uint32_t band);
 
 // --- backhaul station ---
 
+/** Logs a credential under the function it stands in. The key stays out of the log, which anybody can read.
+ */
+#define VESK_LOG_CREDENTIAL(cred)                                                                            \
+    VESK_LOG(INFO,                                                                                           \
+             " band=%d, ifName=%s, ssid=%s, ssidKey=%s, encryption=%d, authMode=%d, "                        \
+             "bssid=%02x:%02x:%02x:%02x:%02x:%02x, channel=%d, bw=%d\n",                                     \
+             (cred).band, (cred).ifName, (cred).ssid, (cred).ssidKey[0] ? "***" : "", (cred).encryption,     \
+             (cred).authMode, VESK_MAC_ARGS((cred).bssid), (cred).channel, (cred).bw)
+
 void vesk_set_bsta_auto_status(uint32_t enable);
 uint32_t vesk_start_backhaul_credential_timer();
 uint32_t vesk_stop_backhaul_credential_timer();
