@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <span>
+#include <type_traits>
 
 #include <cjson/cJSON.h>
 #include <unistd.h>
@@ -27,10 +28,19 @@ constexpr char overridingFile[] = "/tmp/kor-product-cfg.json";
 constexpr char productFile[] = "/usr/etc/kor-product-cfg.json";
 
 enum class Kind : uint8_t {
-    text,   // string, cut to the field
-    number, // integer, truncated to the field's width
-    flag,   // string; 1 if it begins with "Supported"
+    text, // string, cut to the field
+    u8,
+    i8,
+    u16,
+    i32,  // integer, truncated to the field's type
+    flag, // string; 1 if it begins with "Supported"
 };
+
+template <class T>
+constexpr Kind number_kind = std::is_same_v<T, int8_t>     ? Kind::i8
+                             : std::is_same_v<T, uint16_t> ? Kind::u16
+                             : std::is_same_v<T, int32_t>  ? Kind::i32
+                                                           : Kind::u8;
 
 struct Field {
     const char *key;
@@ -41,11 +51,14 @@ struct Field {
 
 #define FIELD(kind, record, member, key)                                                                     \
     {                                                                                                        \
-        key, Kind::kind, offsetof(record, member), sizeof(record::member)                                    \
+        key, kind, offsetof(record, member), sizeof(record::member)                                          \
     }
-#define TEXT(record, member) FIELD(text, record, member, #member)
-#define NUMBER(record, member) FIELD(number, record, member, #member)
-#define FLAG(record, member) FIELD(flag, record, member, #member)
+#define TEXT_AS(record, member, key) FIELD(Kind::text, record, member, key)
+#define NUMBER_AS(record, member, key) FIELD(number_kind<decltype(record::member)>, record, member, key)
+#define FLAG_AS(record, member, key) FIELD(Kind::flag, record, member, key)
+#define TEXT(record, member) TEXT_AS(record, member, #member)
+#define NUMBER(record, member) NUMBER_AS(record, member, #member)
+#define FLAG(record, member) FLAG_AS(record, member, #member)
 
 constexpr Field rootFields[] = { TEXT(VeskConfigInfo, Version) };
 
@@ -54,7 +67,7 @@ constexpr Field productFields[] = {
     TEXT(VeskConfigInfo, ModelName),
     TEXT(VeskConfigInfo, ModelNumber),
     TEXT(VeskConfigInfo, ProductClass),
-    FIELD(text, VeskConfigInfo, EnabledInterfaceNames1905, "1905EnabledInterfaceNames"),
+    TEXT_AS(VeskConfigInfo, EnabledInterfaceNames1905, "1905EnabledInterfaceNames"),
     NUMBER(VeskConfigInfo, MAPProfile),
     NUMBER(VeskConfigInfo, NumberOfWifiRadios),
     NUMBER(VeskConfigInfo, NumberOfEthernetPorts),
@@ -82,10 +95,10 @@ constexpr Field wifiFields[] = {
     NUMBER(VeskCfgWifi, HTNumberOfTxStreams),
     NUMBER(VeskCfgWifi, HTNumberOfRxStreams),
     FLAG(VeskCfgWifi, VHTShortGI80MHz),
-    FIELD(flag, VeskCfgWifi, VHTShortGI160And80p80MHz, "VHTShortGI160And80+80MHz"),
+    FLAG_AS(VeskCfgWifi, VHTShortGI160And80p80MHz, "VHTShortGI160And80+80MHz"),
     NUMBER(VeskCfgWifi, VHTNumberOfTxStreams),
     NUMBER(VeskCfgWifi, VHTNumberOfRxStreams),
-    FIELD(flag, VeskCfgWifi, VHT80p80MHz, "VHT80+80MHz"),
+    FLAG_AS(VeskCfgWifi, VHT80p80MHz, "VHT80+80MHz"),
     FLAG(VeskCfgWifi, VHT160MHz),
     FLAG(VeskCfgWifi, VHTSUBeamFormer),
     FLAG(VeskCfgWifi, VHTMUBeamFormer),
@@ -98,7 +111,7 @@ constexpr Field wifiFields[] = {
     FLAG(VeskCfgWifi, HEDLOFDMA),
     NUMBER(VeskCfgWifi, HENumberOfTxStreams),
     NUMBER(VeskCfgWifi, HENumberOfRxStreams),
-    FIELD(flag, VeskCfgWifi, HE80p80MHz, "HE80+80MHz"),
+    FLAG_AS(VeskCfgWifi, HE80p80MHz, "HE80+80MHz"),
     FLAG(VeskCfgWifi, HE160MHz),
     FLAG(VeskCfgWifi, HESUBeamFormer),
     FLAG(VeskCfgWifi, HEMUBeamFormer),
@@ -109,8 +122,8 @@ constexpr Field mcsFields[] = {
     NUMBER(VeskCfgHeMcs, TxMapLE80MHz),
     NUMBER(VeskCfgHeMcs, RxMap160MHz),
     NUMBER(VeskCfgHeMcs, TxMap160MHz),
-    FIELD(number, VeskCfgHeMcs, RxMap80p80MHz, "RxMap80+80MHz"),
-    FIELD(number, VeskCfgHeMcs, TxMap80p80MHz, "TxMap80+80MHz"),
+    NUMBER_AS(VeskCfgHeMcs, RxMap80p80MHz, "RxMap80+80MHz"),
+    NUMBER_AS(VeskCfgHeMcs, TxMap80p80MHz, "TxMap80+80MHz"),
 };
 
 constexpr Field wifiEndFields[] = { NUMBER(VeskCfgWifi, NoCATBias) };
@@ -123,12 +136,12 @@ constexpr Field vapFields[] = {
 
 constexpr Field noiseBiasFields[] = {
     TEXT(VeskCfgBias, ChannelBandwidth),
-    FIELD(number, VeskCfgBias, BiasIndBm, "NoiseBiasIndBm"),
+    NUMBER_AS(VeskCfgBias, BiasIndBm, "NoiseBiasIndBm"),
 };
 
 constexpr Field rssiBiasFields[] = {
     TEXT(VeskCfgBias, ChannelBandwidth),
-    FIELD(number, VeskCfgBias, BiasIndBm, "RssiBiasIndBm"),
+    NUMBER_AS(VeskCfgBias, BiasIndBm, "RssiBiasIndBm"),
 };
 
 void read_text(const cJSON *item, const Field &field, char *to)
@@ -139,17 +152,14 @@ void read_text(const cJSON *item, const Field &field, char *to)
     LOG_LOADER(INFO, " Checking %s [%s]\n", field.key, to);
 }
 
+template <class T>
 void read_number(const cJSON *item, const Field &field, char *to)
 {
     if (!cJSON_IsNumber(item))
         return;
-    if (field.width == 1)
-        store_bytes(to, static_cast<uint8_t>(item->valueint));
-    else if (field.width == 2)
-        store_bytes(to, static_cast<uint16_t>(item->valueint));
-    else
-        store_bytes(to, static_cast<int32_t>(item->valueint));
-    LOG_LOADER(INFO, " Checking %s [%d]\n", field.key, item->valueint);
+    const auto value = static_cast<T>(item->valueint);
+    store_bytes(to, value);
+    LOG_LOADER(INFO, " Checking %s [%d]\n", field.key, value);
 }
 
 void read_flag(const cJSON *item, const Field &field, char *to)
@@ -164,8 +174,10 @@ void read_flag(const cJSON *item, const Field &field, char *to)
 /** Reads the rows' keys of an object into the record; what is missing or of another type leaves its field. */
 void read_fields(const cJSON *object, std::span<const Field> fields, void *record)
 {
-    static constexpr void (*readers[])(const cJSON *, const Field &, char *) = { read_text, read_number,
-                                                                                 read_flag };
+    static constexpr void (*readers[])(const cJSON *, const Field &, char *) = {
+        read_text, read_number<uint8_t>, read_number<int8_t>, read_number<uint16_t>, read_number<int32_t>,
+        read_flag
+    };
     for (const Field &field : fields)
         readers[static_cast<int>(field.kind)](cJSON_GetObjectItemCaseSensitive(object, field.key), field,
                                               static_cast<char *>(record) + field.offset);
