@@ -193,16 +193,25 @@ void run_first_scan(uint32_t band)
         end_scan(band);
 }
 
-/** Starts the radio's thread, or looks again in a second while one is running. */
+void start_waiting(uloop_timeout *firstTimer);
+
+/** Starts the radio's thread, or looks again in a second, without a word, while one is running. */
 void start_thread(uint32_t band)
 {
     if (!claim_run(band)) {
-        uloop_timeout_set(&scan_cfg(band)->firstTimer, 1000);
+        uloop_timeout *timer = &scan_cfg(band)->firstTimer;
+        timer->cb = start_waiting;
+        uloop_timeout_set(timer, scan_seconds(1));
         return;
     }
     pthread_t thread;
     if (vesk_create_detached_pthread(vesk_first_scanning, &scan_radio(band)->band, &thread) != 0)
         release_run(band);
+}
+
+void start_waiting(uloop_timeout *firstTimer)
+{
+    start_thread(firstTimer == &scan_cfg(0)->firstTimer ? 0 : 1);
 }
 
 /** Whether one radio's first scan is over, or none is to be expected of it. */
@@ -284,6 +293,11 @@ uint32_t vesk_first_scanning_is_end()
         count += is_radio_at_end(radio);
     VESK_LOG(INFO, VESK_TEXT_RADIOS_AT_END, count);
     return count >= VESK_RADIOS;
+}
+
+bool scan_has_run(uint32_t band)
+{
+    return runs[band].load() != 0;
 }
 
 bool scan_stop_threads()

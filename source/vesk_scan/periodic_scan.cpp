@@ -37,7 +37,8 @@ bool vesk_is_allowed_scan(uint32_t band)
     return blocking < 0;
 }
 
-/** True if the step ends here: the owed first scan is asked for instead, once, or one is running. */
+/** True if the step ends here: the owed first scan is asked for instead, once, or one is running. An owed one
+ * that waits behind a running one is as good as running. */
 bool yields_to_first_scan(uint32_t band)
 {
     VeskScanCfg *cfg = scan_cfg(band);
@@ -55,7 +56,8 @@ bool yields_to_first_scan(uint32_t band)
         vesk_retrigger_scan(band);
         return true;
     }
-    if (isFirstScan != 0 || isScanEnd != 0 || cycScanSend == 1)
+    const bool isRunning = isFirstScan != 0 ? scan_has_run(band) : isScanEnd == 0 && cycScanSend != 1;
+    if (!isRunning)
         return false;
     VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_FIRST_RUNS, band);
     return true;
@@ -179,8 +181,11 @@ void vesk_stop_scan_ubus_timer()
     VeskOffScanCfg *offScan = vesk_get_scan_info();
     VESK_LOG(INFO, " vesk_stop_scan_ubus_timer scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),
              offScan->scanEnableCfg);
-    if (offScan->scanEnableCfg != 0)
-        uloop_timeout_cancel(&offScan->scanTimer);
+    if (offScan->scanEnableCfg == 0) {
+        VESK_LOG(INFO, " Scan channel metric polling not enabled ----exit\n");
+        return;
+    }
+    uloop_timeout_cancel(&offScan->scanTimer);
     VESK_LOG_SWITCHES_ITV(scan_cfg(0)->scanItv);
 }
 

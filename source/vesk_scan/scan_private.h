@@ -103,5 +103,7 @@ void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx);
 void scan_arm_timer(const char *function, uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler,
                     uint32_t itv);
 
+/** Whether a first scan of the radio is on its way. */
+bool scan_has_run(uint32_t band);
 /** Tells the first-scan threads to end and waits up to 600 ms. False if one is still inside the library. */
 bool scan_stop_threads();

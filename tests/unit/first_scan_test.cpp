@@ -54,6 +54,25 @@ TEST_F(FirstScan, Refusals) {
     EXPECT_TRUE(fakeDevice.count("rilk_triggerScan") == 3 && fakeLoop.due(&scan_cfg(0)->firstTimer) == 1000);
 }
 
+TEST_F(FirstScan, WhileASecondOneWaitsThePassesStandBack) {
+    vesk_get_scan_state()->triggerCnt[0] = 1; // an owed first scan is no longer waited for
+    int sleeps = 0;
+    fakeLibc.onSleep = [&](unsigned) {
+        if (sleeps++ == 0) vesk_retrigger_scan(0);
+        fakeLoop.nowMs += 2000, fake_advance(0s); // the second one is due, and due again
+        vesk_scan_process(0);
+    };
+    vesk_start_first_scan_ubus_timer(0, 1), fake_advance(1s);
+    EXPECT_EQ(sleeps, 3);
+    EXPECT_EQ(fakeDevice.count("rilk_triggerScan"), 3); // the sweep's own
+    EXPECT_EQ(std::ranges::count(messages(), " ====First scan is doing now return timer band=0 ====\n"), 3);
+    fakeLibc.onSleep = nullptr, fake_advance(1s);
+    EXPECT_EQ(fakeDevice.count("rilk_triggerScan"), 6);
+    int asked = 0; // lines of the timer's handler: one for each time that a scan was asked for
+    for (const FakeLogLine &line : fake_log_lines()) asked += line.function == "vesk_scan_2G_first_ubus_handle";
+    EXPECT_EQ(asked, 2);
+}
+
 TEST_F(FirstScan, WholeBandWay) {
     // Channels of radio 1, read that finds their results (9: none), scan on, VAPs up; reads, milliseconds.
     using Row = std::array<int, 6>;

@@ -78,6 +78,16 @@ TEST_F(PeriodicScan, FullCycleOf13And16Channels) {
     EXPECT_EQ(scan->scanTime, 1700001024);
 }
 
+TEST_F(PeriodicScan, SwitchedOffByConfigurationNothingIsArmedOrCancelled) {
+    scan->scanEnableCfg = 0, fake_clear_log();
+    vesk_start_scan_ubus_timer(), vesk_stop_scan_ubus_timer();
+    const std::string exit = " Scan channel metric polling not enabled ----exit\n",
+                      switches = "scanEnable=1, scanEnableCfg=0\n";
+    EXPECT_EQ(messages(), (Texts{ " vesk_start_scan_ubus_timer " + switches, exit,
+                                  " vesk_stop_scan_ubus_timer " + switches, exit }));
+    EXPECT_EQ(fakeLoop.due(&scan->scanTimer), 60000); // as it was
+}
+
 TEST_F(PeriodicScan, OwedFirstScanIsRetriggeredOnce) {
     for (uint32_t band = 0; band < 2; band++) {
         set_flags(band, 1, 0, 0);
