@@ -357,8 +357,8 @@ TEST_F(Api, CallsOfSetChannelAreCountedWhateverIsLogged) {
     const auto count = [](int level) {
         vesk_get_vesk_info()->logLevel = level;
         bus_call("setChannel", Args().i32("band", 0).record("data", Bytes(8).i32(0, 1, 5)));
-        const std::string log = fake_log(), count = "setChannelCnt=";
-        return atoi(log.c_str() + log.rfind(count) + count.size());
+        const std::string log = fake_log(), word = "setChannelCnt=";
+        return atoi(log.c_str() + log.rfind(word) + word.size());
     };
     const int first = count(6);
     count(3);
