@@ -1,13 +1,14 @@
 // The bus object and its dispatch. The stub turns a bus call into a call of a plain function that takes and
 // fills fixed-size records, and turns the record back into a reply; policies, method array and handler table
-// all derive from the rows of include/vesk_methods.h. Nothing is allocated on the way: arguments are read in
-// place, records live on the stack, and one reply buffer serves all methods, since calls run one at a time.
+// all derive from the rows of include/vesk_methods.inc. Nothing is allocated on the way: arguments are read
+// in place, records live on the stack, and one reply buffer serves all methods, since calls run one at a
+// time.
 #include "bus/stub.h"
 
+#include <algorithm>
 #include <cstring>
-#include <string_view>
+#include <tuple>
 #include <type_traits>
-#include <utility>
 
 #include "bus/vesk_api/vesk_api.h"
 #include "foundation/bytes.h"
@@ -17,9 +18,7 @@
 
 namespace
 {
-constexpr int MAX_ARGS = 2;
-constexpr size_t MAX_RECORD_ARG = sizeof(WireBeaconReq);
-constexpr size_t MAX_RESULT = sizeof(WireStaInfo);
+constexpr size_t MAX_ARGS = std::tuple_size_v<decltype(WireMethod::args)>;
 
 /** A decoded argument: which member counts follows from the method's row. */
 union MethodArg {
@@ -28,133 +27,85 @@ union MethodArg {
     const void *record; // the stub's copy
 };
 
-using MethodHandler = int (*)(const MethodArg *args, void *result);
-
 // --- from a body's signature to a handler of the common form ---
 
-template <class P>
-constexpr bool is_result = std::is_pointer_v<P> && !std::is_const_v<std::remove_pointer_t<P>>;
+using MethodHandler = int (*)(const MethodArg *args, void *result);
 
+/** A parameter's value: the next argument's, or the result record. */
 template <class P>
-P argument(const MethodArg &arg, void *result)
+P take(const MethodArg *&next, void *result)
 {
     if constexpr (std::is_same_v<P, int>)
-        return arg.number;
+        return next++->number;
     else if constexpr (std::is_same_v<P, const char *>)
-        return arg.text;
-    else if constexpr (is_result<P>)
+        return next++->text;
+    else if constexpr (std::is_const_v<std::remove_pointer_t<P>>)
+        return static_cast<P>(next++->record);
+    else
         return static_cast<P>(result);
-    else
-        return static_cast<P>(arg.record);
 }
 
+/** What a parameter takes or fills, on the wire. */
 template <class P>
-constexpr WireField shape()
-{
-    if constexpr (std::is_same_v<P, int>)
-        return wire_i32("");
-    else if constexpr (std::is_same_v<P, const char *>)
-        return wire_text("");
-    else if constexpr (std::is_same_v<P, int32_t *>)
-        return wire_i32("");
-    else if constexpr (std::is_same_v<P, int8_t *>)
-        return wire_i8("");
-    else
-        return { "", WireType::Record, sizeof(std::remove_pointer_t<P>) };
-}
+constexpr WireField shape = { "", WireType::Record, sizeof(std::remove_pointer_t<P>) };
+template <>
+constexpr WireField shape<int> = wire_i32("");
+template <>
+constexpr WireField shape<int32_t *> = wire_i32("");
+template <>
+constexpr WireField shape<int8_t *> = wire_i8("");
+template <>
+constexpr WireField shape<const char *> = wire_text("");
 
-/** A handler with the name of its method and the shape of its body's parameters, result included. */
-struct BoundMethod {
-    const char *name;
-    MethodHandler handler;
-    WireField params[MAX_ARGS + 1];
-};
-
-template <auto Body, class... P, size_t... I>
-constexpr BoundMethod bind_body(const char *name, int (*)(P...), std::index_sequence<I...>)
-{
-    return { name,
-             [](const MethodArg *args, void *result) -> int { return Body(argument<P>(args[I], result)...); },
-             { shape<P>()... } };
-}
-
-template <auto Body, class... P>
-constexpr BoundMethod bind_signature(const char *name, int (*body)(P...))
-{
-    return bind_body<Body>(name, body, std::index_sequence_for<P...>{});
-}
-
+/** A body as the dispatch calls it. */
 template <auto Body>
-constexpr BoundMethod call(const char *name)
-{
-    return bind_signature<Body>(name, Body);
-}
-
-constexpr BoundMethod bound[] = {
-    call<vesk_getVersionInfo>("getVersionInfo"),
-    call<vesk_getRadioCapability>("getRadioCapability"),
-    call<vesk_getRadioInfo>("getRadioInfo"),
-    call<vesk_getRadioApIntfsInfo>("getRadioApIntfsInfo"),
-    call<vesk_getRadioIntfStats>("getRadioIntfStats"),
-    call<vesk_getVapInfo>("getVapInfo"),
-    call<vesk_getVapIntfStats>("getVapIntfStats"),
-    call<vesk_getStaInfo>("getStaInfo"),
-    call<vesk_getCurChannelInfo>("getCurChannelInfo"),
-    call<vesk_getOffChannelInfo>("getOffChannelInfo"),
-    call<vesk_getNeighborAPInfo>("getNeighborAPInfo"),
-    call<vesk_get1905interfacesList>("get1905interfacesList"),
-    call<vesk_getBstaIntfInfo>("getBstaIntfInfo"),
-    call<vesk_applyBackhaulCredentialToBsta>("applyBackhaulCredentialToBsta"),
-    call<vesk_setBstaAutoConnect>("setBstaAutoConnect"),
-    call<vesk_getChannel>("getChannel"),
-    call<vesk_setChannel>("setChannel"),
-    call<vesk_getEirp>("getEirp"),
-    call<vesk_setEirp>("setEirp"),
-    call<vesk_getLinkMetrics>("getLinkMetrics"),
-    call<vesk_setStaMon>("setStaMon"),
-    call<vesk_setBeaconRequest>("setBeaconRequest"),
-    call<vesk_setBTMRequest>("setBTMRequest"),
-    call<vesk_getRadioHtCap>("getRadioHtCap"),
-    call<vesk_getRadioVhtCap>("getRadioVhtCap"),
-    call<vesk_getRadioHeCap>("getRadioHeCap"),
-    call<vesk_getNolChannelList>("getNolChannelList"),
-    call<vesk_triggerScan>("triggerScan"),
-    call<vesk_setBlockClient>("setBlockClient"),
-    call<vesk_addVendorIE>("addVendorIE"),
-    call<vesk_delVendorIE>("delVendorIE"),
-    call<vesk_getScanStatus>("getScanStatus"),
-    call<vesk_getScanCap>("getScanCap"),
-    call<vesk_getRadioAvaliableChannelList>("getRadioAvaliableChannelList"),
-    call<vesk_disassocSta>("disassocSta"),
-    call<vesk_getDefault802dot1qSetting>("getDefault802dot1qSetting"),
-    call<vesk_setDefault802dot1qSetting>("setDefault802dot1qSetting"),
-    call<vesk_getRadioAdvancedCapability>("getRadioAdvancedCapability"),
-};
-static_assert(std::size(bound) == VESK_METHODS);
-
-constexpr bool same_field(const WireField &a, const WireField &b)
-{
-    return a.type == b.type && a.size == b.size;
-}
-
-/** Whether the handlers stand in the order of the method rows and take exactly what the rows say. */
-constexpr bool handlers_match_rows()
-{
-    for (int m = 0; m < VESK_METHODS; m++) {
-        const WireMethod &row = vesk_methods[m];
-        const int args = row.argCount();
-        if (std::string_view(row.name) != bound[m].name || row.result.size > MAX_RESULT)
-            return false;
-        for (int i = 0; i < args; i++)
-            if (!same_field(row.args[static_cast<size_t>(i)], bound[m].params[i]) ||
-                row.args[static_cast<size_t>(i)].size > MAX_RECORD_ARG)
-                return false;
-        if (!same_field(row.result, bound[m].params[args]))
-            return false;
+struct Method;
+template <class... P, int (*Body)(P...)>
+struct Method<Body> {
+    static int call(const MethodArg *next, void *result)
+    {
+        return std::apply(Body, std::tuple<P...>{ take<P>(next, result)... }); // braces: from left to right
     }
-    return true;
-}
-static_assert(handlers_match_rows());
+    /** Whether the body takes and fills exactly what its row says. */
+    static constexpr bool serves(const WireMethod &row)
+    {
+        constexpr WireField params[] = { shape<P>... };
+        size_t i = 0;
+        for (const WireField &field : { row.args[0], row.args[1], row.result }) {
+            if (field.type == WireType::None)
+                continue;
+            if (i == sizeof...(P) || params[i].type != field.type || params[i].size != field.size)
+                return false;
+            i++;
+        }
+        return i == sizeof...(P);
+    }
+};
+
+#define METHOD(name, arguments, result)                                                                      \
+    static_assert(Method<vesk_##name>::serves({ #name, VESK_ARGUMENTS arguments, result }),                  \
+                  "vesk_" #name " takes or fills something else than its row says");
+#include "include/vesk_methods.inc"
+
+constexpr size_t MAX_RECORD_ARG = [] {
+    size_t most = 0;
+    for (const WireMethod &row : vesk_methods)
+        for (const WireField &arg : row.args)
+            most = std::max<size_t>(most, arg.size);
+    return most;
+}();
+constexpr size_t MAX_RESULT = [] {
+    size_t most = 0;
+    for (const WireMethod &row : vesk_methods)
+        most = std::max<size_t>(most, row.result.size);
+    return most;
+}();
+static_assert(std::ranges::none_of(vesk_methods,
+                                   [](const WireMethod &row) {
+                                       return row.args[0].type == WireType::Record &&
+                                              row.args[1].type == WireType::Record;
+                                   }),
+              "the stub keeps one copy: a method has one record argument at most");
 
 // --- the object ---
 
@@ -200,14 +151,18 @@ ubus_object_type objectType = [] {
     return type;
 }();
 
+#define METHOD(name, arguments, result) Method<vesk_##name>::call,
+constexpr MethodHandler handlers[] = {
+#include "include/vesk_methods.inc"
+};
+
 VeskObject TamloPelkVesk_object = [] {
     VeskObject all{};
     all.object.name = VESK_BUS_OBJECT;
     all.object.type = &objectType;
     all.object.methods = methods.data();
     all.object.n_methods = VESK_METHODS;
-    for (size_t m = 0; m < VESK_METHODS; m++)
-        all.handlers[m] = bound[m].handler;
+    std::copy(std::begin(handlers), std::end(handlers), all.handlers);
     return all;
 }();
 

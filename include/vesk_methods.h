@@ -1,5 +1,5 @@
-// The bus methods as data: names, arguments, results. The stub derives its policies and its dispatch from
-// these rows, clients their knowledge of the calls.
+// The bus methods as data: names, arguments, results. The stub derives its policies, its dispatch and the
+// bodies that it calls from these rows, clients their knowledge of the calls, the reference its text.
 #pragma once
 
 #include <array>
@@ -45,51 +45,19 @@ constexpr WireField wire_record(const char *name)
     return { name, WireType::Record, sizeof(T) };
 }
 
+inline constexpr WireField wire_nothing = {};
 inline constexpr WireField wire_band = wire_i32("band");
 inline constexpr WireField wire_vap = wire_text("vapName");
 
 // clang-format off
-inline constexpr WireMethod vesk_methods[] = {
-    { "getVersionInfo",               {},                                                       wire_record<WireVersionInfo>("info") },
-    { "getRadioCapability",           {},                                                       wire_i32("rfCfgAbility") },
-    { "getRadioInfo",                 { wire_band },                                            wire_record<WireRadioInfo>("radioInfo") },
-    { "getRadioApIntfsInfo",          { wire_band },                                            wire_record<WireApIntfsInfo>("apIfacInfo") },
-    { "getRadioIntfStats",            { wire_band },                                            wire_record<WireIntfStats>("intfStats") },
-    { "getVapInfo",                   { wire_vap },                                             wire_record<WireVapInfo>("vapInfo") },
-    { "getVapIntfStats",              { wire_vap },                                             wire_record<WireIntfStats>("intfStats") },
-    { "getStaInfo",                   { wire_vap },                                             wire_record<WireStaInfo>("staInfo") },
-    { "getCurChannelInfo",            { wire_band },                                            wire_record<WireCurChannelInfo>("channelInfo") },
-    { "getOffChannelInfo",            { wire_band },                                            wire_record<WireOffChInfo>("offChInfo") },
-    { "getNeighborAPInfo",            { wire_band },                                            wire_record<WireNbAPInfo>("nbAPInfo") },
-    { "get1905interfacesList",        {},                                                       wire_record<Wire1905List>("intfList") },
-    { "getBstaIntfInfo",              { wire_band },                                            wire_record<WireBstaIntf>("info") },
-    { "applyBackhaulCredentialToBsta", { wire_record<WireBackhaulCred>("bh") },                 {} },
-    { "setBstaAutoConnect",           { wire_record<WireBstaAuto>("autoConnect") },             {} },
-    { "getChannel",                   { wire_band },                                            wire_record<WireChannel>("data") },
-    { "setChannel",                   { wire_band, wire_record<WireChannel>("data") },          {} },
-    { "getEirp",                      { wire_band },                                            wire_record<WireEirp>("eirp") },
-    { "setEirp",                      { wire_band, wire_record<WireEirp>("eirp") },             {} },
-    { "getLinkMetrics",               { wire_text("local_iface"), wire_text("peer_mac") },      wire_record<WireLinkMetrics>("metrics") },
-    { "setStaMon",                    { wire_record<WireStaMon>("monStaInfo") },                {} },
-    { "setBeaconRequest",             { wire_vap, wire_record<WireBeaconReq>("bcnReq") },       {} },
-    { "setBTMRequest",                { wire_vap, wire_record<WireBtmReq>("btmReq") },          {} },
-    { "getRadioHtCap",                { wire_band },                                            wire_record<WireHtCap>("htCap") },
-    { "getRadioVhtCap",               { wire_band },                                            wire_record<WireVhtCap>("vhtCap") },
-    { "getRadioHeCap",                { wire_band },                                            wire_record<WireHeCap>("heCap") },
-    { "getNolChannelList",            { wire_band },                                            wire_record<WireNolList>("nolChList") },
-    { "triggerScan",                  { wire_band },                                            {} },
-    { "setBlockClient",               { wire_vap, wire_record<WireAclMac>("aclMac") },          {} },
-    { "addVendorIE",                  { wire_record<WireVendorIE>("vendorIE") },                {} },
-    { "delVendorIE",                  { wire_record<WireVendorIE>("vendorIE") },                {} },
-    { "getScanStatus",                {},                                                       wire_i8("scanStatus") },
-    { "getScanCap",                   { wire_band },                                            wire_record<WireScanCap>("scanCap") },
-    { "getRadioAvaliableChannelList", { wire_band },                                            wire_record<WireChList>("chList") },
-    { "disassocSta",                  { wire_vap, wire_text("mac") },                           {} },
-    { "getDefault802dot1qSetting",    {},                                                       wire_record<VeskDot1qCfg>("cfg") },
-    { "setDefault802dot1qSetting",    { wire_record<VeskDot1qCfg>("cfg") },                     {} },
-    { "getRadioAdvancedCapability",   {},                                                       wire_i32("rfCfgAdvancedCapability") },
-};
+#define VESK_ARGUMENTS(...) { __VA_ARGS__ }
 // clang-format on
+#define METHOD(name, arguments, result) { #name, VESK_ARGUMENTS arguments, result },
+inline constexpr WireMethod vesk_methods[] = {
+#include "include/vesk_methods.inc"
+};
 
+/** How many there are; nowhere else does the figure stand. */
 inline constexpr int VESK_METHODS = 38;
-static_assert(std::size(vesk_methods) == VESK_METHODS);
+static_assert(std::size(vesk_methods) == VESK_METHODS,
+              "with a method more or less VESK_METHODS changes, too");
