@@ -234,13 +234,6 @@ int add_result(const WireField &field, const void *result)
     }
     return 0;
 }
-
-void register_vesk_signal()
-{
-    for (int i = 0; i < VESK_INBOUND_SIGNALS; i++)
-        merkaAddInterestedSignal(vesk_inbound_signal_names()[i]);
-    merkaSetInteresetedSignals(vesk_inbound_signals(), VESK_INBOUND_SIGNALS);
-}
 } // namespace
 
 int onTamloPelkVeskDispatch(ubus_context *ctx, ubus_object *obj, ubus_request_data *req, const char *method,

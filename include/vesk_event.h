@@ -1,5 +1,5 @@
-// The event socket's datagrams and the signals that the daemon sends. A datagram is one driver event: header,
-// then a body whose size follows from the event id. Packed, host byte order, nothing aligned.
+// The event socket's datagrams, and the signals that the daemon sends and hears. A datagram is one driver
+// event: header, then a body whose size follows from the event id. Packed, host byte order, nothing aligned.
 #pragma once
 
 #include "include/vesk_wire.h"
@@ -41,6 +41,17 @@ enum VeskEventId : uint32_t {
 #define VESK_SIGNAL_VAP_ATTR "tamlo.pelk.vesk.veskVapAttrChange"
 #define VESK_SIGNAL_1905_VLAN_IF "tamlo.pelk.vesk.veskIEEE1905VlanIfChange"
 #define VESK_SIGNAL_UNASSOC_METRICS "tamlo.pelk.vesk.veskUnassocClientMetrics"
+
+// Full names of the inbound signals, the daemon's run-time switches.
+#define VESK_SIGNAL_SET_LOG_LEVEL "tamlo.pelk.vesk.setLogLevel"
+#define VESK_SIGNAL_SET_LOG_DESTINATION "tamlo.pelk.vesk.setLogDestination"
+#define VESK_SIGNAL_SET_SCAN_ENABLE "tamlo.pelk.vesk.setScanEnable"
+#define VESK_SIGNAL_NOTIFY_WLAN_CHANGE "tamlo.pelk.vesk.notifyWlanChange"
+#define VESK_SIGNAL_SET_INTF_STAT_ENABLE "tamlo.pelk.vesk.setIntfStatEnable"
+#define VESK_SIGNAL_SET_STA_ENABLE "tamlo.pelk.vesk.setStaEnable"
+#define VESK_SIGNAL_SET_CHANNEL_CHANGE_ENABLE "tamlo.pelk.vesk.setChannelChangeEnable"
+#define VESK_SIGNAL_SET_UBUS_OBJ "tamlo.pelk.vesk.setUbusObjSignal"
+#define VESK_SIGNAL_NOTIFY_1905_VLAN_IF "tamlo.pelk.vesk.notifyIEEE1905VlanIntfChange"
 
 /** Datagram header; the body follows. */
 struct [[gnu::packed]] VeskEventHeader {

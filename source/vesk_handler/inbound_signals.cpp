@@ -7,7 +7,6 @@
 #include <cstring>
 #include <iterator>
 #include <string_view>
-#include <utility>
 
 #include "foundation/bytes.h"
 #include "include/vesk_event.h"
@@ -20,51 +19,6 @@
 
 namespace
 {
-
-constexpr const char *names[] = {
-    "tamlo.pelk.vesk.setLogLevel",
-    "tamlo.pelk.vesk.setLogDestination",
-    "tamlo.pelk.vesk.setScanEnable",
-    "tamlo.pelk.vesk.notifyWlanChange",
-    "tamlo.pelk.vesk.setIntfStatEnable",
-    "tamlo.pelk.vesk.setStaEnable",
-    "tamlo.pelk.vesk.setChannelChangeEnable",
-    "tamlo.pelk.vesk.setUbusObjSignal",
-    "tamlo.pelk.vesk.notifyIEEE1905VlanIntfChange",
-};
-constexpr merka_signal_handler handlers[] = {
-    vesk_setLogLevelSignal,
-    vesk_setLogDestinationSignal,
-    vesk_setScanEnableSignal,
-    vesk_notifyWlanChange,
-    vesk_setIntfStatEnableSignal,
-    vesk_setStaEnableSignal,
-    vesk_setChannelChangeEnableSignal,
-    vesk_setUbusObjSignal,
-    vesk_notifyIEEE1905VlanInftChange,
-};
-static_assert(std::size(names) == VESK_INBOUND_SIGNALS && std::size(handlers) == VESK_INBOUND_SIGNALS);
-
-/** A row from a full name: the interface is what stands in front of the last point. */
-consteval MerkaSignalRow make_row(uint32_t index)
-{
-    const std::string_view name = names[index];
-    const size_t point = name.rfind('.');
-    MerkaSignalRow row = {};
-    name.copy(row.interface, point);
-    name.copy(row.signal, sizeof row.signal - 1, point + 1);
-    row.handler = handlers[index];
-    row.index = index;
-    return row;
-}
-
-template <size_t... I>
-consteval std::array<MerkaSignalRow, sizeof...(I)> make_rows(std::index_sequence<I...>)
-{
-    return { make_row(I)... };
-}
-
-constexpr auto rows = make_rows(std::make_index_sequence<VESK_INBOUND_SIGNALS>{});
 
 const char *text_or_empty(const char *text)
 {
@@ -140,18 +94,6 @@ void set_full_output()
     vesk_log_use_stderr();
     rilk_update_debuglevel(VESK_LEVEL_DEBUG);
     fprintf(stderr, "vesk.log vesk_setLogLevelSignal level=[%d]\r\n", VESK_LEVEL_DEBUG);
-}
-
-} // namespace
-
-const MerkaSignalRow *vesk_inbound_signals()
-{
-    return rows.data();
-}
-
-const char *const *vesk_inbound_signal_names()
-{
-    return names;
 }
 
 void vesk_setLogLevelSignal(const char *interface, const char *signal, void *payload, int size)
@@ -263,4 +205,51 @@ void vesk_notifyIEEE1905VlanInftChange(const char *interface, const char *signal
         return;
     }
     wdev_ieee1905_vlan_intf_change_event_process(payload);
+}
+
+// --- the table ---
+
+struct Inbound {
+    const char *signal; // full name
+    merka_signal_handler handler;
+};
+
+constexpr Inbound inbound[] = {
+    { VESK_SIGNAL_SET_LOG_LEVEL, vesk_setLogLevelSignal },
+    { VESK_SIGNAL_SET_LOG_DESTINATION, vesk_setLogDestinationSignal },
+    { VESK_SIGNAL_SET_SCAN_ENABLE, vesk_setScanEnableSignal },
+    { VESK_SIGNAL_NOTIFY_WLAN_CHANGE, vesk_notifyWlanChange },
+    { VESK_SIGNAL_SET_INTF_STAT_ENABLE, vesk_setIntfStatEnableSignal },
+    { VESK_SIGNAL_SET_STA_ENABLE, vesk_setStaEnableSignal },
+    { VESK_SIGNAL_SET_CHANNEL_CHANGE_ENABLE, vesk_setChannelChangeEnableSignal },
+    { VESK_SIGNAL_SET_UBUS_OBJ, vesk_setUbusObjSignal },
+    { VESK_SIGNAL_NOTIFY_1905_VLAN_IF, vesk_notifyIEEE1905VlanInftChange },
+};
+
+/** The same for the bus client library, a name taken apart at its last point. */
+constexpr auto rows = [] {
+    std::array<MerkaSignalRow, std::size(inbound)> all{};
+    for (uint32_t i = 0; i < all.size(); i++) {
+        const std::string_view name = inbound[i].signal;
+        const size_t point = name.rfind('.');
+        name.copy(all[i].interface, point);
+        name.copy(all[i].signal, sizeof all[i].signal - 1, point + 1);
+        all[i].handler = inbound[i].handler;
+        all[i].index = i;
+    }
+    return all;
+}();
+
+} // namespace
+
+std::span<const MerkaSignalRow> vesk_inbound_signals()
+{
+    return rows;
+}
+
+void register_vesk_signal()
+{
+    for (const Inbound &row : inbound)
+        merkaAddInterestedSignal(row.signal);
+    merkaSetInteresetedSignals(rows.data(), static_cast<int32_t>(rows.size()));
 }

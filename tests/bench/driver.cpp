@@ -155,7 +155,7 @@ void set_log_level(uint32_t level) {
     blob_buf buf = {};
     blob_buf_init(&buf, 0);
     blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, "payload", &record, sizeof record);
-    ubus_send_event(ctx, VESK_BUS_OBJECT ".setLogLevel", buf.head);
+    ubus_send_event(ctx, VESK_SIGNAL_SET_LOG_LEVEL, buf.head);
     blob_buf_free(&buf);
     usleep(100000);
 }

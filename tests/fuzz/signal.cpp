@@ -10,7 +10,7 @@ void fuzz_one(FuzzInput in) {
     FILE *&log = vesk_get_vesk_info()->logFile;
     while (in.left > 0) {
         FILE *const own = log = fopen("/dev/null", "a"); // a signal may close or replace it
-        const MerkaSignalRow &row = vesk_inbound_signals()[in.byte() % VESK_INBOUND_SIGNALS];
+        const MerkaSignalRow &row = vesk_inbound_signals()[in.byte() % vesk_inbound_signals().size()];
         std::vector<uint8_t> payload = in.piece();
         row.handler(row.interface, row.signal, payload.data(), static_cast<int>(payload.size()));
         fake_advance(4s);

@@ -19,7 +19,7 @@ void load() {
         Bus bus;
         bus.call("getStaInfo", [](blob_buf *b) { blobmsg_add_string(b, "vapName", "ath0"); });
         bus.call("getRadioInfo");
-        bus.send("tamlo.pelk.vesk.setStaEnable", std::string(4, '\1'));
+        bus.send(VESK_SIGNAL_SET_STA_ENABLE, std::string(4, '\1'));
     }
 }
 
@@ -62,7 +62,7 @@ TEST_F(Restart, SignalsFlowInBothDirections) {
         send_event(VESK_EVENT_RADAR, "wifi1", "100002");
         expect_signals(bus, 2);
         EXPECT_TRUE(eventually(2s, [&] { // the subscription follows the object
-            bus.send("tamlo.pelk.vesk.setLogLevel", log_record(round));
+            bus.send(VESK_SIGNAL_SET_LOG_LEVEL, log_record(round));
             return contains(daemon.err(), "level=[" + std::to_string(round) + "]\r\n");
         }));
     }
@@ -82,7 +82,7 @@ TEST_F(Restart, FiftyTimesUnderLoadCostsNothing) {
         SCOPED_TRACE(round);
         Wire sleeper(busSocket), dying(busSocket);
         EXPECT_NE(sleeper.hear("*"), 0u); // and never reads
-        dying.send(event("tamlo.pelk.vesk.setStaEnable", "").substr(0, 30));
+        dying.send(event(VESK_SIGNAL_SET_STA_ENABLE, "").substr(0, 30));
         shutdown(dying.fd, SHUT_RDWR);
         EXPECT_TRUE(on_the_bus());
         broker.kill();

@@ -82,7 +82,7 @@ TEST_F(System, AChannelIsSetAndTheChangeAnnounced) {
 TEST_F(System, AStormOfJoinsAndLeavesLosesNothing) {
     startBoth();
     Bus bus;
-    bus.send("tamlo.pelk.vesk.setLogLevel", log_record(3));
+    bus.send(VESK_SIGNAL_SET_LOG_LEVEL, log_record(3));
     Wire sleeper(busSocket); // is let go by the broker, and nobody else notices
     EXPECT_NE(sleeper.hear("*"), 0u);
     for (int i = 0; i < 40; i++) EXPECT_EQ(bus.send("noise", std::string(100000, 'n')), 0);
@@ -100,31 +100,31 @@ TEST_F(System, InboundSignalsSwitchTheDaemon) {
     Bus bus;
     // clang-format off
     const struct { const char *signal; std::string payload; const char *line; } cases[] = {
-        { "setLogLevel", log_record(7), " vesk_getScanStatus\n" },
-        { "setScanEnable", word(0), " offScan->scanCfg[1].bstaAuto.enableAuto=1\n" },
-        { "setScanEnable", word(1), " set offScan->scanEnable = 1\n" },
-        { "notifyWlanChange", word(1), " radioInfo[0].intfPollEnable = 0\n" },
-        { "setIntfStatEnable", word(0), " Set interface statistics status=0\r\n" },
-        { "setStaEnable", word(0), " vesk_set_sta_timer_status, status=0" },
-        { "setChannelChangeEnable", word(0), " Set channel change polling status=0\r\n" },
-        { "setStaEnable", std::string(3, '\1'), " Size = 3 sizeof = 4, parameter mismatched\n" },
+        { VESK_SIGNAL_SET_LOG_LEVEL, log_record(7), " vesk_getScanStatus\n" },
+        { VESK_SIGNAL_SET_SCAN_ENABLE, word(0), " offScan->scanCfg[1].bstaAuto.enableAuto=1\n" },
+        { VESK_SIGNAL_SET_SCAN_ENABLE, word(1), " set offScan->scanEnable = 1\n" },
+        { VESK_SIGNAL_NOTIFY_WLAN_CHANGE, word(1), " radioInfo[0].intfPollEnable = 0\n" },
+        { VESK_SIGNAL_SET_INTF_STAT_ENABLE, word(0), " Set interface statistics status=0\r\n" },
+        { VESK_SIGNAL_SET_STA_ENABLE, word(0), " vesk_set_sta_timer_status, status=0" },
+        { VESK_SIGNAL_SET_CHANNEL_CHANGE_ENABLE, word(0), " Set channel change polling status=0\r\n" },
+        { VESK_SIGNAL_SET_STA_ENABLE, std::string(3, '\1'), " Size = 3 sizeof = 4, parameter mismatched\n" },
     };
     // clang-format on
     for (const auto &c : cases) {
         SCOPED_TRACE(c.signal);
-        bus.send((std::string("tamlo.pelk.vesk.") + c.signal).c_str(), c.payload);
+        bus.send(c.signal, c.payload);
         bus.call("getScanStatus");
         EXPECT_TRUE(eventually(PATIENCE, [&] { return contains(read_file("/tmp/vesk.log"), c.line); }));
     }
-    bus.send("tamlo.pelk.vesk.notifyIEEE1905VlanIntfChange", std::string(370, 'v'));
+    bus.send(VESK_SIGNAL_NOTIFY_1905_VLAN_IF, std::string(370, 'v'));
     ASSERT_TRUE(bus.hears(VESK_SIGNAL_1905_VLAN_IF));
     EXPECT_EQ(bus.find(VESK_SIGNAL_1905_VLAN_IF)->payload, std::string(370, 'v'));
     for (int32_t value : { 0, 1, 1 }) {
-        bus.send("tamlo.pelk.vesk.setUbusObjSignal", word(value));
+        bus.send(VESK_SIGNAL_SET_UBUS_OBJ, word(value));
         EXPECT_TRUE(eventually(PATIENCE, [&] { return on_the_bus() == (value != 0); }));
     }
     const auto other = [] { return contains(read_file("/tmp/other.log"), "logifle=[/tmp/other.log]"); };
-    bus.send("tamlo.pelk.vesk.setLogDestination", word(0) + "/tmp/other.log" + std::string(18, '\0'));
+    bus.send(VESK_SIGNAL_SET_LOG_DESTINATION, word(0) + "/tmp/other.log" + std::string(18, '\0'));
     EXPECT_TRUE(eventually(PATIENCE, other));
 }
 

@@ -39,7 +39,7 @@ void ask(Bus &bus, uint32_t band, std::initializer_list<const char *> methods) {
 }
 
 void set_scanning(Bus &bus, uint32_t on) {
-    bus.send("tamlo.pelk.vesk.setScanEnable", { reinterpret_cast<const char *>(&on), sizeof on });
+    bus.send(VESK_SIGNAL_SET_SCAN_ENABLE, { reinterpret_cast<const char *>(&on), sizeof on });
 }
 
 ptrdiff_t count(const std::string &text, const std::string &part) {
@@ -91,8 +91,7 @@ struct ScanThreads : System {
     void start() {
         setenv("TSAN_OPTIONS", sanitizer, 1);
         startBoth();
-        Bus().send("tamlo.pelk.vesk.setLogDestination",
-                   std::string(4, '\0') + "/tmp/whole.log" + std::string(18, '\0'));
+        Bus().send(VESK_SIGNAL_SET_LOG_DESTINATION, std::string(4, '\0') + "/tmp/whole.log" + std::string(18, '\0'));
     }
     static bool is_done(std::span<const Work> work) {
         const std::string log = read_file("/tmp/whole.log");
