@@ -24,10 +24,10 @@
 #define CONFIG_DIR "/configs/vesk"
 #define CONFIG_FILE CONFIG_DIR "/vesk.conf"
 #define DEBUG_FLAG CONFIG_DIR "/vesk_debug_flag"
-#define LOG_LOADER(level, format, ...) VESK_LOG_AS("vesk_load_cfg", level, format, ##__VA_ARGS__)
-
 namespace
 {
+constexpr char stepOf[] = "vesk_load_cfg"; // the steps below log under its name
+
 constexpr char builtInText[] = "VESK_SCAN_24G_INTERVAL=60\n"
                                "VESK_SCAN_5GL_INTERVAL=60\n"
                                "VESK_SCAN_5GH_INTERVAL=60\n"
@@ -226,14 +226,14 @@ void read_line(const char *line)
     for (const ConfigKey &row : generalKeys)
         if (read_key(line, row))
             break;
-    LOG_LOADER(INFO, " Add your configure\n");
+    VESK_LOG_AS(stepOf, INFO, " Add your configure\n");
 }
 
 void read_file()
 {
     FILE *file = fopen(CONFIG_FILE, "re");
     if (file == nullptr) {
-        LOG_LOADER(INFO, " Open vesk configure file [%s] failed\n", CONFIG_FILE);
+        VESK_LOG_AS(stepOf, INFO, " Open vesk configure file [%s] failed\n", CONFIG_FILE);
         return;
     }
     char *line = nullptr;
@@ -251,7 +251,7 @@ void renew_file()
     if (access(DEBUG_FLAG, F_OK) != 0) {
         snprintf(command, sizeof command, "rm -rf %s", CONFIG_FILE);
         [[maybe_unused]] const int status = system(command);
-        LOG_LOADER(INFO, " Not vesk debug mode ,remove vesk conf %s !!\n", CONFIG_FILE);
+        VESK_LOG_AS(stepOf, INFO, " Not vesk debug mode ,remove vesk conf %s !!\n", CONFIG_FILE);
     }
     if (access(CONFIG_FILE, F_OK) == 0)
         return;
@@ -259,7 +259,7 @@ void renew_file()
     snprintf(command, sizeof command, "mkdir -p %s && echo \"%s\" > %s", CONFIG_DIR, builtInText,
              CONFIG_FILE);
     [[maybe_unused]] const int status = system(command);
-    LOG_LOADER(INFO, " copy configure file to configs !!\n");
+    VESK_LOG_AS(stepOf, INFO, " copy configure file to configs !!\n");
 }
 } // namespace
 

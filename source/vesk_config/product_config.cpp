@@ -20,10 +20,10 @@
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 
-#define LOG_LOADER(level, format, ...) VESK_LOG_AS("vesk_load_platform_config", level, format, ##__VA_ARGS__)
-
 namespace
 {
+constexpr char stepOf[] = "vesk_load_platform_config"; // the steps below log under its name
+
 constexpr char overridingFile[] = "/tmp/kor-product-cfg.json";
 constexpr char productFile[] = "/usr/etc/kor-product-cfg.json";
 
@@ -149,7 +149,7 @@ void read_text(const cJSON *item, const Field &field, char *to)
     if (!cJSON_IsString(item) || item->valuestring == nullptr)
         return;
     vesk_util_strncpy(to, item->valuestring, field.width);
-    LOG_LOADER(INFO, " Checking %s [%s]\n", field.key, to);
+    VESK_LOG_AS(stepOf, INFO, " Checking %s [%s]\n", field.key, to);
 }
 
 template <class T>
@@ -159,7 +159,7 @@ void read_number(const cJSON *item, const Field &field, char *to)
         return;
     const auto value = static_cast<T>(item->valueint);
     store_bytes(to, value);
-    LOG_LOADER(INFO, " Checking %s [%d]\n", field.key, value);
+    VESK_LOG_AS(stepOf, INFO, " Checking %s [%d]\n", field.key, value);
 }
 
 void read_flag(const cJSON *item, const Field &field, char *to)
@@ -168,7 +168,7 @@ void read_flag(const cJSON *item, const Field &field, char *to)
         return;
     const bool supported = strncmp(item->valuestring, "Supported", 9) == 0;
     store_bytes(to, static_cast<uint8_t>(supported));
-    LOG_LOADER(INFO, " Checking %s [%s] int [%d]\n", field.key, item->valuestring, supported);
+    VESK_LOG_AS(stepOf, INFO, " Checking %s [%s] int [%d]\n", field.key, item->valuestring, supported);
 }
 
 /** Reads the rows' keys of an object into the record; what is missing or of another type leaves its field. */
@@ -212,14 +212,16 @@ uint8_t read_list(const cJSON *parent, const List &list, Read read)
     return static_cast<uint8_t>(rows);
 }
 
-constexpr List ethernetList = { "Ethernet", VESK_CFG_ETHERNET,
-                                [](int n) { LOG_LOADER(ERROR, " Out range ethernet ports [%d]\n", n); } };
+constexpr List ethernetList = { "Ethernet", VESK_CFG_ETHERNET, [](int n) {
+                                   VESK_LOG_AS(stepOf, ERROR, " Out range ethernet ports [%d]\n", n);
+                               } };
 constexpr List wifiList = { "Wifi", VESK_CFG_WIFI,
-                            [](int n) { LOG_LOADER(ERROR, " Out range WiFi ports [%d]\n", n); } };
+                            [](int n) { VESK_LOG_AS(stepOf, ERROR, " Out range WiFi ports [%d]\n", n); } };
 constexpr List vapList = { "Vap", VESK_CFG_VAPS,
-                           [](int n) { LOG_LOADER(ERROR, " Out range Vap ports [%d]\n", n); } };
-constexpr List noiseBiasList = { "NoiseBias", VESK_CFG_BIAS,
-                                 [](int n) { LOG_LOADER(ERROR, " Out range NoiseBias [%d]\n", n); } };
+                           [](int n) { VESK_LOG_AS(stepOf, ERROR, " Out range Vap ports [%d]\n", n); } };
+constexpr List noiseBiasList = { "NoiseBias", VESK_CFG_BIAS, [](int n) {
+                                    VESK_LOG_AS(stepOf, ERROR, " Out range NoiseBias [%d]\n", n);
+                                } };
 constexpr List rssiBiasList = { "RssiBias", VESK_CFG_BIAS, nullptr };
 
 void read_wifi(const cJSON *object, VeskCfgWifi *wifi)
@@ -250,13 +252,13 @@ void read_applications(const cJSON *parent, VeskConfigInfo *cfg)
         if (!cJSON_IsString(item) || item->valuestring == nullptr || item->string == nullptr)
             continue;
         if (cfg->appNum == VESK_CFG_APPS) {
-            LOG_LOADER(ERROR, " Out range appList [%d]\n", VESK_CFG_APPS);
+            VESK_LOG_AS(stepOf, ERROR, " Out range appList [%d]\n", VESK_CFG_APPS);
             return;
         }
         VeskCfgApp &app = cfg->KorApplicationList[cfg->appNum++];
         vesk_util_strncpy(app.moduleName, item->string, sizeof app.moduleName);
         app.loadEnable = strncmp(item->valuestring, "yes", 3) == 0;
-        LOG_LOADER(INFO, " moduleName=%s, loadEnable=%d\n", app.moduleName, app.loadEnable);
+        VESK_LOG_AS(stepOf, INFO, " moduleName=%s, loadEnable=%d\n", app.moduleName, app.loadEnable);
     }
 }
 
@@ -277,18 +279,18 @@ char *read_text_of(FILE *file, long *length)
     fseek(file, 0, SEEK_END);
     *length = ftell(file);
     if (*length < 0) {
-        LOG_LOADER(ERROR, " Database len is error %ld\n", *length);
+        VESK_LOG_AS(stepOf, ERROR, " Database len is error %ld\n", *length);
         return nullptr;
     }
     rewind(file);
     const size_t size = static_cast<size_t>(*length);
     char *text = static_cast<char *>(calloc(size + 1, 1));
     if (text == nullptr) {
-        LOG_LOADER(ERROR, " No enough memory\n");
+        VESK_LOG_AS(stepOf, ERROR, " No enough memory\n");
         return nullptr;
     }
     if (fread(text, size, 1, file) == 0) {
-        LOG_LOADER(ERROR, " Failed to read the config file\n");
+        VESK_LOG_AS(stepOf, ERROR, " Failed to read the config file\n");
         free(text);
         return nullptr;
     }
@@ -300,7 +302,7 @@ cJSON *parse_file(const char *path)
 {
     FILE *file = fopen(path, "re");
     if (file == nullptr) {
-        LOG_LOADER(ERROR, " Database open failed: %s\n", path);
+        VESK_LOG_AS(stepOf, ERROR, " Database open failed: %s\n", path);
         return nullptr;
     }
     long length = 0;
@@ -308,8 +310,8 @@ cJSON *parse_file(const char *path)
     fclose(file);
     if (text == nullptr)
         return nullptr;
-    LOG_LOADER(INFO, " Read file [%s] len=[%ld] VeskConfigInfo=[%d]\n", path, length,
-               static_cast<int>(sizeof(VeskConfigInfo)));
+    VESK_LOG_AS(stepOf, INFO, " Read file [%s] len=[%ld] VeskConfigInfo=[%d]\n", path, length,
+                static_cast<int>(sizeof(VeskConfigInfo)));
     cJSON *root = cJSON_Parse(text);
     free(text);
     if (root == nullptr) {
@@ -324,7 +326,7 @@ void log_tree(const cJSON *root)
     char *text = cJSON_Print(root);
     if (text == nullptr)
         return;
-    LOG_LOADER(DEBUG, " File json is %s\r\n\n", text);
+    VESK_LOG_AS(stepOf, DEBUG, " File json is %s\r\n\n", text);
     cJSON_free(text);
 }
 } // namespace

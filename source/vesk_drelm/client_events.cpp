@@ -18,7 +18,7 @@
 namespace
 {
 
-constexpr char join_name[] = "wdev_client_join_event_process";
+constexpr char stepOf[] = "wdev_client_join_event_process";
 constexpr int poll_at_entry = 100; // milliseconds; holds if the handler gives up half-way
 constexpr int poll_after_event = 1000;
 
@@ -39,7 +39,7 @@ void fill_bssid(VeskClientJoin *join, const VeskVapInfo *vap, int vapIdx)
 {
     if (!mac_is_zero(join->bssid))
         return;
-    VESK_LOG_AS(join_name, INFO, " MAC is zero so use vapDb bssid, vapIdx=%d, vapName=%s\r\n\n", vapIdx,
+    VESK_LOG_AS(stepOf, INFO, " MAC is zero so use vapDb bssid, vapIdx=%d, vapName=%s\r\n\n", vapIdx,
                 vap->ifName);
     memcpy(join->bssid, vap->bssid, sizeof join->bssid);
 }
@@ -54,13 +54,13 @@ void fetch_assoc_frame(VeskClientJoin *join, const char *ifName)
     uint32_t length = std::min<uint32_t>(announced, VESK_ASSOC_REQ_MAX);
     if (rilk_getAssocReqFrame(ifName, join->mac_addr, &length, frame) != 0)
         return;
-    VESK_LOG_AS(join_name, DEBUG,
+    VESK_LOG_AS(stepOf, DEBUG,
                 " Get assoc req frame: vap=%s, mac=%02x:%02x:%02x:%02x:%02x:%02x, assoc_req_len=%d, "
                 "assoc_len=%d.\r\n\n",
                 ifName, VESK_MAC_ARGS(join->mac_addr), announced, static_cast<int>(length));
     if (length == 0) {
         join->assoc_req_len = 0;
-        VESK_LOG_AS(join_name, ERROR,
+        VESK_LOG_AS(stepOf, ERROR,
                     " Get assoc req frame: vap=%s, mac=%02x:%02x:%02x:%02x:%02x:%02x, assoc_req_len=0, "
                     "error!\r\n\n",
                     ifName, VESK_MAC_ARGS(join->mac_addr));
@@ -105,9 +105,9 @@ void wdev_client_join_dump(const VeskClientJoin *join)
     dump_assoc_frame(join);
 }
 
-void log_sent(const char *function, const char *signal, const char *ifName, const uint8_t *mac)
+void log_sent(const char *signal, const char *ifName, const uint8_t *mac, VeskLogSite caller = VESK_CALLER)
 {
-    VESK_LOG_AS(function, INFO, VESK_TEXT_SENT_CLIENT, VESK_BUS_OBJECT, signal, ifName, VESK_MAC_ARGS(mac));
+    VESK_LOG_AS(caller, INFO, VESK_TEXT_SENT_CLIENT, VESK_BUS_OBJECT, signal, ifName, VESK_MAC_ARGS(mac));
 }
 
 } // namespace
@@ -115,16 +115,12 @@ void log_sent(const char *function, const char *signal, const char *ifName, cons
 int wdev_client_join_event_process(void *body, const char *ifName)
 {
     VESK_LOG(INFO, " Enter wdev_client_join_event_process\n");
-    const VeskRadioInfo *radio = vesk_get_radio_info();
-    const VeskVapInfo *vap = vesk_get_vap_info();
-    if (body == nullptr || ifName == nullptr || radio == nullptr || vap == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     const int vapIdx = vesk_getVapIdxByName(ifName);
-    if (vapIdx < 0 || vapIdx >= VESK_VAPS)
+    if (vapIdx < 0)
         return -1;
-    vap += vapIdx;
+    const VeskVapInfo *vap = &vesk_get_vap_info()[vapIdx];
     vesk_retrigger_sta_timer(poll_at_entry);
     if (vap->band < 0 || vap->band >= VESK_RADIOS) {
         VESK_LOG_RANGE(vap->band, 0, VESK_RADIOS);
@@ -133,7 +129,7 @@ int wdev_client_join_event_process(void *body, const char *ifName)
 
     auto *event = static_cast<VeskClientJoinEvent *>(body);
     VeskClientJoin *join = &event->join;
-    fill_from_records(join, vap, &radio[vap->band], ifName);
+    fill_from_records(join, vap, &vesk_get_radio_info()[vap->band], ifName);
     VESK_LOG(DEBUG, " vesk evt 11v---%d, 11k-----%d\n\n", event->cap[0] >> 7, event->cap[1] & 1);
     fill_bssid(join, vap, vapIdx);
     fetch_assoc_frame(join, ifName);
@@ -141,7 +137,7 @@ int wdev_client_join_event_process(void *body, const char *ifName)
     join->assoc_req_len = std::min<uint16_t>(length, VESK_ASSOC_REQ_MAX);
     wdev_client_join_dump(join);
     send_record(VESK_SIGNAL_CLIENT_JOIN, join);
-    log_sent(__func__, VESK_SIGNAL_CLIENT_JOIN, ifName, join->mac_addr);
+    log_sent(VESK_SIGNAL_CLIENT_JOIN, ifName, join->mac_addr);
     vesk_set_sta_cap(join->mac_addr, event->cap);
     vesk_retrigger_sta_timer(poll_after_event);
     return 0;
@@ -150,15 +146,13 @@ int wdev_client_join_event_process(void *body, const char *ifName)
 int wdev_client_leave_event_process(void *body, const char *ifName)
 {
     VESK_LOG(INFO, " Enter wdev_client_leave_event_process\n");
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     auto *event = static_cast<VeskClientLeave *>(body);
     put_outer_name(event->ifName, ifName);
     vesk_retrigger_sta_timer(poll_at_entry);
     send_record(VESK_SIGNAL_CLIENT_LEAVE, event);
-    log_sent(__func__, VESK_SIGNAL_CLIENT_LEAVE, ifName, event->mac);
+    log_sent(VESK_SIGNAL_CLIENT_LEAVE, ifName, event->mac);
     vesk_unset_sta_cap(event->mac);
     vesk_retrigger_sta_timer(poll_after_event);
     return 0;
@@ -167,10 +161,8 @@ int wdev_client_leave_event_process(void *body, const char *ifName)
 int wdev_sta_disassoc_process(void *body, const char *ifName)
 {
     VESK_LOG(ERROR, " Enter wdev_sta_disassoc_process\n");
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     auto *event = static_cast<VeskStaDisassoc *>(body);
     put_outer_name(event->ifname, ifName);
     VESK_LOG(NOTICE, " sta mac=[%02x:%02x:%02x:%02x:%02x:%02x] disassoc, ifname=%s, reason code %d\n",
@@ -181,10 +173,8 @@ int wdev_sta_disassoc_process(void *body, const char *ifName)
 int wdev_map_r2_assoc_resp_process(void *body, const char *ifName)
 {
     VESK_LOG(ERROR, " Enter wdev_map_r2_assoc_resp_process\n");
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     auto *event = static_cast<VeskMapR2AssocResp *>(body);
     put_outer_name(event->ifname, ifName);
     VESK_LOG(ERROR, " vid=%d, pcp=%d, ifname=%s,peer mac=[%02x:%02x:%02x:%02x:%02x:%02x]\n", event->vid,
@@ -198,10 +188,8 @@ int wdev_map_r2_assoc_resp_process(void *body, const char *ifName)
 
 int wdev_probe_req_event_process(void *body, const char *ifName)
 {
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     auto *event = static_cast<VeskProbeReq *>(body);
     put_outer_name(event->ifName, ifName);
     VeskStaMon *monitored = vesk_sta_mon_get(event->mac, event->channel);
@@ -216,10 +204,8 @@ int wdev_probe_req_event_process(void *body, const char *ifName)
 
 int wdev_probe_resq_event_process(void *body, const char *ifName)
 {
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     put_outer_name(*static_cast<char(*)[VESK_IFNAME_SIZE]>(body), ifName);
     return 0;
 }

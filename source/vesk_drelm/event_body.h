@@ -8,6 +8,19 @@
 #include "include/merka.h"
 #include "include/vesk_event.h"
 #include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_main/log.h"
+
+/** Whether a handler was called without what it works on; logs it for the handler. */
+inline bool is_missing(const void *body, VeskLogSite caller = VESK_CALLER)
+{
+    if (body == nullptr)
+        VESK_LOG_NULL_AS(caller);
+    return body == nullptr;
+}
+inline bool is_missing(const void *body, const char *ifName, VeskLogSite caller = VESK_CALLER)
+{
+    return is_missing(body != nullptr ? ifName : nullptr, caller);
+}
 
 /** Writes the outer form of an inner name into a body's name field; what the sender left there goes. */
 inline void put_outer_name(char (&field)[VESK_IFNAME_SIZE], const char *ifName)

@@ -10,38 +10,30 @@
 namespace
 {
 
-/** Status and attribute record have one shape: the name, and a byte that says what is new. */
-struct [[gnu::packed]] IntfChange {
-    char ifName[VESK_IFNAME_SIZE];
-    uint8_t value;
-};
-static_assert(sizeof(IntfChange) == sizeof(VeskIfStatus) && sizeof(IntfChange) == sizeof(VeskVapAttr));
-
-int publish_change(const char *function, const char *signal, void *record, const char *ifName)
+template <class Record>
+int publish_change(const char *signal, Record *change, uint8_t Record::*value, const char *ifName,
+                   VeskLogSite caller = VESK_CALLER)
 {
-    if (record == nullptr) {
-        VESK_LOG_AS(function, ERROR, " Error:is NULL\n");
+    if (is_missing(change, caller))
         return -1;
-    }
-    auto *change = static_cast<IntfChange *>(record);
     put_outer_name(change->ifName, ifName);
     send_record(signal, change);
-    fprintf(stderr, "Ubus send successfully [%s] [%s] [%d]\r\n", signal, change->ifName, change->value);
+    fprintf(stderr, "Ubus send successfully [%s] [%s] [%d]\r\n", signal, change->ifName, change->*value);
     return 0;
 }
 
 } // namespace
 
-int wdev_intf_change_event_process(void *record, const char *ifName)
+int wdev_intf_change_event_process(VeskIfStatus *record, const char *ifName)
 {
     fputs("Enter wdev_intf_change_event_process\r\n", stderr);
-    return publish_change(__func__, VESK_SIGNAL_IF_STATUS, record, ifName);
+    return publish_change(VESK_SIGNAL_IF_STATUS, record, &VeskIfStatus::status, ifName);
 }
 
-int wdev_vap_attr_change_event_process(void *record, const char *ifName)
+int wdev_vap_attr_change_event_process(VeskVapAttr *record, const char *ifName)
 {
     fputs("Enter wdev_vap_attr_change_event_process\r\n", stderr);
-    return publish_change(__func__, VESK_SIGNAL_VAP_ATTR, record, ifName);
+    return publish_change(VESK_SIGNAL_VAP_ATTR, record, &VeskVapAttr::attribute, ifName);
 }
 
 int wdev_ieee1905_vlan_intf_change_event_process(void *record)

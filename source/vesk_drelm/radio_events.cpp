@@ -24,13 +24,11 @@ HwMode hw_mode(const char (&field)[sizeof(VeskChChange::oldHwMode)])
     return mode;
 }
 
-/** A body that is agreed between sender and receivers and not read here. */
-int forward_radar_event(const char *function, const char *signal, const void *body)
+/** Passed CAC and radar: bodies that are agreed between sender and receivers and not read here. */
+int forward_unread(const char *signal, const void *body, VeskLogSite caller = VESK_CALLER)
 {
-    if (body == nullptr) {
-        VESK_LOG_AS(function, ERROR, " Error:is NULL\n");
+    if (is_missing(body, caller))
         return -1;
-    }
     send_record(signal, static_cast<const VeskRadarEvent *>(body));
     return 0;
 }
@@ -39,10 +37,8 @@ int forward_radar_event(const char *function, const char *signal, const void *bo
 
 int wdev_ch_change_event_process(void *body, const char *)
 {
-    if (body == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body))
         return -1;
-    }
     const auto *event = static_cast<const VeskChChange *>(body);
     VESK_LOG(INFO, " reason=%d, radioId=%d, oldCh=%d, oldBw=%d, oldOpClass=%d, oldHwMode=%s, oldTxPower=%f\n",
              event->reason, event->radioId, event->oldCh, event->oldBw, event->oldOpClass,
@@ -56,20 +52,18 @@ int wdev_ch_change_event_process(void *body, const char *)
 
 int wdev_ch_passed_cac_event_process(void *body, const char *)
 {
-    return forward_radar_event(__func__, VESK_SIGNAL_CH_PASS_CAC, body);
+    return forward_unread(VESK_SIGNAL_CH_PASS_CAC, body);
 }
 
 int wdev_radar_notif_process(void *body, const char *)
 {
-    return forward_radar_event(__func__, VESK_SIGNAL_RADAR_NOTIF, body);
+    return forward_unread(VESK_SIGNAL_RADAR_NOTIF, body);
 }
 
 int wdev_unsafe_channel_event_process(void *body, const char *)
 {
-    if (body == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body))
         return -1;
-    }
     const auto *event = static_cast<const VeskUnsafeChannel *>(body);
     uint32_t(&stored)[3] = vesk_get_vesk_info()->chBitmap;
     bool changed = false;

@@ -15,12 +15,10 @@ namespace
 
 /** Events of which only the name at the start changes. */
 template <class Body>
-int forward_renamed(const char *function, const char *signal, void *body, const char *ifName)
+int forward_renamed(const char *signal, void *body, const char *ifName, VeskLogSite caller = VESK_CALLER)
 {
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_AS(function, ERROR, " Error:is NULL\n");
+    if (is_missing(body, ifName, caller))
         return -1;
-    }
     auto *event = static_cast<Body *>(body);
     put_outer_name(event->ifName, ifName);
     send_record(signal, event);
@@ -44,22 +42,20 @@ void note_peer_bssid(const VeskEnrolleeWps *event, const char *ifName)
 int wdev_btm_query_event_process(void *body, const char *ifName)
 {
     fputs("Enter wdev_btm_query_event_process\r\n", stderr);
-    return forward_renamed<VeskBtmQuery>(__func__, VESK_SIGNAL_BTM_QUERY, body, ifName);
+    return forward_renamed<VeskBtmQuery>(VESK_SIGNAL_BTM_QUERY, body, ifName);
 }
 
 int wdev_beacon_report_process(void *body, const char *ifName)
 {
     VESK_LOG(DEBUG, " Enter wdev_beacon_report_process\n");
-    return forward_renamed<VeskBcnReport>(__func__, VESK_SIGNAL_BCN_REPORT, body, ifName);
+    return forward_renamed<VeskBcnReport>(VESK_SIGNAL_BCN_REPORT, body, ifName);
 }
 
 int wdev_btm_resp_event_process(void *body, const char *ifName)
 {
     fputs("Enter wdev_btm_resp_event_process\r\n", stderr);
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     const int vapIdx = vesk_getVapIdxByName(ifName);
     if (vapIdx < 0 || vapIdx >= VESK_VAPS) {
         VESK_LOG_RANGE(vapIdx, 0, VESK_VAPS);
@@ -75,10 +71,8 @@ int wdev_btm_resp_event_process(void *body, const char *ifName)
 int wdev_enrollee_wps_event_process(void *body, const char *ifName)
 {
     fputs("Enter wdev_enrollee_wps_event_process\r\n", stderr);
-    if (body == nullptr || ifName == nullptr) {
-        VESK_LOG_NULL();
+    if (is_missing(body, ifName))
         return -1;
-    }
     auto *event = static_cast<VeskEnrolleeWps *>(body);
     put_outer_name(event->ifName, ifName);
     note_peer_bssid(event, ifName);

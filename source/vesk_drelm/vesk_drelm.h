@@ -34,7 +34,7 @@ int wdev_map_r2_assoc_resp_process(void *body, const char *ifName);
 int wdev_sta_disassoc_process(void *body, const char *ifName);
 int wdev_unsafe_channel_event_process(void *body, const char *ifName);
 
-int wdev_intf_change_event_process(void *record, const char *ifName);     // VeskIfStatus
-int wdev_vap_attr_change_event_process(void *record, const char *ifName); // VeskVapAttr
+int wdev_intf_change_event_process(VeskIfStatus *record, const char *ifName);
+int wdev_vap_attr_change_event_process(VeskVapAttr *record, const char *ifName);
 /** 370 bytes, carried unread; the caller has tested the size. */
 int wdev_ieee1905_vlan_intf_change_event_process(void *record);

@@ -25,31 +25,32 @@ const char *text_or_empty(const char *text)
     return text != nullptr ? text : "";
 }
 
-void log_arrival(const char *function, const char *interface, const char *signal, int size)
+void log_arrival(const char *interface, const char *signal, int size, VeskLogSite caller = VESK_CALLER)
 {
-    VESK_LOG_AS(function, INFO, " interface=%s, signal=%s size=%d\n", text_or_empty(interface),
+    VESK_LOG_AS(caller, INFO, " interface=%s, signal=%s size=%d\n", text_or_empty(interface),
                 text_or_empty(signal), size);
 }
 
-bool has_payload(const char *function, const void *payload)
+bool has_payload(const void *payload, VeskLogSite caller = VESK_CALLER)
 {
     if (payload == nullptr)
-        VESK_LOG_AS(function, ERROR, " Bus buf is NULL\n\n");
+        VESK_LOG_AS(caller, ERROR, " Bus buf is NULL\n\n");
     return payload != nullptr;
 }
 
-void log_mismatch(const char *function, int size, int expected)
+void log_mismatch(int size, int expected, VeskLogSite caller = VESK_CALLER)
 {
-    VESK_LOG_AS(function, ERROR, " Size = %d sizeof = %d, parameter mismatched\n\n", size, expected);
+    VESK_LOG_AS(caller, ERROR, " Size = %d sizeof = %d, parameter mismatched\n\n", size, expected);
 }
 
 /** The payload of the two log signals; nothing else has an exact size. */
-bool read_log_setting(const char *function, const void *payload, int size, WireLogSetting *setting)
+bool read_log_setting(const void *payload, int size, WireLogSetting *setting,
+                      VeskLogSite caller = VESK_CALLER)
 {
-    if (!has_payload(function, payload))
+    if (!has_payload(payload, caller))
         return false;
     if (size != static_cast<int>(sizeof *setting)) {
-        log_mismatch(function, size, sizeof *setting);
+        log_mismatch(size, sizeof *setting, caller);
         return false;
     }
     memcpy(setting, payload, sizeof *setting);
@@ -57,14 +58,14 @@ bool read_log_setting(const char *function, const void *payload, int size, WireL
 }
 
 /** Common start of the switches: logs the arrival and reads the word at the start of the payload. */
-bool read_value(const char *function, const char *interface, const char *signal, const void *payload,
-                int size, int32_t *value)
+bool read_value(const char *interface, const char *signal, const void *payload, int size, int32_t *value,
+                VeskLogSite caller = VESK_CALLER)
 {
-    log_arrival(function, interface, signal, size);
-    if (!has_payload(function, payload))
+    log_arrival(interface, signal, size, caller);
+    if (!has_payload(payload, caller))
         return false;
     if (size < static_cast<int>(sizeof *value)) {
-        log_mismatch(function, size, sizeof *value);
+        log_mismatch(size, sizeof *value, caller);
         return false;
     }
     *value = load_bytes<int32_t>(payload);
@@ -101,7 +102,7 @@ void vesk_setLogLevelSignal(const char *interface, const char *signal, void *pay
     VESK_LOG(INFO, " vesk_setLogLevelSignal interface=%s, signal=%s size=%d\n", text_or_empty(interface),
              text_or_empty(signal), size);
     WireLogSetting setting;
-    if (!read_log_setting(__func__, payload, size, &setting))
+    if (!read_log_setting(payload, size, &setting))
         return;
     const auto level = static_cast<int32_t>(setting.level); // beyond 0..99 either sign is refused alike
     if (level >= 0 && level <= 7)
@@ -119,7 +120,7 @@ void vesk_setLogDestinationSignal(const char *interface, const char *signal, voi
     VESK_LOG(INFO, " vesk_setLogDestinationSignal interface=%s, signal=%s size=%d\n",
              text_or_empty(interface), text_or_empty(signal), size);
     WireLogSetting setting;
-    if (!read_log_setting(__func__, payload, size, &setting))
+    if (!read_log_setting(payload, size, &setting))
         return;
     setting.destination[sizeof setting.destination - 1] = '\0';
     if (strcmp(setting.destination, "stderr") == 0) {
@@ -134,7 +135,7 @@ void vesk_setLogDestinationSignal(const char *interface, const char *signal, voi
 void vesk_setScanEnableSignal(const char *interface, const char *signal, void *payload, int size)
 {
     int32_t value;
-    if (!read_value(__func__, interface, signal, payload, size, &value))
+    if (!read_value(interface, signal, payload, size, &value))
         return;
     VESK_LOG(INFO, VESK_TEXT_SET_SCANNING, value);
     const uint32_t scan = means_on(value);
@@ -144,8 +145,8 @@ void vesk_setScanEnableSignal(const char *interface, const char *signal, void *p
 
 void vesk_notifyWlanChange(const char *interface, const char *signal, void *payload, int size)
 {
-    log_arrival(__func__, interface, signal, size);
-    if (!has_payload(__func__, payload))
+    log_arrival(interface, signal, size);
+    if (!has_payload(payload))
         return;
     VeskRadioInfo *radio = vesk_get_radio_info();
     if (radio->intfSupportTrigger == 0)
@@ -159,7 +160,7 @@ void vesk_notifyWlanChange(const char *interface, const char *signal, void *payl
 void vesk_setIntfStatEnableSignal(const char *interface, const char *signal, void *payload, int size)
 {
     int32_t value;
-    if (!read_value(__func__, interface, signal, payload, size, &value))
+    if (!read_value(interface, signal, payload, size, &value))
         return;
     VESK_LOG(INFO, VESK_TEXT_SET_STATISTICS, value);
     vesk_set_intf_stat_status(means_on(value));
@@ -168,7 +169,7 @@ void vesk_setIntfStatEnableSignal(const char *interface, const char *signal, voi
 void vesk_setStaEnableSignal(const char *interface, const char *signal, void *payload, int size)
 {
     int32_t value;
-    if (!read_value(__func__, interface, signal, payload, size, &value))
+    if (!read_value(interface, signal, payload, size, &value))
         return;
     VESK_LOG(INFO, VESK_TEXT_SET_STATIONS, value);
     vesk_set_sta_timer_status(means_on(value));
@@ -177,7 +178,7 @@ void vesk_setStaEnableSignal(const char *interface, const char *signal, void *pa
 void vesk_setChannelChangeEnableSignal(const char *interface, const char *signal, void *payload, int size)
 {
     int32_t value;
-    if (!read_value(__func__, interface, signal, payload, size, &value))
+    if (!read_value(interface, signal, payload, size, &value))
         return;
     VESK_LOG(INFO, VESK_TEXT_SET_CHANNELS, value);
     vesk_set_channel_change_timer_status(means_on(value));
@@ -186,7 +187,7 @@ void vesk_setChannelChangeEnableSignal(const char *interface, const char *signal
 void vesk_setUbusObjSignal(const char *interface, const char *signal, void *payload, int size)
 {
     int32_t value;
-    if (!read_value(__func__, interface, signal, payload, size, &value))
+    if (!read_value(interface, signal, payload, size, &value))
         return;
     VESK_LOG(INFO, VESK_TEXT_SET_OBJECT, value);
     if (means_on(value))
@@ -197,11 +198,11 @@ void vesk_setUbusObjSignal(const char *interface, const char *signal, void *payl
 
 void vesk_notifyIEEE1905VlanInftChange(const char *interface, const char *signal, void *payload, int size)
 {
-    log_arrival(__func__, interface, signal, size);
-    if (!has_payload(__func__, payload))
+    log_arrival(interface, signal, size);
+    if (!has_payload(payload))
         return;
     if (size < VESK_1905_VLAN_IF_SIZE) {
-        log_mismatch(__func__, size, VESK_1905_VLAN_IF_SIZE);
+        log_mismatch(size, VESK_1905_VLAN_IF_SIZE);
         return;
     }
     wdev_ieee1905_vlan_intf_change_event_process(payload);

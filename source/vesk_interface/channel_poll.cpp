@@ -17,7 +17,7 @@
 namespace
 {
 
-constexpr char handle[] = "vesk_channel_change_handle"; // the steps below log under the handler's name
+constexpr char stepOf[] = "vesk_channel_change_handle"; // the steps below log under the handler's name
 constexpr int fullReadEvery = 20;                       // polls
 constexpr uint8_t foundByPoller = 1;                    // VeskChChange.reason
 constexpr int msPerSecond = 1000;
@@ -37,11 +37,11 @@ Reading read_radio(int idx, VeskRadioInfo &radio)
     const char *name = radio.apIntf.radioIfname;
     rilk_getRadioCurChannel(name, &now.channel);
     pollCnt[idx]++;
-    VESK_LOG_AS(handle, DEBUG, " band=%d, ch=%d, pollCnt=%d, ctl=%d\n", idx, now.channel, pollCnt[idx],
+    VESK_LOG_AS(stepOf, DEBUG, " band=%d, ch=%d, pollCnt=%d, ctl=%d\n", idx, now.channel, pollCnt[idx],
                 radio.intfPollCtl);
     if (pollCnt[idx] < fullReadEvery && radio.intfPollCtl == 0)
         return now;
-    VESK_LOG_AS(handle, DEBUG, " reset band=%d, pollCnt=%d, intfPollCtl=%d\n", idx, pollCnt[idx],
+    VESK_LOG_AS(stepOf, DEBUG, " reset band=%d, pollCnt=%d, intfPollCtl=%d\n", idx, pollCnt[idx],
                 radio.intfPollCtl);
     RilkRadioDynParams dyn = {};
     rilk_getRadioDynParamters(name, &dyn);
@@ -76,7 +76,7 @@ void store_change(VeskRadioInfo &radio, const Reading &now)
 void publish_change(VeskRadioInfo &radio, const Reading &now)
 {
     vesk_set_scan_status(0);
-    VESK_LOG_AS(handle, INFO, " vesk_channel_change_handle curChannel=%d, pollCh=%d\n", radio.curChannel,
+    VESK_LOG_AS(stepOf, INFO, " vesk_channel_change_handle curChannel=%d, pollCh=%d\n", radio.curChannel,
                 now.channel);
     VeskChChange change = {};
     change.reason = foundByPoller;
@@ -100,7 +100,7 @@ void publish_change(VeskRadioInfo &radio, const Reading &now)
 void poll_radio(int idx, VeskRadioInfo &radio)
 {
     if (radio.status == 0) {
-        VESK_LOG_AS(handle, DEBUG, " band=%d, radioInfo[band].state=%d continue\n", idx, radio.status);
+        VESK_LOG_AS(stepOf, DEBUG, " band=%d, radioInfo[band].state=%d continue\n", idx, radio.status);
         return;
     }
     const Reading now = read_radio(idx, radio);

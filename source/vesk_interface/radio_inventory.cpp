@@ -15,7 +15,7 @@
 namespace
 {
 
-constexpr char refresh[] = "vesk_update_radio_info"; // the steps below log under the refresh's name
+constexpr char stepOf[] = "vesk_update_radio_info"; // the steps below log under the refresh's name
 
 uint32_t radioInited[VESK_RADIOS]; // 1: has been through its first refresh
 
@@ -29,10 +29,9 @@ void end_text(char (&name)[VESK_IFNAME_SIZE])
 void read_enabled(int idx, VeskRadioInfo &radio)
 {
     HulRadioInfo info = {};
-    VESK_LOG_AS(refresh, INFO, " Call hul_getRadioInfo, radio=%d.\n\n", radio.actualBand);
+    VESK_LOG_AS(stepOf, INFO, " Call hul_getRadioInfo, radio=%d.\n\n", radio.actualBand);
     hul_getRadioInfo(radio.actualBand, &info);
-    VESK_LOG_AS(refresh, DEBUG, " band=%d, radioId=%d, isEnabled=%d\r\n\n", idx, info.radioId,
-                info.isEnabled);
+    VESK_LOG_AS(stepOf, DEBUG, " band=%d, radioId=%d, isEnabled=%d\r\n\n", idx, info.radioId, info.isEnabled);
     radio.isEnabled = info.isEnabled != 0;
     radio.isAcsEnabled = info.isAcsEnabled;
 }
@@ -46,7 +45,7 @@ void read_status(int idx, VeskRadioInfo &radio, uint8_t &radioStatus)
     else
         radioStatus = 0;
     if (radioStatus != radio.status && radioInited[idx] == 1) {
-        VESK_LOG_AS(refresh, INFO, " radio=%s, bandIdx=%d, radioStatus=%d, radioInfo[band].status=%d\r\n\n",
+        VESK_LOG_AS(stepOf, INFO, " radio=%s, bandIdx=%d, radioStatus=%d, radioInfo[band].status=%d\r\n\n",
                     radio.apIntf.radioIfname, idx, radioStatus, radio.status);
         flag_store(&vesk_get_scan_info()->needResetScan, 1);
     }
@@ -56,7 +55,7 @@ void read_status(int idx, VeskRadioInfo &radio, uint8_t &radioStatus)
 void read_channel_list(VeskRadioInfo &radio)
 {
     HulChannelList list = {};
-    VESK_LOG_AS(refresh, INFO, " Call hul_getRadioChannelList, radio=%d.\n\n", radio.actualBand);
+    VESK_LOG_AS(stepOf, INFO, " Call hul_getRadioChannelList, radio=%d.\n\n", radio.actualBand);
     hul_getRadioChannelList(radio.actualBand, &list);
     radio.chListNums = vesk_clamp_count(list.chListNums, VESK_WIRE_CHANNELS);
     for (int i = 0; i < radio.chListNums; i++) {
@@ -85,7 +84,7 @@ void compare_with_driver(int idx, VeskRadioInfo &radio, const RilkRadioDynParams
     rilk_getRadioTxpower(radio.apIntf.radioIfname, &power);
     if (radio.curBw != dyn.bw || !vesk_is_same_power(power, radio.txPower))
         radio.intfPollCtl = 1;
-    VESK_LOG_AS(refresh, DEBUG,
+    VESK_LOG_AS(stepOf, DEBUG,
                 " band=%d, intfPollCtl=%d, curBw=%d, bw=%d, old txPower=%f, txPower=%f, chNums=%d\n", idx,
                 radio.intfPollCtl, radio.curBw, dyn.bw, static_cast<double>(radio.txPower),
                 static_cast<double>(power), radio.chListNums);

@@ -15,7 +15,7 @@
 namespace
 {
 
-constexpr char poll[] = "vesk_update_sta_info"; // the steps below log under the poll's name
+constexpr char stepOf[] = "vesk_update_sta_info"; // the steps below log under the poll's name
 constexpr int msPerSecond = 1000;
 
 /** Whether both radios' channels are quiet enough; the first that isn't ends the look. */
@@ -26,10 +26,10 @@ bool is_load_low(uint32_t threshold)
         rilk_getCurChannelInfo(vesk_get_radio_info()[i].apIntf.radioIfname, &info);
         const int util = static_cast<int>(info.ccaTxUtil);
         const int ibss = static_cast<int>(info.ccaInbss);
-        VESK_LOG_AS(poll, DEBUG, " band=%d, channelUtil=%d, ibss=%d\n", i, util, ibss);
+        VESK_LOG_AS(stepOf, DEBUG, " band=%d, channelUtil=%d, ibss=%d\n", i, util, ibss);
         if (info.ccaTxUtil < threshold && info.ccaInbss < threshold)
             continue;
-        VESK_LOG_AS(poll, INFO,
+        VESK_LOG_AS(stepOf, INFO,
                     " band [%d] channelUtil=%d, ibss=%d, ccaTxUtil or ibss is out range, exit...\n", i, util,
                     ibss);
         return false;
@@ -65,11 +65,11 @@ bool replaces_duplicate(Kvhmgr *db, const VeskStaEntry &entry)
     const auto *stored = static_cast<const VeskStaEntry *>(kvhmgr_get(db, &entry));
     if (stored == nullptr)
         return true;
-    VESK_LOG_AS(poll, DEBUG, " found the same station, mac is [%02x:%02x:%02x:%02x:%02x:%02x]\n",
+    VESK_LOG_AS(stepOf, DEBUG, " found the same station, mac is [%02x:%02x:%02x:%02x:%02x:%02x]\n",
                 VESK_MAC_ARGS(stored->mac));
     if (stored->time < entry.time)
         return false;
-    VESK_LOG_AS(poll, INFO, " update the new station to db\n");
+    VESK_LOG_AS(stepOf, INFO, " update the new station to db\n");
     kvhmgr_delete(db, &entry);
     return true;
 }
@@ -84,7 +84,7 @@ void store_station(Kvhmgr *db, const VeskStaEntry &entry, bool &overflow)
         return;
     }
     if (!overflow)
-        VESK_LOG_AS(poll, ERROR, " station store is full, max count is [%d]\n", db->maxCount);
+        VESK_LOG_AS(stepOf, ERROR, " station store is full, max count is [%d]\n", db->maxCount);
     overflow = true;
 }
 
@@ -98,7 +98,7 @@ void poll_station(int vapIdx, int position, bool isBh, bool &overflow)
     entry.vapIntf[sizeof entry.vapIntf - 1] = '\0';
     fill_bandwidth(entry);
     if (mac_is_zero(mac)) {
-        VESK_LOG_AS(poll, ERROR, " MAC is zero, vapIdx=%d, vapName=%s\r\n\n", vapIdx, ifName);
+        VESK_LOG_AS(stepOf, ERROR, " MAC is zero, vapIdx=%d, vapName=%s\r\n\n", vapIdx, ifName);
         return;
     }
     fill_capabilities(entry, mac);
@@ -109,11 +109,11 @@ void poll_station(int vapIdx, int position, bool isBh, bool &overflow)
 void poll_vap(int vapIdx, bool &overflow)
 {
     VeskVapInfo &vap = vesk_get_vap_info()[vapIdx];
-    VESK_LOG_AS(poll, DEBUG, " vapIdx=%d, vapName=%s\r\n\n", vapIdx, vap.ifName);
+    VESK_LOG_AS(stepOf, DEBUG, " vapIdx=%d, vapName=%s\r\n\n", vapIdx, vap.ifName);
     const bool isBh = vap.vapAttr == VESK_VAP_BBSS;
     rilk_getVapAssocStationNumber(vap.ifName, &vap.staNums);
     vap.staNums = vesk_clamp_count(vap.staNums, VESK_STATIONS);
-    VESK_LOG_AS(poll, DEBUG, " vapIdx=%d, vapName=%s, nums=%d\r\n\n", vapIdx, vap.ifName, vap.staNums);
+    VESK_LOG_AS(stepOf, DEBUG, " vapIdx=%d, vapName=%s, nums=%d\r\n\n", vapIdx, vap.ifName, vap.staNums);
     for (int position = 1; position <= vap.staNums; position++)
         poll_station(vapIdx, position, isBh, overflow);
 }

@@ -18,9 +18,8 @@
 namespace
 {
 
-constexpr char vapRefresh[] = "vesk_init_vap_info"; // the steps of each path log under its name
-constexpr char bstaRefresh[] = "vesk_init_bsta_info";
-constexpr uint8_t attrSsid = 1; // VeskVapAttr: what changed
+constexpr char stepOf[] = "vesk_init_vap_info"; // its steps log under its name
+constexpr uint8_t attrSsid = 1;                 // VeskVapAttr: what changed
 constexpr uint8_t attrBssid = 2;
 
 uint32_t vapInited[VESK_VAPS]; // 1: the slot has been through a full pass
@@ -30,32 +29,23 @@ bool is_station_mode(const VeskVapInfo &vap)
     return strstr(vap.mode, "sta") != nullptr;
 }
 
-void log_range(const char *function, int value, int high)
-{
-    VESK_LOG_AS(function, ERROR, " Error:num [%d] [min-max) = [%d] - [%d] is out range\n", value, 0, high);
-}
-
 /** The slot of a name, -1 and a line when all are taken by others. */
-int take_slot(const char *function, const char *name)
+int slot_of(const char *name, VeskLogSite caller = VESK_CALLER)
 {
     const uint32_t slot = vesk_find_vap_slot(name);
     if (slot < VESK_VAPS)
         return static_cast<int>(slot);
-    log_range(function, VESK_VAPS, VESK_VAPS);
+    VESK_LOG_RANGE_AS(caller, VESK_VAPS, 0, VESK_VAPS);
     return -1;
 }
 
 /** Index of a band word's row of the product configuration, -1 and a line without one. */
-int find_cfg_row(const char *function, int actualBand)
+int find_cfg_row(int actualBand, VeskLogSite caller = VESK_CALLER)
 {
-    if (vesk_get_vesk_cfg_info() == nullptr) {
-        VESK_LOG_AS(function, ERROR, " Error:is NULL\n");
-        return -1;
-    }
     const int idx = vesk_get_cfg_band_idx(actualBand);
     if (idx >= 0 && idx < VESK_CFG_WIFI)
         return idx;
-    log_range(function, idx, VESK_CFG_WIFI);
+    VESK_LOG_RANGE_AS(caller, idx, 0, VESK_CFG_WIFI);
     return -1;
 }
 
@@ -67,14 +57,24 @@ void announce_attr(const char *ifName, uint8_t attribute)
     wdev_vap_attr_change_event_process(&change, ifName);
 }
 
-void announce_status(const char *function, const VeskVapInfo &vap, uint8_t status)
+void announce_status(const VeskVapInfo &vap, uint8_t status, VeskLogSite caller)
 {
-    VESK_LOG_AS(function, INFO, " vapName=%s, status change from [%d] to [%d]\r\n\n", vap.ifName, vap.status,
+    VESK_LOG_AS(caller, INFO, " vapName=%s, status change from [%d] to [%d]\r\n\n", vap.ifName, vap.status,
                 status);
     VeskIfStatus change = {};
     vesk_util_strncpy(change.ifName, vap.ifName, sizeof change.ifName);
     change.status = status;
     wdev_intf_change_event_process(&change, vap.ifName);
+}
+
+/** Stores a status, which is announced first if it differs and the caller wants that. */
+void refresh_status(VeskVapInfo &vap, bool announce, VeskLogSite caller = VESK_CALLER)
+{
+    uint8_t status = 0;
+    rilk_getVapStatus(vap.ifName, &status);
+    if (announce && status != vap.status)
+        announce_status(vap, status, caller);
+    flag_store(&vap.status, status);
 }
 
 /** The mode of the VAP's row; a VAP without one keeps what it had. */
@@ -90,21 +90,12 @@ void find_mode(const VeskCfgWifi &wifi, VeskVapInfo &vap)
     }
 }
 
-void refresh_status(VeskVapInfo &vap, bool announce)
-{
-    uint8_t status = 0;
-    rilk_getVapStatus(vap.ifName, &status);
-    if (announce && status != vap.status)
-        announce_status(vapRefresh, vap, status);
-    flag_store(&vap.status, status);
-}
-
 void refresh_bssid(VeskVapInfo &vap, bool announce)
 {
     uint8_t now[6] = {};
     rilk_getVapBssid(vap.ifName, now);
     if (announce && memcmp(now, vap.bssid, sizeof now) != 0) {
-        VESK_LOG_AS(vapRefresh, INFO,
+        VESK_LOG_AS(stepOf, INFO,
                     " vapName=%s, old bssid [%02x:%02x:%02x:%02x:%02x:%02x] change to "
                     "[%02x:%02x:%02x:%02x:%02x:%02x]\n",
                     vap.ifName, VESK_MAC_ARGS(vap.bssid), VESK_MAC_ARGS(now));
@@ -119,7 +110,7 @@ void refresh_ssid(VeskVapInfo &vap, bool announce)
     rilk_getVapSsid(vap.ifName, sizeof ssid, ssid);
     ssid[sizeof ssid - 1] = '\0';
     if (announce && strncmp(ssid, vap.ssid, sizeof ssid) != 0) {
-        VESK_LOG_AS(vapRefresh, INFO, " vapName=%s, old ssid %s change to %s\n", vap.ifName, vap.ssid, ssid);
+        VESK_LOG_AS(stepOf, INFO, " vapName=%s, old ssid %s change to %s\n", vap.ifName, vap.ssid, ssid);
         announce_attr(vap.ifName, attrSsid);
     }
     vesk_set_text(vap.ssid, ssid);
@@ -128,7 +119,7 @@ void refresh_ssid(VeskVapInfo &vap, bool announce)
 void refresh_security(VeskVapInfo &vap)
 {
     HulVapCfg cfg = {};
-    VESK_LOG_AS(vapRefresh, INFO, " Call hul_getEnabledVapCfg, ifname=%s.\n\n", vap.ifName);
+    VESK_LOG_AS(stepOf, INFO, " Call hul_getEnabledVapCfg, ifname=%s.\n\n", vap.ifName);
     hul_getEnabledVapCfg(vap.ifName, &cfg);
     memcpy(vap.keyPassphrase, cfg.keyPassphrase, sizeof vap.keyPassphrase); // nothing of a former key stays
     vap.keyPassphrase[sizeof vap.keyPassphrase - 1] = '\0';
@@ -172,7 +163,7 @@ void vesk_update_vap_info()
 
 void vesk_init_vap_info(const char *radio, const char *ifName, int band)
 {
-    const int slot = take_slot(vapRefresh, ifName);
+    const int slot = slot_of(ifName);
     if (slot < 0)
         return;
     VeskVapInfo &vap = vesk_get_vap_info()[slot];
@@ -180,7 +171,7 @@ void vesk_init_vap_info(const char *radio, const char *ifName, int band)
     vesk_set_text(vap.radio, radio);
     vap.band = band;
     vap.actualBand = band >= 1 ? VESK_BAND_5GA : band;
-    const int row = find_cfg_row(vapRefresh, vap.actualBand);
+    const int row = find_cfg_row(vap.actualBand);
     if (row < 0)
         return;
     find_mode(vesk_get_vesk_cfg_info()->Wifi[row], vap);
@@ -206,22 +197,22 @@ void vesk_init_bsta_info(const char *radio, int actualBand)
     VESK_LOG(DEBUG, " radio=%s, actualBand=%d\n", radio, actualBand);
     const int radioIdx = vesk_getRadioIdxByName(radio);
     if (radioIdx < 0) {
-        log_range(bstaRefresh, radioIdx, VESK_RADIOS);
+        VESK_LOG_RANGE(radioIdx, 0, VESK_RADIOS);
         return;
     }
-    const int row = find_cfg_row(bstaRefresh, actualBand);
+    const int row = find_cfg_row(actualBand);
     if (row < 0)
         return;
     const VeskCfgWifi &wifi = vesk_get_vesk_cfg_info()->Wifi[row];
     const int apIdx = vesk_find_bsta_row(&wifi);
     if (apIdx < 0) {
-        log_range(bstaRefresh, wifi.vapNum, wifi.vapNum);
+        VESK_LOG_RANGE(wifi.vapNum, 0, wifi.vapNum);
         return;
     }
     const VeskCfgVap &station = wifi.Vap[apIdx];
     VESK_LOG(DEBUG, " radio=%s, bandIdx=%d, apIdx=%d, vapIdx=%d\n", radio, row, apIdx,
              static_cast<int>(vesk_find_vap_slot(station.InterfaceName)));
-    const int slot = take_slot(bstaRefresh, station.InterfaceName);
+    const int slot = slot_of(station.InterfaceName);
     if (slot < 0)
         return;
     VeskVapInfo &vap = vesk_get_vap_info()[slot];
@@ -231,11 +222,7 @@ void vesk_init_bsta_info(const char *radio, int actualBand)
     vap.band = vesk_get_radio_info()[radioIdx].band;
     vap.actualBand = vesk_get_radio_info()[radioIdx].actualBand;
 
-    uint8_t status = 0;
-    rilk_getVapStatus(vap.ifName, &status);
-    if (status != vap.status)
-        announce_status(bstaRefresh, vap, status);
-    flag_store(&vap.status, status);
+    refresh_status(vap, true);
     vesk_set_text(vap.mode, station.Mode);
     vesk_utils_get_mac_by_ioctl(vap.ifName, vap.bssid);
 }

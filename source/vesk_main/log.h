@@ -37,19 +37,49 @@ consteval VeskLogModule vesk_log_module(const char *path)
     return module;
 }
 
+/** Function and line that a log line names. */
+struct VeskLogSite {
+    const char *function;
+    int line;
+};
+
+/** The caller's site, as the default of a helper's last parameter: VeskLogSite caller = VESK_CALLER. */
+#define VESK_CALLER                                                                                          \
+    {                                                                                                        \
+        __builtin_FUNCTION(), __builtin_LINE()                                                               \
+    }
+
+constexpr VeskLogSite vesk_log_site(const char *function, int line)
+{
+    return { function, line };
+}
+constexpr VeskLogSite vesk_log_site(const VeskLogSite &site, int)
+{
+    return site;
+}
+
 /** Logs a printf-like message of a level (ERROR, NOTICE, INFO, DEBUG) under the function it stands in.
  *  The message brings its own line end. */
 #define VESK_LOG(level, format, ...) VESK_LOG_AS(__func__, level, format, ##__VA_ARGS__)
 
-/** The same under another function's name. */
-#define VESK_LOG_AS(function, level, format, ...)                                                            \
+/** The same for another function: `at` is its name, in a step that it has been split into, or the site of the
+ * caller, in a helper of several functions. */
+#define VESK_LOG_AS(at, level, format, ...)                                                                  \
     do {                                                                                                     \
         if (vesk_log_begin(VESK_LEVEL_##level)) {                                                            \
             static constexpr VeskLogModule vesk_log_here = vesk_log_module(__FILE__);                        \
-            vesk_log_end(VESK_LOG_PREFIX format, vesk_log_time(), #level, vesk_log_here.text, function,      \
-                         __LINE__, ##__VA_ARGS__);                                                           \
+            const VeskLogSite vesk_log_at = vesk_log_site(at, __LINE__);                                     \
+            vesk_log_end(VESK_LOG_PREFIX format, vesk_log_time(), #level, vesk_log_here.text,                \
+                         vesk_log_at.function, vesk_log_at.line, ##__VA_ARGS__);                             \
         }                                                                                                    \
     } while (0)
+
+/** The lines that several modules share. */
+#define VESK_LOG_NULL() VESK_LOG_NULL_AS(__func__)
+#define VESK_LOG_NULL_AS(at) VESK_LOG_AS(at, ERROR, " Error:is NULL\n")
+#define VESK_LOG_RANGE(value, low, high) VESK_LOG_RANGE_AS(__func__, value, low, high)
+#define VESK_LOG_RANGE_AS(at, value, low, high)                                                              \
+    VESK_LOG_AS(at, ERROR, " Error:num [%d] [min-max) = [%d] - [%d] is out range\n", value, low, high)
 
 /** First half of a statement: rotates, tests the level. True: there is a line to write, and the log's lock is
  * held. */
@@ -73,8 +103,3 @@ void vesk_log_use_stderr();
 /** Closes the present stream; a path is opened for appending, NULL means stderr. A path that can't be opened
  * leaves stderr. */
 void vesk_log_redirect(const char *path);
-
-/** The lines that several modules share. */
-#define VESK_LOG_NULL() VESK_LOG(ERROR, " Error:is NULL\n")
-#define VESK_LOG_RANGE(value, low, high)                                                                     \
-    VESK_LOG(ERROR, " Error:num [%d] [min-max) = [%d] - [%d] is out range\n", value, low, high)

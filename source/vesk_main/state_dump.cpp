@@ -13,10 +13,10 @@
 #include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
 
-#define DUMP(format, ...) VESK_LOG_AS("vesk_print", INFO, format, ##__VA_ARGS__)
-
 namespace
 {
+constexpr char stepOf[] = "vesk_print"; // the steps below log under its name
+
 struct ListText {
     char text[512];
 };
@@ -60,34 +60,35 @@ ChannelText number_text(const uint32_t *channels, int count)
 
 void dump_sizes()
 {
-    DUMP(" Vesk print\n");
-    DUMP(" VeskRadioInfo size  = %d\n", size_of<VeskRadioInfo>);
-    DUMP(" VeskVapInfo size    = %d\n", size_of<VeskVapInfo>);
-    DUMP(" VeskOffScanCfg size = %d\n", size_of<VeskOffScanCfg>);
-    DUMP(" VeskInfo size = %d\n", size_of<VeskInfo>);
+    VESK_LOG_AS(stepOf, INFO, " Vesk print\n");
+    VESK_LOG_AS(stepOf, INFO, " VeskRadioInfo size  = %d\n", size_of<VeskRadioInfo>);
+    VESK_LOG_AS(stepOf, INFO, " VeskVapInfo size    = %d\n", size_of<VeskVapInfo>);
+    VESK_LOG_AS(stepOf, INFO, " VeskOffScanCfg size = %d\n", size_of<VeskOffScanCfg>);
+    VESK_LOG_AS(stepOf, INFO, " VeskInfo size = %d\n", size_of<VeskInfo>);
 }
 
 void dump_radio(int i)
 {
     const VeskRadioInfo &radio = vesk_get_radio_info()[i];
     const VeskApIntfInfo &ap = radio.apIntf;
-    DUMP(" VeskRadioInfo info :\n"
-         "    radio[%d]->status      = %d\n"
-         "    radio[%d]->band        = %d\n"
-         "    radio[%d]->actualBand  = %d\n"
-         "    radio[%d]->txPower     = %f\n"
-         "    radio[%d]->curChannel  = %d\n"
-         "    radio[%d]->curBw       = %d\n"
-         "    radio[%d]->intfNums    = %d\n"
-         "    radio[%d]->bond        = %.8s\n"
-         "    radio[%d]->chListNums  = %d\n"
-         "    radio[%d]->curchList   = %s\n"
-         "    radio[%d]->radioIfname = %.16s\n"
-         "    radio[%d]->vapNums     = %d\n"
-         "    radio[%d]->vapIfname   = %s\n",
-         i, radio.status, i, radio.band, i, radio.actualBand, i, static_cast<double>(radio.txPower), i,
-         radio.curChannel, i, radio.curBw, i, radio.intfNums, i, radio.bond, i, radio.chListNums, i,
-         channel_text(radio).text, i, ap.radioIfname, i, ap.vapNums, i, vap_text(ap).text);
+    VESK_LOG_AS(stepOf, INFO,
+                " VeskRadioInfo info :\n"
+                "    radio[%d]->status      = %d\n"
+                "    radio[%d]->band        = %d\n"
+                "    radio[%d]->actualBand  = %d\n"
+                "    radio[%d]->txPower     = %f\n"
+                "    radio[%d]->curChannel  = %d\n"
+                "    radio[%d]->curBw       = %d\n"
+                "    radio[%d]->intfNums    = %d\n"
+                "    radio[%d]->bond        = %.8s\n"
+                "    radio[%d]->chListNums  = %d\n"
+                "    radio[%d]->curchList   = %s\n"
+                "    radio[%d]->radioIfname = %.16s\n"
+                "    radio[%d]->vapNums     = %d\n"
+                "    radio[%d]->vapIfname   = %s\n",
+                i, radio.status, i, radio.band, i, radio.actualBand, i, static_cast<double>(radio.txPower), i,
+                radio.curChannel, i, radio.curBw, i, radio.intfNums, i, radio.bond, i, radio.chListNums, i,
+                channel_text(radio).text, i, ap.radioIfname, i, ap.vapNums, i, vap_text(ap).text);
 }
 
 void dump_vap(int i)
@@ -97,44 +98,46 @@ void dump_vap(int i)
         return;
     char bssid[18] = {};
     vesk_utils_mac2str(vap.bssid, bssid);
-    DUMP(" VeskVapInfo info :\n"
-         "    vapInfo[%d]->radio    = %.16s\n"
-         "    vapInfo[%d]->ifName   = %.16s\n"
-         "    vapInfo[%d]->mode     = %.32s\n"
-         "    vapInfo[%d]->bssid    = %s\n"
-         "    vapInfo[%d]->status   = %d\n"
-         "    vapInfo[%d]->staNums  = %d\n"
-         "    vapInfo[%d]->band     = %d\n",
-         i, vap.radio, i, vap.ifName, i, vap.mode, i, bssid, i, vap.status, i, vap.staNums, i, vap.band);
+    VESK_LOG_AS(stepOf, INFO,
+                " VeskVapInfo info :\n"
+                "    vapInfo[%d]->radio    = %.16s\n"
+                "    vapInfo[%d]->ifName   = %.16s\n"
+                "    vapInfo[%d]->mode     = %.32s\n"
+                "    vapInfo[%d]->bssid    = %s\n"
+                "    vapInfo[%d]->status   = %d\n"
+                "    vapInfo[%d]->staNums  = %d\n"
+                "    vapInfo[%d]->band     = %d\n",
+                i, vap.radio, i, vap.ifName, i, vap.mode, i, bssid, i, vap.status, i, vap.staNums, i,
+                vap.band);
 }
 
 void dump_scan()
 {
     const VeskOffScanCfg &scan = *vesk_get_scan_info();
-    DUMP(" VeskOffScanCfg info :\n"
-         "    offScan->scanEnable  = %d\n"
-         "    offScan->channelList = %s\n"
-         "    offScan->channelNums = %d\n",
-         flag_load(&scan.scanEnable), number_text(scan.channelList, scan.channelNums).text, scan.channelNums);
+    VESK_LOG_AS(stepOf, INFO,
+                " VeskOffScanCfg info :\n"
+                "    offScan->scanEnable  = %d\n"
+                "    offScan->channelList = %s\n"
+                "    offScan->channelNums = %d\n",
+                flag_load(&scan.scanEnable), number_text(scan.channelList, scan.channelNums).text,
+                scan.channelNums);
 }
 
 void dump_scan_radio(int i)
 {
     const VeskScanCfg &cfg = vesk_get_scan_info()->scanCfg[i];
-    DUMP(" VeskOffScanCfg info :\n"
-         "    scanCfg[%d]->radio           = %.16s\n"
-         "    scanCfg[%d]->offChList       = %s\n"
-         VESK_TEXT_DUMP_CHANNELS
-         "    scanCfg[%d]->dwellMin        = %d\n"
-         "    scanCfg[%d]->dwellMax        = %d\n"
-         "    scanCfg[%d]->scanItv         = %d\n"
-         VESK_TEXT_DUMP_TX_LIMIT
-         VESK_TEXT_DUMP_RX_LIMIT
-         "    scanCfg[%d]->isFirstScan     = %d\n"
-         "    scanCfg[%d]->noiseEval       = %d\n",
-         i, cfg.radio, i, number_text(cfg.offChList, cfg.offChListNums).text, i, cfg.offChListNums, i,
-         cfg.dwellMin, i, cfg.dwellMax, i, cfg.scanItv, i, cfg.txThd, i, cfg.rxThd, i,
-         flag_load(&cfg.isFirstScan), i, cfg.noiseEval);
+    VESK_LOG_AS(stepOf, INFO,
+                " VeskOffScanCfg info :\n"
+                "    scanCfg[%d]->radio           = %.16s\n"
+                "    scanCfg[%d]->offChList       = %s\n" VESK_TEXT_DUMP_CHANNELS
+                "    scanCfg[%d]->dwellMin        = %d\n"
+                "    scanCfg[%d]->dwellMax        = %d\n"
+                "    scanCfg[%d]->scanItv         = %d\n" VESK_TEXT_DUMP_TX_LIMIT VESK_TEXT_DUMP_RX_LIMIT
+                "    scanCfg[%d]->isFirstScan     = %d\n"
+                "    scanCfg[%d]->noiseEval       = %d\n",
+                i, cfg.radio, i, number_text(cfg.offChList, cfg.offChListNums).text, i, cfg.offChListNums, i,
+                cfg.dwellMin, i, cfg.dwellMax, i, cfg.scanItv, i, cfg.txThd, i, cfg.rxThd, i,
+                flag_load(&cfg.isFirstScan), i, cfg.noiseEval);
 }
 
 /** The addresses are not known at this point; their labels stay, empty. */
@@ -142,25 +145,26 @@ void dump_other()
 {
     const VeskRadioInfo &radio = vesk_get_radio_info()[0];
     const VeskStaInfo &stations = *vesk_get_sta_info();
-    DUMP(" other info :\n"
-         "    local mac             = %s\n"
-         "    local ip              = %s\n"
-         "    work role             = %s\n"
-         "    dwell min             = %d\n"
-         "    dwell max             = %d\n"
-         "    dwell def min         = %d\n"
-         "    dwell def max         = %d\n"
-         "    scan def itv          = %d\n"
-         "    scan def stu          = %d\n"
-         "    scan def first itv    = %d\n"
-         "    radio intf update itd = %d\n"
-         "    radio intf update itv = %d\n"
-         "    sta info update itd   = %d\n"
-         "    sta info update itv   = %d\n",
-         "", "", "Controller", VESK_DWELL_LOW, VESK_DWELL_HIGH, VESK_DWELL_MIN_DEFAULT,
-         VESK_DWELL_MAX_DEFAULT, VESK_SCAN_ITV_DEFAULT, vesk_get_scan_status(),
-         vesk_get_scan_info()->firstScanItv, radio.intfTimeId, radio.intfPollItv, stations.timeId,
-         stations.timeItv);
+    VESK_LOG_AS(stepOf, INFO,
+                " other info :\n"
+                "    local mac             = %s\n"
+                "    local ip              = %s\n"
+                "    work role             = %s\n"
+                "    dwell min             = %d\n"
+                "    dwell max             = %d\n"
+                "    dwell def min         = %d\n"
+                "    dwell def max         = %d\n"
+                "    scan def itv          = %d\n"
+                "    scan def stu          = %d\n"
+                "    scan def first itv    = %d\n"
+                "    radio intf update itd = %d\n"
+                "    radio intf update itv = %d\n"
+                "    sta info update itd   = %d\n"
+                "    sta info update itv   = %d\n",
+                "", "", "Controller", VESK_DWELL_LOW, VESK_DWELL_HIGH, VESK_DWELL_MIN_DEFAULT,
+                VESK_DWELL_MAX_DEFAULT, VESK_SCAN_ITV_DEFAULT, vesk_get_scan_status(),
+                vesk_get_scan_info()->firstScanItv, radio.intfTimeId, radio.intfPollItv, stations.timeId,
+                stations.timeItv);
 }
 
 void dump_channels(int count)
@@ -171,8 +175,8 @@ void dump_channels(int count)
             continue;
         const VeskScanChannel channel = *slot; // the scan threads write the tables without a lock
         if (channel.ch > 0)
-            DUMP(" ch=%d,cac=%d,inC=%d,chnUtil=%d,noise=%d\n", channel.ch, channel.cac, channel.inC,
-                 channel.chnUtil, channel.noise);
+            VESK_LOG_AS(stepOf, INFO, " ch=%d,cac=%d,inC=%d,chnUtil=%d,noise=%d\n", channel.ch, channel.cac,
+                        channel.inC, channel.chnUtil, channel.noise);
     }
 }
 
@@ -188,8 +192,8 @@ void dump_neighbors(int count)
         neighbor.bssid[sizeof neighbor.bssid - 1] = '\0'; // the library's texts may lack their end
         neighbor.ssid[sizeof neighbor.ssid - 1] = '\0';
         if (neighbor.ch > 0)
-            DUMP(" ch=%d, bssid=%s, ssid=%s, rssi=%d\n", neighbor.ch, neighbor.bssid, neighbor.ssid,
-                 neighbor.rssi);
+            VESK_LOG_AS(stepOf, INFO, " ch=%d, bssid=%s, ssid=%s, rssi=%d\n", neighbor.ch, neighbor.bssid,
+                        neighbor.ssid, neighbor.rssi);
     }
 }
 

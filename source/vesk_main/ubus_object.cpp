@@ -13,7 +13,7 @@ namespace
 constexpr int objectSize = static_cast<int>(sizeof(ubus_object));
 
 /** The context that the object goes to; NULL, logged for the caller, if there is no object or no bus. */
-ubus_context *object_context(const char *caller)
+ubus_context *object_context(VeskLogSite caller = VESK_CALLER)
 {
     if (vesk_get_vesk_info()->ubusObj == nullptr) {
         VESK_LOG_AS(caller, ERROR, " Failed to get object TamloPelkVesk_object\n\n");
@@ -36,7 +36,7 @@ ubus_object *vesk_get_ubus_obj()
 void vesk_remove_ubus_obj()
 {
     VESK_LOG(INFO, " Remove vesk ubus obj start objSize[%d]\n", objectSize);
-    ubus_context *ctx = object_context(__func__);
+    ubus_context *ctx = object_context();
     if (ctx == nullptr)
         return;
     if (ubus_remove_object(ctx, vesk_get_vesk_info()->ubusObj) != 0) {
@@ -50,7 +50,7 @@ void vesk_add_ubus_obj()
 {
     VESK_LOG(INFO, " Add vesk ubus obj start objSize[%d]\n", objectSize);
     vesk_remove_ubus_obj();
-    ubus_context *ctx = object_context(__func__);
+    ubus_context *ctx = object_context();
     if (ctx == nullptr)
         return;
     if (ubus_add_object(ctx, vesk_get_vesk_info()->ubusObj) != 0) {

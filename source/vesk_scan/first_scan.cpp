@@ -14,8 +14,8 @@
 
 namespace
 {
-constexpr char scanning[] = "vesk_first_scanning"; // its steps log under its name
-constexpr int channelPauseUs = 500000;             // more than any usual dwell
+constexpr char stepOf[] = "vesk_first_scanning"; // its steps log under its name
+constexpr int channelPauseUs = 500000;           // more than any usual dwell
 constexpr int neighborPauseUs = 100000;
 constexpr int emptyListPauseUs = 15000000;
 constexpr int sliceUs = 500000; // longest sleep between two looks at the generation
@@ -69,13 +69,13 @@ bool scan_channel(uint32_t band, const ScanEntry &entry)
         return true;
     const VeskScanParam param = scan_param(band, entry.channel);
     if (param.baseVap[0] == '\0') {
-        VESK_LOG_AS(scanning, INFO, " Trigger scan base vap interface name is NULL, continue\n");
+        VESK_LOG_AS(stepOf, INFO, " Trigger scan base vap interface name is NULL, continue\n");
         return true;
     }
     VeskScanCfg *cfg = scan_cfg(band);
     const ScanName radio = scan_radio_name(band);
     scan_mark_visited(cfg, entry.chIdx);
-    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_CHANNEL, band, radio.text, param.baseVap, entry.position,
+    VESK_LOG_AS(stepOf, INFO, VESK_TEXT_FIRST_CHANNEL, band, radio.text, param.baseVap, entry.position,
                 entry.chIdx, entry.channel, scan_visited_count(cfg));
     rilk_triggerScan(radio.text, &param);
     if (!pause_run(band, channelPauseUs))
@@ -112,18 +112,18 @@ int count_5g_results()
 bool await_results(uint32_t band)
 {
     const VeskScanCfg *cfg = scan_cfg(band);
-    VESK_LOG_AS(scanning, INFO, " start to get acs scan result, band=%d\r\n\n", band);
+    VESK_LOG_AS(stepOf, INFO, " start to get acs scan result, band=%d\r\n\n", band);
     scan_fetch_results(vesk_get_scan_info(), cfg);
     for (int tries = resultTries; tries > 0;) {
         const int scanCnt = count_5g_results();
-        VESK_LOG_AS(scanning, INFO, " scanCnt=%d, offChListNums=%d\r\n\n", scanCnt, cfg->offChListNums);
+        VESK_LOG_AS(stepOf, INFO, " scanCnt=%d, offChListNums=%d\r\n\n", scanCnt, cfg->offChListNums);
         if (scanCnt >= cfg->offChListNums)
             return true;
         if (!pause_run(band, (cfg->offChListNums - scanCnt) * secondUs))
             return false;
         tries--;
         scan_fetch_results(vesk_get_scan_info(), cfg);
-        VESK_LOG_AS(scanning, INFO, " Get first scan channel result scanCyc=%d\n", tries);
+        VESK_LOG_AS(stepOf, INFO, " Get first scan channel result scanCyc=%d\n", tries);
     }
     return true;
 }
@@ -150,16 +150,16 @@ bool sweep_whole_band(uint32_t band)
     VeskScanCfg *cfg = scan_cfg(band);
     const uint8_t enabled = vesk_get_scan_status();
     if (enabled == 0) {
-        VESK_LOG_AS(scanning, INFO, " first scan offScan->scanEnable = %d\n", enabled);
+        VESK_LOG_AS(stepOf, INFO, " first scan offScan->scanEnable = %d\n", enabled);
         return false;
     }
     const VeskScanParam param = scan_param(band, 0);
     if (param.baseVap[0] == '\0') {
-        VESK_LOG_AS(scanning, INFO, " Trigger scan base vap interface name is NULL, continue\n");
+        VESK_LOG_AS(stepOf, INFO, " Trigger scan base vap interface name is NULL, continue\n");
         return false;
     }
     const int sweepUs = cfg->offChListNums * channelPauseUs;
-    VESK_LOG_AS(scanning, INFO, VESK_TEXT_FIRST_WHOLE_BAND, sweepUs, band, scan_radio(band)->chipName);
+    VESK_LOG_AS(stepOf, INFO, VESK_TEXT_FIRST_WHOLE_BAND, sweepUs, band, scan_radio(band)->chipName);
     rilk_triggerScan(scan_radio_name(band).text, &param);
     if (!pause_run(band, sweepUs > 0 ? sweepUs : emptyListPauseUs) || !await_results(band) ||
         !collect_neighbors(band))
@@ -183,7 +183,7 @@ void run_first_scan(uint32_t band)
 {
     const int blocking = scan_auto_radio();
     if (blocking >= 0) {
-        VESK_LOG_AS(scanning, INFO, VESK_TEXT_AUTO_CONNECT, blocking, scan_auto_enabled(blocking));
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_AUTO_CONNECT, blocking, scan_auto_enabled(blocking));
         return; // the scan is still owed
     }
     flag_store(&scan_cfg(band)->isFirstScan, 0);
@@ -215,20 +215,19 @@ void start_waiting(uloop_timeout *firstTimer)
 }
 
 /** Whether one radio's first scan is over, or none is to be expected of it. */
-bool is_radio_at_end(int radio)
+bool is_radio_at_end(int radio, VeskLogSite caller = VESK_CALLER)
 {
-    static constexpr char function[] = "vesk_first_scanning_is_end";
     const VeskRadioInfo *info = &vesk_get_radio_info()[radio];
     const VeskScanCfg *cfg = scan_cfg(static_cast<uint32_t>(radio));
     const bool isDown = vesk_is_active_radio(info) == 0;
     const bool isAcsOff = info->isAcsEnabled == 0;
     const int isFirstScan = flag_load(&cfg->isFirstScan), isScanEnd = flag_load(&cfg->isScanEnd);
     if (isDown)
-        VESK_LOG_AS(function, INFO, " Radio %s is not enable , set radio scan status to end\n",
+        VESK_LOG_AS(caller, INFO, " Radio %s is not enable , set radio scan status to end\n",
                     info->apIntf.radioIfname);
     if (isAcsOff)
-        VESK_LOG_AS(function, INFO, VESK_TEXT_RADIO_ACS_OFF, radio, info->isAcsEnabled);
-    VESK_LOG_AS(function, INFO, VESK_TEXT_RADIO_END, radio, isScanEnd, isFirstScan);
+        VESK_LOG_AS(caller, INFO, VESK_TEXT_RADIO_ACS_OFF, radio, info->isAcsEnabled);
+    VESK_LOG_AS(caller, INFO, VESK_TEXT_RADIO_END, radio, isScanEnd, isFirstScan);
     return isDown || isAcsOff || (isFirstScan == 0 && isScanEnd != 0);
 }
 } // namespace
@@ -238,7 +237,7 @@ void vesk_start_first_scan_ubus_timer(uint32_t band, uint32_t itv)
     if (band >= VESK_SCAN_RADIOS)
         return;
     VESK_LOG_SWITCHES_BAND(band, itv);
-    scan_arm_timer(__func__, band, &scan_cfg(band)->firstTimer,
+    scan_arm_timer(band, &scan_cfg(band)->firstTimer,
                    band == 0 ? vesk_scan_2G_first_ubus_handle : vesk_scan_5GA_first_ubus_handle, itv);
 }
 

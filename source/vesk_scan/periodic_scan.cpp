@@ -10,7 +10,7 @@
 namespace
 {
 constexpr uint32_t stepDelay[VESK_RADIOS] = { 1, 3 }; // seconds behind the pass
-constexpr char process[] = "vesk_scan_process";       // its steps log under its name
+constexpr char stepOf[] = "vesk_scan_process";        // its steps log under its name
 
 int pass_interval_ms()
 {
@@ -45,13 +45,13 @@ bool yields_to_first_scan(uint32_t band)
     uint32_t *triggerCnt = &vesk_get_scan_state()->triggerCnt[band];
     const int isFirstScan = flag_load(&cfg->isFirstScan), isScanEnd = flag_load(&cfg->isScanEnd);
     const int cycScanSend = flag_load(&cfg->cycScanSend);
-    VESK_LOG_AS(process, INFO, " band=%d, isFirstScan=%d, isScanEnd=%d, triggerCnt=%d, cycScanSend=%d\n",
-                band, isFirstScan, isScanEnd, *triggerCnt, cycScanSend);
+    VESK_LOG_AS(stepOf, INFO, " band=%d, isFirstScan=%d, isScanEnd=%d, triggerCnt=%d, cycScanSend=%d\n", band,
+                isFirstScan, isScanEnd, *triggerCnt, cycScanSend);
     if (isFirstScan != 0 && *triggerCnt == 0) {
-        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_FIRST_OWED, band);
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_FIRST_OWED, band);
         flag_store(&cfg->isFirstScan, 0); // the retrigger turns down a radio that still owes one
         ++*triggerCnt;
-        VESK_LOG_AS(process, INFO, " band=%d, isFirstScan=%d, triggerCnt=%d, cycScanSend=%d\r\n\n", band,
+        VESK_LOG_AS(stepOf, INFO, " band=%d, isFirstScan=%d, triggerCnt=%d, cycScanSend=%d\r\n\n", band,
                     flag_load(&cfg->isFirstScan), *triggerCnt, cycScanSend);
         vesk_retrigger_scan(band);
         return true;
@@ -59,7 +59,7 @@ bool yields_to_first_scan(uint32_t band)
     const bool isRunning = isFirstScan != 0 ? scan_has_run(band) : isScanEnd == 0 && cycScanSend != 1;
     if (!isRunning)
         return false;
-    VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_FIRST_RUNS, band);
+    VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_FIRST_RUNS, band);
     return true;
 }
 
@@ -67,13 +67,13 @@ bool yields_to_first_scan(uint32_t band)
 void refresh_from_table(uint32_t band)
 {
     VeskRadioInfo *radio = scan_radio(band);
-    VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_CHIP_REFRESHES, radio->apIntf.radioIfname, radio->chipName);
+    VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_CHIP_REFRESHES, radio->apIntf.radioIfname, radio->chipName);
     scan_walk(vesk_get_scan_info(), scan_cfg(band), [&](const ScanEntry &entry) {
         if (vesk_get_scan_status() != 0)
             scan_refresh_cur_channel(radio, entry.chIdx);
         return true;
     });
-    VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_CHIP, radio->apIntf.radioIfname, radio->chipName);
+    VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_CHIP, radio->apIntf.radioIfname, radio->chipName);
 }
 
 /** Whether load, stations and settings let the radio leave its channel now. */
@@ -84,15 +84,15 @@ bool is_radio_free(uint32_t band)
     rilk_getCurChannelInfo(radio->apIntf.radioIfname, &radio->curChannelInfo);
     const uint32_t ccaInbss = radio->curChannelInfo.ccaInbss, ccaTxUtil = radio->curChannelInfo.ccaTxUtil;
     if (ccaInbss >= static_cast<uint32_t>(cfg->rxThd) || ccaTxUtil >= static_cast<uint32_t>(cfg->txThd)) {
-        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_BUSY, band, ccaInbss, ccaTxUtil);
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_BUSY, band, ccaInbss, ccaTxUtil);
         return false;
     }
     if (vesk_is_connected_fronthaul_station() != 0) {
-        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_STATION, band);
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_STATION, band);
         return false;
     }
     if (radio->isAcsEnabled == 0)
-        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_ACS_OFF, band, radio->isAcsEnabled);
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_ACS_OFF, band, radio->isAcsEnabled);
     return radio->isAcsEnabled != 0;
 }
 
@@ -101,7 +101,7 @@ ScanEntry next_unvisited(uint32_t band)
     const VeskScanCfg *cfg = scan_cfg(band);
     ScanEntry next{ 0, 0, -1 };
     scan_walk(vesk_get_scan_info(), cfg, [&](const ScanEntry &entry) {
-        VESK_LOG_AS(process, DEBUG, " band=%d, vesk_get_scan_status=[%d], chIdx=%d\n", band,
+        VESK_LOG_AS(stepOf, DEBUG, " band=%d, vesk_get_scan_status=[%d], chIdx=%d\n", band,
                     vesk_get_scan_status(), entry.chIdx);
         if (scan_is_visited(cfg, entry.chIdx))
             return true;
@@ -119,17 +119,17 @@ void trigger_next(uint32_t band)
         return;
     const VeskScanParam param = scan_param(band, entry.channel);
     if (param.baseVap[0] == '\0') {
-        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_NO_BASE);
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_NO_BASE);
         return;
     }
     if (vesk_is_backhaul_intf(param.baseVap)) {
-        VESK_LOG_AS(process, INFO, VESK_TEXT_STEP_BASE_BACKHAUL);
+        VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_BASE_BACKHAUL);
         return;
     }
     rilk_triggerScan(scan_radio(band)->apIntf.radioIfname, &param);
     vesk_start_scan_result_ubus_timer(band, 1);
     VESK_LOG_AS(
-        process, DEBUG, " band=%d, scanning=%d, chanIdx=%d, offChListNum=%d, alreadyScanCount=%d\r\n\n", band,
+        stepOf, DEBUG, " band=%d, scanning=%d, chanIdx=%d, offChListNum=%d, alreadyScanCount=%d\r\n\n", band,
         entry.channel, entry.chIdx, scan_cfg(band)->offChListNums, scan_visited_count(scan_cfg(band)));
 }
 } // namespace
@@ -140,14 +140,14 @@ int scan_seconds(uint32_t seconds)
     return static_cast<int>(seconds < most ? seconds : most) * 1000;
 }
 
-void scan_arm_timer(const char *function, uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler,
-                    uint32_t itv)
+void scan_arm_timer(uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler, uint32_t itv,
+                    VeskLogSite caller)
 {
     if (vesk_get_scan_info()->scanEnableCfg == 0) {
-        VESK_LOG_AS(function, INFO, VESK_TEXT_TIMER_OFF);
+        VESK_LOG_AS(caller, INFO, VESK_TEXT_TIMER_OFF);
         return;
     }
-    VESK_LOG_AS(function, DEBUG, " scan ubus timer band=%d\n", band);
+    VESK_LOG_AS(caller, DEBUG, " scan ubus timer band=%d\n", band);
     uloop_timeout_cancel(timer);
     timer->cb = handler;
     uloop_timeout_set(timer, scan_seconds(itv));
@@ -206,7 +206,7 @@ void vesk_start_period_scan_ubus_timer(uint32_t band, uint32_t itv)
     if (band >= VESK_SCAN_RADIOS)
         return;
     VESK_LOG_SWITCHES_BAND(band, itv);
-    scan_arm_timer(__func__, band, &scan_cfg(band)->periodTimer,
+    scan_arm_timer(band, &scan_cfg(band)->periodTimer,
                    band == 0 ? vesk_scan_2G_period_ubus_handle : vesk_scan_5GA_period_ubus_handle, itv);
 }
 

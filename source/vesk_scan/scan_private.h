@@ -99,9 +99,9 @@ void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg,
 /** Brings curChannelInfo up to date if the result at this position is the operating channel's. */
 void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx);
 
-/** Arms a radio's one-shot unless scanning is off by configuration; `function` names the caller's lines. */
-void scan_arm_timer(const char *function, uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler,
-                    uint32_t itv);
+/** Arms a radio's one-shot unless scanning is off by configuration. */
+void scan_arm_timer(uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler, uint32_t itv,
+                    VeskLogSite caller = VESK_CALLER);
 
 /** Whether a first scan of the radio is on its way. */
 bool scan_has_run(uint32_t band);

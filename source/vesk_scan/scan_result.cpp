@@ -90,7 +90,7 @@ void vesk_start_scan_result_ubus_timer(uint32_t band, uint32_t itv)
     if (band >= VESK_SCAN_RADIOS)
         return;
     VESK_LOG_SWITCHES_ITV(itv);
-    scan_arm_timer(__func__, band, &scan_cfg(band)->resultTimer,
+    scan_arm_timer(band, &scan_cfg(band)->resultTimer,
                    band == 0 ? vesk_scan_2G_result_ubus_handle : vesk_scan_5GA_result_ubus_handle, itv);
 }
 

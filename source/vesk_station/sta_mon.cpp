@@ -20,7 +20,7 @@ namespace
 constexpr int first_routine = 30000; // milliseconds
 constexpr int routine_period = 3000;
 constexpr uint32_t max_age = 3600; // seconds since the last request
-constexpr char routine_name[] = "vesk_sta_mon_routine_check";
+constexpr char stepOf[] = "vesk_sta_mon_routine_check";
 
 VeskStaMon *unassoc_sta_head; // newest first
 int unassoc_sta_count;
@@ -86,10 +86,10 @@ void send_owed_reports()
     for (VeskStaMon *node = unassoc_sta_head; node != nullptr; node = node->next) {
         if (!node->needReport)
             continue;
-        VESK_LOG_AS(routine_name, DEBUG, " need report sta[" MAC_FORMAT "], rssi=%d, channel=%d\n\n",
+        VESK_LOG_AS(stepOf, DEBUG, " need report sta[" MAC_FORMAT "], rssi=%d, channel=%d\n\n",
                     VESK_MAC_ARGS(node->mac), node->rssi, node->channel);
         if (node->rssi == 0) {
-            VESK_LOG_AS(routine_name, DEBUG, " prepare unassoc station report, station is not ready\n\n");
+            VESK_LOG_AS(stepOf, DEBUG, " prepare unassoc station report, station is not ready\n\n");
             continue;
         }
         send_report(node);
@@ -99,7 +99,7 @@ void send_owed_reports()
 
 void log_node(const VeskStaMon *node)
 {
-    VESK_LOG_AS(routine_name, DEBUG, " sta[" MAC_FORMAT "], query_time[%d], channel[%d]\n\n",
+    VESK_LOG_AS(stepOf, DEBUG, " sta[" MAC_FORMAT "], query_time[%d], channel[%d]\n\n",
                 VESK_MAC_ARGS(node->mac), static_cast<int>(node->queryTime), node->channel);
 }
 
@@ -114,7 +114,7 @@ void drop_aged_nodes(uint32_t now)
         log_node(unassoc_sta_head);
     while (unassoc_sta_head != nullptr && is_aged(unassoc_sta_head, now)) {
         unlink_and_free(&unassoc_sta_head);
-        VESK_LOG_AS(routine_name, INFO, " monitor timeout. it's head node, remove\n\n");
+        VESK_LOG_AS(stepOf, INFO, " monitor timeout. it's head node, remove\n\n");
     }
     if (unassoc_sta_head == nullptr)
         return;
@@ -125,7 +125,7 @@ void drop_aged_nodes(uint32_t now)
             continue;
         }
         unlink_and_free(link);
-        VESK_LOG_AS(routine_name, INFO, " monotor timeout. it's not head node, remove\n\n");
+        VESK_LOG_AS(stepOf, INFO, " monotor timeout. it's not head node, remove\n\n");
     }
 }
 

@@ -10,7 +10,7 @@ effects_in() { # FILE...
     # shellcheck disable=SC2016 # perl's own variables
     perl -0777 -ne '
         s{"(?:\\.|[^"\\])*"|//[^\n]*|/\*.*?\*/}{$& =~ s/[^\n]//gr}egs;
-        while (/\b(?:VESK_LOG\w*|DUMP|LOG_LOADER)\s*(\((?:[^()]++|(?1))*+\))/g) {
+        while (/\b(?:VESK_LOG\w*)\s*(\((?:[^()]++|(?1))*+\))/g) {
             my ($arguments, $line) = ($1, 1 + (substr($_, 0, $-[0]) =~ tr/\n//));
             print "$ARGV:$line: $&\n" if $arguments =~ /\+\+|--|(?<![=!<>])=(?!=)|(?:<<|>>)=/;
         }' "$@"
@@ -21,7 +21,7 @@ VESK_LOG(INFO, " a=%d, b=%d\n", a == 1, b <= c(d) || e != f); // fine: x = 1, y+
 VESK_LOG(INFO, " count=%d\n",
          ++count);
 VESK_LOG_AS(__func__, DEBUG, " left=%d\n", call(left(1) - 1, left--));
-DUMP(" %d\n", (bits <<= 1) + (c = d));
+VESK_LOG_RANGE((bits <<= 1) + (c = d), 0, 5);
 SEEDED
 [ "$(effects_in "$scratch/seeded.cpp" | grep -oE 'cpp:[0-9]+' | xargs)" = 'cpp:2 cpp:4 cpp:5' ] ||
     wrong 'effects in the arguments of a log statement are not found'

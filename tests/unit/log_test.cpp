@@ -18,6 +18,8 @@ void open_log() {
     vesk_init_log();
 }
 
+void refuse(VeskLogSite caller = VESK_CALLER) { VESK_LOG_RANGE_AS(caller, 5, 0, 5); }
+
 int evaluated;
 int counted() {
     VESK_LOG(NOTICE, " inner\n");
@@ -42,6 +44,10 @@ TEST(Log, WritesThePrefixAndTheMessageAsItStands) {
     fake_advance(61s);
     VESK_LOG(NOTICE, " later\n");
     EXPECT_NE(file_text("/tmp/vesk.log").find("VESK > Tue Nov 14 22:14:21 | NOTICE "), std::string::npos);
+    const int line = __LINE__ + 1;
+    refuse(); // a helper's line names its caller, line and all
+    EXPECT_NE(file_text("/tmp/vesk.log").find("TestBody:" + std::to_string(line) + " |  Error:num [5] [min-max)"),
+              std::string::npos);
     setenv("TZ", "CET-1", 1); // as the administrator changes it under the running daemon
     fake_advance(1s);
     VESK_LOG(NOTICE, " elsewhere\n");
