@@ -2,23 +2,27 @@
 // with, and auto-connect, which excludes all scanning while it is on.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include <cstring>
+
+#include "bus/vesk_api/api_private.h"
 #include "foundation/shared.h"
+#include "foundation/vesk_utils.h"
+#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
 
 namespace
 {
 /** The station interface's row of a band; NULL, with its lines, when the band has none. `idx`: the band's
  * row. */
-const VeskCfgVap *bsta_row(int band, int *idx, const char *function)
+const VeskCfgVap *bsta_row(int band, int *idx, VeskLogSite caller = VESK_CALLER)
 {
-    const VeskCfgWifi *wifi = api_cfg_row(band, idx, function);
+    const VeskCfgWifi *wifi = api_cfg_row(band, idx, caller);
     if (!wifi)
         return nullptr;
     const int row = vesk_find_bsta_row(wifi);
     if (row < 0) {
-        VESK_LOG_AS(function, ERROR, " Error:num [%d] [min-max) = [%d] - [%d] is out range\n", wifi->vapNum,
-                    0, wifi->vapNum);
+        VESK_LOG_RANGE_AS(caller, wifi->vapNum, 0, wifi->vapNum);
         return nullptr;
     }
     return &wifi->Vap[row];
@@ -54,10 +58,8 @@ int vesk_getBstaIntfInfo(int band, WireBstaIntf *info)
     if (!api_is_band(band))
         return -1;
     VESK_LOG(DEBUG, " band=%d\n", band);
-    if (api_is_null(vesk_get_vesk_cfg_info()))
-        return -1;
     int idx;
-    const VeskCfgVap *row = bsta_row(band, &idx, __func__);
+    const VeskCfgVap *row = bsta_row(band, &idx);
     if (!row)
         return -1;
     vesk_util_strncpy(info->ifName, row->InterfaceName, sizeof info->ifName);
@@ -84,10 +86,10 @@ int vesk_applyBackhaulCredentialToBsta(const WireBackhaulCred *bh)
 int vesk_setBstaAutoConnect(const WireBstaAuto *autoConnect)
 {
     VESK_LOG(INFO, " vesk_setBstaAutoConnect\n");
-    if (api_is_null(autoConnect) || api_is_null(vesk_get_vesk_cfg_info()))
+    if (api_is_null(autoConnect))
         return -1;
     int idx;
-    const VeskCfgVap *row = bsta_row(autoConnect->band, &idx, __func__);
+    const VeskCfgVap *row = bsta_row(autoConnect->band, &idx);
     if (!row)
         return -1;
     VeskOffScanCfg *scan = vesk_get_scan_info();

@@ -2,7 +2,12 @@
 // channels under non-occupancy, which alone are asked of the driver.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+#include "bus/vesk_api/api_private.h"
+#include "source/vesk_interface/vesk_interface.h"
 
 namespace
 {
@@ -11,15 +16,13 @@ constexpr uint16_t NOL_VALUE = 1860; // stands beside every channel under non-oc
 
 /** The common road of the three capability methods: checks, clears, finds the configuration row. */
 template <class Record>
-const VeskCfgWifi *cleared_cfg_row(int band, Record *record, const char *function)
+const VeskCfgWifi *cleared_cfg_row(int band, Record *record, VeskLogSite caller = VESK_CALLER)
 {
-    if (api_is_null(record, function))
+    if (api_is_null(record, caller))
         return nullptr;
     memset(record, 0, sizeof *record);
-    if (!api_is_band(band, function) || api_is_null(vesk_get_vesk_cfg_info(), function))
-        return nullptr;
     int idx;
-    return api_cfg_row(band, &idx, function);
+    return api_is_band(band, caller) ? api_cfg_row(band, &idx, caller) : nullptr;
 }
 } // namespace
 
@@ -47,7 +50,7 @@ int vesk_getRadioAdvancedCapability(int32_t *rfCfgAdvancedCapability)
 
 int vesk_getRadioHtCap(int band, WireHtCap *htCap)
 {
-    const VeskCfgWifi *cfg = cleared_cfg_row(band, htCap, __func__);
+    const VeskCfgWifi *cfg = cleared_cfg_row(band, htCap);
     if (!cfg)
         return -1;
     *htCap = {
@@ -62,7 +65,7 @@ int vesk_getRadioHtCap(int band, WireHtCap *htCap)
 
 int vesk_getRadioVhtCap(int band, WireVhtCap *vhtCap)
 {
-    const VeskCfgWifi *cfg = cleared_cfg_row(band, vhtCap, __func__);
+    const VeskCfgWifi *cfg = cleared_cfg_row(band, vhtCap);
     if (!cfg)
         return -1;
     *vhtCap = {
@@ -82,7 +85,7 @@ int vesk_getRadioVhtCap(int band, WireVhtCap *vhtCap)
 
 int vesk_getRadioHeCap(int band, WireHeCap *heCap)
 {
-    const VeskCfgWifi *cfg = cleared_cfg_row(band, heCap, __func__);
+    const VeskCfgWifi *cfg = cleared_cfg_row(band, heCap);
     if (!cfg)
         return -1;
     *heCap = {
@@ -113,13 +116,10 @@ int vesk_getNolChannelList(int band, WireNolList *nolChList)
     if (api_is_null(nolChList))
         return -1;
     memset(nolChList, 0, sizeof *nolChList);
-    if (!api_is_band(band) || api_is_null(vesk_get_radio_info()))
-        return -1;
-    const VeskRadioInfo *radio = api_radio(band);
+    const VeskRadioInfo *radio = api_band_radio(band);
     if (!radio)
         return -1;
-    VESK_LOG(DEBUG, " vesk get channel nol list, band=%d, radioIdx=%d\n\n", band,
-             vesk_getRadioIdxByBand(band));
+    VESK_LOG(DEBUG, " vesk get channel nol list, band=%d, radioIdx=%d\n\n", band, api_index(radio));
 
     RilkNolList list = {};
     if (rilk_getChannelNolList(radio->apIntf.radioIfname, &list) != 0) {

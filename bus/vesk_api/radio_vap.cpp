@@ -2,7 +2,12 @@
 // statistics methods may ask the driver, and only while the statistics poll is off.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include <cstring>
+
+#include "bus/vesk_api/api_private.h"
+#include "foundation/vesk_utils.h"
+#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_main/records.h"
 
 namespace
 {
@@ -14,26 +19,23 @@ constexpr int32_t MAX_STATIONS = 128;
 /** Checks band and pointer, clears the record, finds the radio: the record is untouched by the first
  * refusals. */
 template <class Record>
-VeskRadioInfo *cleared_radio(int band, Record *record, const char *function)
+VeskRadioInfo *cleared_radio(int band, Record *record, VeskLogSite caller = VESK_CALLER)
 {
-    if (api_is_null(vesk_get_radio_info(), function) || !api_is_band(band, function) ||
-        api_is_null(record, function))
+    if (!api_is_band(band, caller) || api_is_null(record, caller))
         return nullptr;
     memset(record, 0, sizeof *record);
-    return api_radio(band, function);
+    return api_radio(band, caller);
 }
 
 /** Checks name and pointer, clears the record, finds the VAP by its outer or inner name. */
 template <class Record>
-VeskVapInfo *cleared_vap(const char *vapName, Record *record, const char *function)
+VeskVapInfo *cleared_vap(const char *vapName, Record *record, VeskLogSite caller = VESK_CALLER)
 {
-    if (api_is_null(vesk_get_vap_info(), function) || api_is_null(vapName, function) ||
-        api_is_null(record, function))
+    if (api_is_null(vapName, caller) || api_is_null(record, caller))
         return nullptr;
     memset(record, 0, sizeof *record);
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, vapName);
-    const int idx = vesk_getVapIdxByName(inner);
+    const ApiName inner = api_inner_name(vapName);
+    const int idx = vesk_getVapIdxByName(inner.text);
     return idx < 0 ? nullptr : &vesk_get_vap_info()[idx];
 }
 
@@ -45,7 +47,7 @@ bool stats_are_polled()
 
 int vesk_getRadioInfo(int band, WireRadioInfo *radioInfo)
 {
-    const VeskRadioInfo *radio = cleared_radio(band, radioInfo, __func__);
+    const VeskRadioInfo *radio = cleared_radio(band, radioInfo);
     if (!radio)
         return -1;
     radioInfo->band = band;
@@ -71,7 +73,7 @@ int vesk_getRadioInfo(int band, WireRadioInfo *radioInfo)
 
 int vesk_getRadioApIntfsInfo(int band, WireApIntfsInfo *apIfacInfo)
 {
-    const VeskRadioInfo *radio = cleared_radio(band, apIfacInfo, __func__);
+    const VeskRadioInfo *radio = cleared_radio(band, apIfacInfo);
     if (!radio)
         return -1;
     memcpy(apIfacInfo->radioIfname, radio->apIntf.radioIfname, sizeof apIfacInfo->radioIfname);
@@ -83,10 +85,10 @@ int vesk_getRadioApIntfsInfo(int band, WireApIntfsInfo *apIfacInfo)
 
 int vesk_getRadioIntfStats(int band, WireIntfStats *intfStats)
 {
-    VeskRadioInfo *radio = cleared_radio(band, intfStats, __func__);
+    VeskRadioInfo *radio = cleared_radio(band, intfStats);
     if (!radio)
         return -1;
-    VESK_LOG(DEBUG, " vesk_getRadioIntfStats band=[%d] radioIdx=[%d]\n", band, vesk_getRadioIdxByBand(band));
+    VESK_LOG(DEBUG, " vesk_getRadioIntfStats band=[%d] radioIdx=[%d]\n", band, api_index(radio));
     if (!stats_are_polled()) {
         VESK_LOG(INFO, " radioDb[0].isIntfStatEnabled is false , radio[%s] ioctl get\n",
                  radio->apIntf.radioIfname);
@@ -98,7 +100,7 @@ int vesk_getRadioIntfStats(int band, WireIntfStats *intfStats)
 
 int vesk_getVapInfo(const char *vapName, WireVapInfo *vapInfo)
 {
-    const VeskVapInfo *vap = cleared_vap(vapName, vapInfo, __func__);
+    const VeskVapInfo *vap = cleared_vap(vapName, vapInfo);
     if (!vap)
         return -1;
     memcpy(vapInfo->radio, vap->radio, sizeof vapInfo->radio);
@@ -108,10 +110,7 @@ int vesk_getVapInfo(const char *vapName, WireVapInfo *vapInfo)
     vapInfo->status = vap->status;
     vapInfo->vapAttr = vap->vapAttr;
     if (vap->vapAttr == VESK_VAP_BSTA) {
-        const VeskOffScanCfg *scan = vesk_get_scan_info();
-        if (api_is_null(scan))
-            return -1;
-        vesk_util_strncpy(vapInfo->ssid, scan->bhCred.ssid, sizeof vapInfo->ssid);
+        vesk_util_strncpy(vapInfo->ssid, vesk_get_scan_info()->bhCred.ssid, sizeof vapInfo->ssid);
         memcpy(vapInfo->bstaPeerBssid, vap->bstaPeerBssid, sizeof vapInfo->bstaPeerBssid);
         return 0;
     }
@@ -128,7 +127,7 @@ int vesk_getVapInfo(const char *vapName, WireVapInfo *vapInfo)
 
 int vesk_getVapIntfStats(const char *vapName, WireIntfStats *intfStats)
 {
-    VeskVapInfo *vap = cleared_vap(vapName, intfStats, __func__);
+    VeskVapInfo *vap = cleared_vap(vapName, intfStats);
     if (!vap)
         return -1;
     VESK_LOG(DEBUG, " vapName=[%s] key=[%d]\n", vapName, static_cast<int>(vap - vesk_get_vap_info()));
@@ -142,7 +141,7 @@ int vesk_getVapIntfStats(const char *vapName, WireIntfStats *intfStats)
 
 int vesk_get1905interfacesList(Wire1905List *intfList)
 {
-    if (api_is_null(vesk_get_vesk_info()) || api_is_null(intfList))
+    if (api_is_null(intfList))
         return -1;
     memset(intfList, 0, sizeof *intfList);
     char text[sizeof(VeskConfigInfo::EnabledInterfaceNames1905)];

@@ -3,24 +3,23 @@
 // whatever stands in it, and the library keeps replaced neighbour records readable.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include <cstring>
+
+#include "bus/vesk_api/api_private.h"
 #include "foundation/shared.h"
+#include "foundation/vesk_utils.h"
+#include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
 
 namespace
 {
 int setChannelCnt; // calls of setChannel, for its log line only
 
-int index_of(const VeskRadioInfo *radio)
-{
-    return static_cast<int>(radio - vesk_get_radio_info());
-}
-
 /** Whether the radio is up; logs at DEBUG if it is down. */
-bool is_up(int band, const VeskRadioInfo *radio, const char *function)
+bool is_up(int band, const VeskRadioInfo *radio, VeskLogSite caller = VESK_CALLER)
 {
     if (radio->status == 0)
-        VESK_LOG_AS(function, DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, index_of(radio),
+        VESK_LOG_AS(caller, DEBUG, " radioBand=%d, radioIdx=%d, status=%d\n", band, api_index(radio),
                     radio->status);
     return radio->status != 0;
 }
@@ -28,19 +27,13 @@ bool is_up(int band, const VeskRadioInfo *radio, const char *function)
 /** Common start of the two methods on the scan tables: clears the record, finds the radio, which has to be
  * up. */
 template <class Record>
-const VeskRadioInfo *cleared_live_radio(int band, Record *record, const char *function)
+const VeskRadioInfo *cleared_live_radio(int band, Record *record, VeskLogSite caller = VESK_CALLER)
 {
-    if (api_is_null(vesk_get_scan_info(), function) || api_is_null(record, function))
+    if (api_is_null(record, caller))
         return nullptr;
     memset(record, 0, sizeof *record);
-    const VeskRadioInfo *radio = api_radio(band, function);
-    return radio && is_up(band, radio, function) ? radio : nullptr;
-}
-
-/** The radio's bandwidth index as the bus shows it: 0 to 4, anything else is none. */
-int32_t bus_bandwidth(int32_t bw)
-{
-    return bw >= 0 && bw < VESK_BW_KEEP ? bw : VESK_BW_KEEP;
+    const VeskRadioInfo *radio = api_radio(band, caller);
+    return radio && is_up(band, radio, caller) ? radio : nullptr;
 }
 
 void fill_off_channel(WireOffChannel *to, const VeskScanChannel &from, int32_t time, int32_t dwell)
@@ -82,12 +75,12 @@ int vesk_getCurChannelInfo(int band, WireCurChannelInfo *channelInfo)
     if (api_is_null(channelInfo))
         return -1;
     memset(channelInfo, 0, sizeof *channelInfo);
-    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    const VeskRadioInfo *radio = api_band_radio(band);
     if (!radio)
         return -1;
     const VeskCurChannelInfo cur = radio->curChannelInfo;
-    VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, channel=%d\n", band, index_of(radio), cur.channel);
-    if (!is_up(band, radio, __func__))
+    VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, channel=%d\n", band, api_index(radio), cur.channel);
+    if (!is_up(band, radio))
         return -1;
     channelInfo->channel = cur.channel;
     channelInfo->ccaInbss = cur.ccaInbss;
@@ -108,10 +101,10 @@ int vesk_getCurChannelInfo(int band, WireCurChannelInfo *channelInfo)
 int vesk_getOffChannelInfo(int band, WireOffChInfo *offChInfo)
 {
     const VeskOffScanCfg *scan = vesk_get_scan_info();
-    const VeskRadioInfo *radio = cleared_live_radio(band, offChInfo, __func__);
+    const VeskRadioInfo *radio = cleared_live_radio(band, offChInfo);
     if (!radio)
         return -1;
-    const VeskScanCfg *cfg = &scan->scanCfg[index_of(radio)];
+    const VeskScanCfg *cfg = &scan->scanCfg[api_index(radio)];
     offChInfo->radioBand = band;
     offChInfo->scanNums = cfg->offChListNums;
     VESK_LOG(DEBUG, " radioBand=%d, scanNums=%d\n", band, cfg->offChListNums);
@@ -134,7 +127,7 @@ int vesk_getOffChannelInfo(int band, WireOffChInfo *offChInfo)
 int vesk_getNeighborAPInfo(int band, WireNbAPInfo *nbAPInfo)
 {
     const VeskOffScanCfg *scan = vesk_get_scan_info();
-    const VeskRadioInfo *radio = cleared_live_radio(band, nbAPInfo, __func__);
+    const VeskRadioInfo *radio = cleared_live_radio(band, nbAPInfo);
     if (!radio)
         return -1;
     const int want = vesk_utils_mapping_band(band);
@@ -163,7 +156,7 @@ int vesk_getChannel(int band, WireChannel *data)
 {
     if (api_is_null(data))
         return -1;
-    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    const VeskRadioInfo *radio = api_band_radio(band);
     if (!radio)
         return -1;
     const char *name = radio->apIntf.radioIfname;
@@ -177,7 +170,7 @@ int vesk_getChannel(int band, WireChannel *data)
     RilkRadioDynParams dyn = {};
     rilk_getRadioDynParamters(name, &dyn);
     VESK_LOG(DEBUG, " vesk radio %s get bandwidth %d %s (%d).\n", name, dyn.bw, "success", 0);
-    *data = { .channel = channel, .bandwidth = bus_bandwidth(dyn.bw) };
+    *data = { .channel = channel, .bandwidth = vesk_map_bandwidth(dyn.bw) };
     return 0;
 }
 
@@ -185,10 +178,10 @@ int vesk_setChannel(int band, const WireChannel *data)
 {
     if (api_is_null(data))
         return -1;
-    VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    VeskRadioInfo *radio = api_band_radio(band);
     if (!radio || !api_in_range(data->bandwidth, 0, VESK_BW_KEEP + 1))
         return -1;
-    const int idx = index_of(radio);
+    const int idx = api_index(radio);
     setChannelCnt++;
     VESK_LOG(INFO,
              " =band=%d, radioIdx=%d, set channel=%d, bandwidth=%d, old channel=%d, bandwidth=%d, "
@@ -213,12 +206,10 @@ int vesk_setEirp(int, const WireEirp *)
 
 int vesk_triggerScan(int band)
 {
-    if (api_is_null(vesk_get_radio_info()))
-        return -1;
-    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    const VeskRadioInfo *radio = api_band_radio(band);
     if (!radio)
         return -1;
-    vesk_retrigger_scan(static_cast<uint32_t>(index_of(radio)));
+    vesk_retrigger_scan(static_cast<uint32_t>(api_index(radio)));
     return 0;
 }
 
@@ -233,13 +224,13 @@ int vesk_getScanStatus(int8_t *scanStatus)
 int vesk_getScanCap(int band, WireScanCap *scanCap)
 {
     VESK_LOG(DEBUG, " band=%d\n", band);
-    if (api_is_null(vesk_get_scan_info()) || api_is_null(scanCap))
+    if (api_is_null(scanCap))
         return -1;
     memset(scanCap, 0, sizeof *scanCap);
-    const VeskRadioInfo *radio = api_is_band(band) ? api_radio(band) : nullptr;
+    const VeskRadioInfo *radio = api_band_radio(band);
     if (!radio)
         return -1;
-    const VeskScanCfg *cfg = &vesk_get_scan_info()->scanCfg[index_of(radio)];
+    const VeskScanCfg *cfg = &vesk_get_scan_info()->scanCfg[api_index(radio)];
     scanCap->isSupportScan = cfg->isSupportScan;
     scanCap->scanItv = cfg->scanItv;
     VESK_LOG(DEBUG, " isSupportScan=%d, scanItv=%d\n", cfg->isSupportScan, cfg->scanItv);
@@ -248,7 +239,7 @@ int vesk_getScanCap(int band, WireScanCap *scanCap)
 
 int vesk_getRadioAvaliableChannelList(int band, WireChList *chList)
 {
-    if (api_is_null(vesk_get_radio_info()) || api_is_null(chList) || !api_is_band(band))
+    if (api_is_null(chList) || !api_is_band(band))
         return -1;
     memset(chList, 0, sizeof *chList);
     const VeskRadioInfo *radio = api_radio(band);
@@ -264,9 +255,7 @@ int vesk_getRadioAvaliableChannelList(int band, WireChList *chList)
 int vesk_setMinMaxDwellTime(uint32_t band, uint32_t min, uint32_t max)
 {
     const int word = static_cast<int>(band);
-    if (api_is_null(vesk_get_radio_info()) || !api_is_band(word))
-        return -1;
-    const VeskRadioInfo *radio = api_radio(word);
+    const VeskRadioInfo *radio = api_band_radio(word);
     if (!radio)
         return -1;
     VESK_LOG(INFO, " vesk set dwell time, band=%d, min=%u, max=%u\n\n", word, min, max);

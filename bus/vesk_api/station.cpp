@@ -2,8 +2,13 @@
 // monitor, and two commands that are passed to the driver.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include <cstring>
+
+#include "bus/vesk_api/api_private.h"
 #include "foundation/bytes.h"
+#include "foundation/vesk_utils.h"
+#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_main/records.h"
 #include "source/vesk_station/vesk_station.h"
 
 namespace
@@ -69,14 +74,13 @@ void vesk_copyStaInfo(void *value, void *record)
 int vesk_getStaInfo(const char *vapName, WireStaInfo *staInfo)
 {
     VeskStaInfo *store = vesk_get_sta_info();
-    if (api_is_null(store) || api_is_null(vapName) || api_is_null(staInfo))
+    if (api_is_null(vapName) || api_is_null(staInfo))
         return -1;
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, vapName);
+    const ApiName inner = api_inner_name(vapName);
     memset(staInfo, 0, sizeof *staInfo);
-    if (vesk_is_bsta_intf(inner))
+    if (vesk_is_bsta_intf(inner.text))
         return 0;
-    vesk_util_strncpy(staInfo->vapIntf, inner, sizeof staInfo->vapIntf); // the filter of the walk
+    vesk_util_strncpy(staInfo->vapIntf, inner.text, sizeof staInfo->vapIntf); // the filter of the walk
     kvhmgr_traverse(&store->staDb, vesk_copyStaInfo, staInfo);
 
     memset(staInfo->vapIntf, 0, sizeof staInfo->vapIntf);
@@ -113,9 +117,8 @@ int vesk_setBlockClient(const char *vapName, const WireAclMac *aclMac)
         return -1;
     acl.operation = static_cast<uint8_t>(aclMac->operation);
     VESK_LOG(DEBUG, " acl mac[%02x:%02x:%02x:%02x:%02x:%02x]\n", VESK_MAC_ARGS(acl.mac));
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, vapName); // stays empty without a name
-    rilk_setVapAclMac(inner, &acl);
+    const ApiName inner = api_inner_name(vapName); // stays empty without a name
+    rilk_setVapAclMac(inner.text, &acl);
     return 0;
 }
 
@@ -125,8 +128,7 @@ int vesk_disassocSta(const char *vapName, const char *mac)
         VESK_LOG(ERROR, " vapName or station mac is NULL\n");
         return 0;
     }
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, vapName);
-    rilk_disConnectSta(inner, mac);
+    const ApiName inner = api_inner_name(vapName);
+    rilk_disConnectSta(inner.text, mac);
     return 0;
 }

@@ -3,18 +3,20 @@
 // the result otherwise.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include <cstring>
+
+#include "bus/vesk_api/api_private.h"
 
 namespace
 {
 /** Whether all counts of a beacon request stay within its arrays. */
-bool beacon_counts_fit(const WireBeaconReq *req, const char *function)
+bool beacon_counts_fit(const WireBeaconReq *req, VeskLogSite caller = VESK_CALLER)
 {
-    if (!api_in_range(req->listNums, 0, VESK_WIRE_BCN_CHANNELS + 1, function) ||
-        !api_in_range(req->elementNums, 0, VESK_WIRE_BCN_ELEMENTS + 1, function))
+    if (!api_in_range(req->listNums, 0, VESK_WIRE_BCN_CHANNELS + 1, caller) ||
+        !api_in_range(req->elementNums, 0, VESK_WIRE_BCN_ELEMENTS + 1, caller))
         return false;
     for (int i = 0; i < req->elementNums; i++)
-        if (!api_in_range(req->elements[i].length, 0, VESK_WIRE_BCN_ELEMENT_LEN + 1, function))
+        if (!api_in_range(req->elements[i].length, 0, VESK_WIRE_BCN_ELEMENT_LEN + 1, caller))
             return false;
     return true;
 }
@@ -38,29 +40,28 @@ void repack_beacon(RilkBeaconReq *to, const WireBeaconReq *from)
 
 using VendorIECall = int (*)(const char *, uint32_t, const uint8_t *, uint32_t);
 
-int apply_vendor_ie(VendorIECall apply, const WireVendorIE *ie, const char *ifName, const char *function)
+int apply_vendor_ie(VendorIECall apply, const WireVendorIE *ie, const char *ifName,
+                    VeskLogSite caller = VESK_CALLER)
 {
     if (ie->dataLen > VESK_WIRE_IE_LEN) {
         api_in_range(static_cast<int>(ie->dataLen), 0, VESK_WIRE_IE_LEN + 1,
-                     function); // negative from 2^31 on: out too
+                     caller); // negative from 2^31 on: out too
         return -1;
     }
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, ifName);
-    return apply(inner, ie->pktType, ie->data, ie->dataLen);
+    const ApiName inner = api_inner_name(ifName);
+    return apply(inner.text, ie->pktType, ie->data, ie->dataLen);
 }
 } // namespace
 
 int vesk_setBeaconRequest(const char *vapName, const WireBeaconReq *bcnReq)
 {
     VESK_LOG(DEBUG, " call vesk set beacon request\n\n");
-    if (!vapName || !beacon_counts_fit(bcnReq, __func__))
+    if (!vapName || !beacon_counts_fit(bcnReq))
         return -1;
     RilkBeaconReq req;
     repack_beacon(&req, bcnReq);
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, vapName);
-    return rilk_sendBeaconReq(inner, &req);
+    const ApiName inner = api_inner_name(vapName);
+    return rilk_sendBeaconReq(inner.text, &req);
 }
 
 int vesk_setBTMRequest(const char *vapName, const WireBtmReq *btmReq)
@@ -73,9 +74,8 @@ int vesk_setBTMRequest(const char *vapName, const WireBtmReq *btmReq)
     memcpy(&req, btmReq, offsetof(RilkBtmReq, targets)); // alike so far
     for (int i = 0; i < btmReq->targetNums; i++)
         memcpy(&req.targets[i], &btmReq->targets[i], sizeof btmReq->targets[i]);
-    char inner[VESK_IFNAME_SIZE] = {};
-    vesk_get_intf_inner_name(inner, vapName); // stays empty without a name
-    return rilk_sendBTMReq(inner, &req);
+    const ApiName inner = api_inner_name(vapName); // stays empty without a name
+    return rilk_sendBTMReq(inner.text, &req);
 }
 
 int vesk_addVendorIE(const WireVendorIE *vendorIE)
@@ -84,7 +84,7 @@ int vesk_addVendorIE(const WireVendorIE *vendorIE)
     memcpy(ifName, vendorIE->ifName, sizeof vendorIE->ifName);
     VESK_LOG(DEBUG, " ifName=%s, pktType=%d, dataLen=%d\r\n\n", ifName, static_cast<int>(vendorIE->pktType),
              static_cast<int>(vendorIE->dataLen));
-    return apply_vendor_ie(rilk_addVendorIE, vendorIE, ifName, __func__);
+    return apply_vendor_ie(rilk_addVendorIE, vendorIE, ifName);
 }
 
 int vesk_delVendorIE(const WireVendorIE *vendorIE)
@@ -92,5 +92,5 @@ int vesk_delVendorIE(const WireVendorIE *vendorIE)
     char ifName[VESK_IFNAME_SIZE + 1] = {};
     memcpy(ifName, vendorIE->ifName, sizeof vendorIE->ifName);
     VESK_LOG(DEBUG, " ifName=%s, pktType=%d\r\n\n", ifName, static_cast<int>(vendorIE->pktType));
-    return apply_vendor_ie(rilk_delVendorIE, vendorIE, ifName, __func__);
+    return apply_vendor_ie(rilk_delVendorIE, vendorIE, ifName);
 }

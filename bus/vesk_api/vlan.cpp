@@ -2,7 +2,8 @@
 // every backhaul BSS and stores it, whether any took it or not.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_checks.h"
+#include "bus/vesk_api/api_private.h"
+#include "source/vesk_main/records.h"
 
 int vesk_getDefault802dot1qSetting(VeskDot1qCfg *cfg)
 {
@@ -16,8 +17,6 @@ int vesk_getDefault802dot1qSetting(VeskDot1qCfg *cfg)
 int vesk_setDefault802dot1qSetting(const VeskDot1qCfg *cfg)
 {
     const VeskVapInfo *vaps = vesk_get_vap_info();
-    if (api_is_null(vaps))
-        return -1;
     for (int i = 0; i < VESK_VAPS; i++) {
         if (vaps[i].ifName[0] == '\0' || vaps[i].vapAttr != VESK_VAP_BBSS)
             continue;

@@ -1,18 +1,14 @@
 // Channel setting: the bus method leaves its request in the radio's record and arms a timer; what happens
 // when it fires is here. Bandwidth first, then the channel; the model follows when the channel poller sees
 // the change.
-#include <iterator>
-
 #include "source/vesk_scan/scan_private.h"
 
 namespace
 {
-constexpr int deferral = 2;                        // seconds
-constexpr int bandwidths[] = { 0, 1, 2, 3, 4, 5 }; // the driver's value of each bandwidth index
-static_assert(std::size(bandwidths) == VESK_BW_KEEP + 1);
+constexpr int deferral = 2;         // seconds
 constexpr int bandwidthFailed = -1; // also: nothing was asked for
 constexpr int channelFailed = -5;
-constexpr char process[] = "vesk_set_channel_process"; // its steps log under its name
+constexpr char stepOf[] = "vesk_set_channel_process"; // its steps log under its name
 
 const char *outcome(int result)
 {
@@ -22,13 +18,13 @@ const char *outcome(int result)
 int apply_bandwidth(const VeskRadioInfo *radio)
 {
     const char *name = radio->apIntf.radioIfname;
-    const int bandwidth = bandwidths[radio->setBw];
+    const int bandwidth = vesk_map_bandwidth(radio->setBw);
     const int result = rilk_setRadioChanSpec(name, bandwidth, radio->setChannel);
-    VESK_LOG_AS(process, DEBUG, " vesk radio %s set bandwidth %d %s (%d).\n", name, bandwidth,
-                outcome(result), result);
+    VESK_LOG_AS(stepOf, DEBUG, " vesk radio %s set bandwidth %d %s (%d).\n", name, bandwidth, outcome(result),
+                result);
     if (result == 0)
         return 0;
-    VESK_LOG_AS(process, ERROR, " Set radio cur bandwidth error !!! \n");
+    VESK_LOG_AS(stepOf, ERROR, " Set radio cur bandwidth error !!! \n");
     return bandwidthFailed;
 }
 
@@ -36,11 +32,11 @@ int apply_channel(const VeskRadioInfo *radio)
 {
     const char *name = radio->apIntf.radioIfname;
     const int result = rilk_setRadioCurChannel(name, radio->setChannel);
-    VESK_LOG_AS(process, DEBUG, " vesk radio %s set channel %d %s (%d).\n", name, radio->setChannel,
+    VESK_LOG_AS(stepOf, DEBUG, " vesk radio %s set channel %d %s (%d).\n", name, radio->setChannel,
                 outcome(result), result);
     if (result == 0)
         return 0;
-    VESK_LOG_AS(process, ERROR, " Set radio cur channel error !!! \n");
+    VESK_LOG_AS(stepOf, ERROR, " Set radio cur channel error !!! \n");
     return channelFailed;
 }
 
@@ -56,6 +52,12 @@ int apply_request(const VeskRadioInfo *radio)
     return radio->setChannel != 0 ? apply_channel(radio) : result;
 }
 } // namespace
+
+// The indexes are the same on both sides; the place to map them if a driver's ever aren't.
+int32_t vesk_map_bandwidth(int32_t bw)
+{
+    return bw >= 0 && bw < VESK_BW_KEEP ? bw : VESK_BW_KEEP;
+}
 
 void vesk_start_set_channel_timer(uint32_t band)
 {

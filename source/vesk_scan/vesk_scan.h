@@ -58,6 +58,9 @@ int vesk_get_noise_bias(int channel);
 
 // --- channel setting ---
 
+/** The bus's bandwidth index for the driver's and the other way round: 0 to 4, or 5 for none and for anything
+ * else. */
+int32_t vesk_map_bandwidth(int32_t bw);
 void vesk_start_set_channel_timer(uint32_t band);
 void vesk_stop_set_channel_timer(uint32_t band);
 void vesk_set_2G_channel_ubus_handle(uloop_timeout *timer);
