@@ -15,6 +15,7 @@
 #include "include/merka.h"
 #include "include/vesk_methods.h"
 #include "source/vesk_handler/vesk_handler.h"
+#include "source/vesk_main/version.h"
 
 namespace
 {

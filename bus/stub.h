@@ -1,4 +1,4 @@
-// The bus object "tamlo.pelk.vesk": its registration and the one dispatch function of its 38 methods.
+// The bus object "tamlo.pelk.vesk": its registration and the one dispatch function of its methods.
 #pragma once
 
 #include "foundation/ubus_headers.h"

@@ -7,7 +7,7 @@
 #include "bus/vesk_api/api_private.h"
 #include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_config/vesk_config.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
 

@@ -1,4 +1,4 @@
-// What the device can do: version, radio capabilities as the product configuration tells them, and the
+// What the device can do: radio capabilities as the product configuration tells them, and the
 // channels under non-occupancy, which alone are asked of the driver.
 #include "bus/vesk_api/vesk_api.h"
 
@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "bus/vesk_api/api_private.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_config/vesk_config.h"
 
 namespace
 {
@@ -25,14 +25,6 @@ const VeskCfgWifi *cleared_cfg_row(int band, Record *record, VeskLogSite caller 
     return api_is_band(band, caller) ? api_cfg_row(band, &idx, caller) : nullptr;
 }
 } // namespace
-
-int vesk_getVersionInfo(WireVersionInfo *info)
-{
-    memset(info, 0, sizeof *info);
-    memcpy(info->name, "vesk", sizeof "vesk");
-    memcpy(info->version, VESK_VERSION, sizeof VESK_VERSION);
-    return 0;
-}
 
 int vesk_getRadioCapability(int32_t *rfCfgAbility)
 {

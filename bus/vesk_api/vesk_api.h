@@ -1,11 +1,10 @@
-// Bodies of the 38 bus methods: plain functions from decoded arguments to a fixed-size record. Each returns
-// the value of the reply's `return` field, 0 or -1 unless stated. A text argument is NULL when it was missing
-// and lives only for the call; a result record was zeroed by the stub. Main loop only.
+// Bodies of the bus methods (getVersionInfo's is the core's): plain functions from decoded arguments to a
+// fixed-size record. Each returns the value of the reply's `return` field, 0 or -1 unless stated. A text
+// argument is NULL when it was missing and lives only for the call; a result record was zeroed by the stub.
+// Main loop only.
 #pragma once
 
 #include "include/vesk_wire.h"
-
-int vesk_getVersionInfo(WireVersionInfo *info);
 
 int vesk_getRadioCapability(int32_t *rfCfgAbility);
 int vesk_getRadioAdvancedCapability(int32_t *rfCfgAdvancedCapability);

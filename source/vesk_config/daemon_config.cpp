@@ -110,7 +110,7 @@ VeskOffScanCfg &scan()
 {
     return *vesk_get_scan_info();
 }
-VeskRadioInfo &poll()
+VeskRadioInfo &radio0()
 {
     return vesk_get_radio_info()[0]; // the polling fields of radio 0 serve the whole device
 }
@@ -142,9 +142,10 @@ constexpr ConfigKey generalKeys[] = {
     { "VESK_LOG_LEVEL", noDefault, 0, 7, 3, vesk_log_set_level },
     { "VESK_RILK_LOG_LEVEL", noDefault, 0, 7, 3, [](int v) { rilk_update_debuglevel(v); } },
     { "VESK_LOG_SINK", noDefault, 0, 1, 0, store_log_sink },
-    { "VESK_UPDATE_INTF_ENABLE", 1, 0, 1, 1, [](int v) { poll().intfPollEnable = static_cast<uint8_t>(v); } },
-    { "VESK_UPDATE_INTF_INTERVAL", 30, 1, 36000, 30, [](int v) { poll().intfPollItv = v; } },
-    { "VESK_TRIGGER_INTF_INTERVAL", 3, 1, 36000, 3, [](int v) { poll().intfTriggerItv = v; } },
+    { "VESK_UPDATE_INTF_ENABLE", 1, 0, 1, 1,
+      [](int v) { radio0().intfPollEnable = static_cast<uint8_t>(v); } },
+    { "VESK_UPDATE_INTF_INTERVAL", 30, 1, 36000, 30, [](int v) { radio0().intfPollItv = v; } },
+    { "VESK_TRIGGER_INTF_INTERVAL", 3, 1, 36000, 3, [](int v) { radio0().intfTriggerItv = v; } },
     { "VESK_UPDATE_CLIENTS_ENABLE", 1, 0, 1, 1,
       [](int v) { stations().isStaPollEnabled = static_cast<uint8_t>(v); } },
     { "VESK_UPDATE_CLIENTS_INTERVAL", 10, 1, 36000, 10, [](int v) { stations().timeItv = v; } },
@@ -153,8 +154,8 @@ constexpr ConfigKey generalKeys[] = {
       [](int v) { vesk_get_vesk_info()->chChange.chEventEnable = static_cast<uint8_t>(v); } },
     { "VESK_CH_CHANGE_INTERVAL", 5, 1, 36000, 5, [](int v) { vesk_get_vesk_info()->chChange.timeItv = v; } },
     { "VESK_UPDATE_INTF_STAT_ENABLE", 1, 0, 1, 1,
-      [](int v) { poll().isIntfStatEnabled = static_cast<uint8_t>(v); } },
-    { "VESK_UPDATE_INTF_STAT_INTERVAL", 30, 1, 36000, 30, [](int v) { poll().intfStatItv = v; } },
+      [](int v) { radio0().isIntfStatEnabled = static_cast<uint8_t>(v); } },
+    { "VESK_UPDATE_INTF_STAT_INTERVAL", 30, 1, 36000, 30, [](int v) { radio0().intfStatItv = v; } },
 };
 static_assert(std::size(generalKeys) == 13);
 
@@ -183,7 +184,7 @@ void set_defaults()
     });
     flag_store(&scan().scanEnable, 1);
     scan().scanEnableCfg = 0;
-    poll().intfSupportTrigger = 0;
+    radio0().intfSupportTrigger = 0;
     const auto store_default = [](const ConfigKey &row) {
         if (row.before != noDefault)
             row.store(row.before);

@@ -363,3 +363,16 @@ int vesk_get_cfg_band_idx(int actualBand)
     VESK_LOG(ERROR, " Get vesk config band index failed\n");
     return -1;
 }
+
+int vesk_getCfgRadioCap()
+{
+    return vesk_get_vesk_cfg_info()->NumberOfWifiRadios;
+}
+
+int vesk_find_bsta_row(const VeskCfgWifi *wifi)
+{
+    for (int i = 0; i < wifi->vapNum && i < VESK_CFG_VAPS; i++)
+        if (strncmp(wifi->Vap[i].Mode, "sta", sizeof wifi->Vap[i].Mode) == 0)
+            return i;
+    return -1;
+}

@@ -1,6 +1,8 @@
 // Both configuration files, read once at start on the main thread.
 #pragma once
 
+#include "include/vesk_device.h"
+
 // Limits and fallbacks of the scan keys that the state dump shows.
 inline constexpr int VESK_DWELL_LOW = 55;         // milliseconds
 inline constexpr int VESK_DWELL_HIGH = 1000;      // milliseconds
@@ -20,3 +22,7 @@ const char *vesk_cfg_scan_key(int band, const char *keyword);
 int vesk_load_platform_config();
 /** Index of the Wifi row of a band word, or -1 with an ERROR line. */
 int vesk_get_cfg_band_idx(int actualBand);
+/** The "sta" row of a Wifi row: its index in Vap, or -1 (the caller logs). */
+int vesk_find_bsta_row(const VeskCfgWifi *wifi);
+/** NumberOfWifiRadios; 0 if the file wasn't read. */
+int vesk_getCfgRadioCap();

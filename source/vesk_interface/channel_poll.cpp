@@ -3,13 +3,13 @@
 // asks for it. What it finds goes out as the record that a driver event would bring.
 #include <cstring>
 
+#include "foundation/clamp.h"
 #include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "include/rilk.h"
 #include "include/vesk_event.h"
 #include "source/vesk_drelm/vesk_drelm.h"
-#include "source/vesk_interface/inventory.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
@@ -20,10 +20,6 @@ namespace
 constexpr char stepOf[] = "vesk_channel_change_handle"; // the steps below log under the handler's name
 constexpr int fullReadEvery = 20;                       // polls
 constexpr uint8_t foundByPoller = 1;                    // VeskChChange.reason
-constexpr int msPerSecond = 1000;
-
-int32_t pollCnt[VESK_RADIOS]; // polls since the last full read
-
 struct Reading {
     int32_t channel;
     int32_t bw;
@@ -36,19 +32,20 @@ Reading read_radio(int idx, VeskRadioInfo &radio)
     Reading now = { 0, radio.curBw, radio.txPower };
     const char *name = radio.apIntf.radioIfname;
     rilk_getRadioCurChannel(name, &now.channel);
-    pollCnt[idx]++;
-    VESK_LOG_AS(stepOf, DEBUG, " band=%d, ch=%d, pollCnt=%d, ctl=%d\n", idx, now.channel, pollCnt[idx],
+    int32_t &pollCnt = vesk_get_model_state()->pollCnt[idx];
+    pollCnt++;
+    VESK_LOG_AS(stepOf, DEBUG, " band=%d, ch=%d, pollCnt=%d, ctl=%d\n", idx, now.channel, pollCnt,
                 radio.intfPollCtl);
-    if (pollCnt[idx] < fullReadEvery && radio.intfPollCtl == 0)
+    if (pollCnt < fullReadEvery && radio.intfPollCtl == 0)
         return now;
-    VESK_LOG_AS(stepOf, DEBUG, " reset band=%d, pollCnt=%d, intfPollCtl=%d\n", idx, pollCnt[idx],
+    VESK_LOG_AS(stepOf, DEBUG, " reset band=%d, pollCnt=%d, intfPollCtl=%d\n", idx, pollCnt,
                 radio.intfPollCtl);
     RilkRadioDynParams dyn = {};
     rilk_getRadioDynParamters(name, &dyn);
     now.bw = dyn.bw;
     now.power = 0;
     rilk_getRadioTxpower(name, &now.power);
-    pollCnt[idx] = 0;
+    pollCnt = 0;
     radio.intfPollCtl = 0;
     return now;
 }
@@ -110,11 +107,6 @@ void poll_radio(int idx, VeskRadioInfo &radio)
 
 } // namespace
 
-void vesk_forget_poll_counts()
-{
-    memset(pollCnt, 0, sizeof pollCnt);
-}
-
 void vesk_start_channel_change_timer()
 {
     VeskChChangePoll &poller = vesk_get_vesk_info()->chChange;
@@ -122,7 +114,7 @@ void vesk_start_channel_change_timer()
     if (!poller.chEventEnable)
         return;
     poller.timer.cb = vesk_channel_change_handle;
-    uloop_timeout_set(&poller.timer, poller.timeItv * msPerSecond);
+    uloop_timeout_set(&poller.timer, vesk_timer_ms(poller.timeItv));
 }
 
 void vesk_stop_channel_change_timer()
@@ -156,5 +148,5 @@ void vesk_channel_change_handle(uloop_timeout *timer)
     for (int i = 0; i < VESK_RADIOS; i++)
         poll_radio(i, vesk_get_radio_info()[i]);
     if (timer != nullptr)
-        uloop_timeout_set(timer, poller.timeItv * msPerSecond);
+        uloop_timeout_set(timer, vesk_timer_ms(poller.timeItv));
 }

@@ -4,17 +4,24 @@
 #include "foundation/kvhmgr.h"
 #include "include/rilk.h"
 #include "source/vesk_drelm/vesk_drelm.h"
-#include "source/vesk_interface/inventory.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
+#include "source/vesk_main/timer_service.h"
 #include "source/vesk_station/vesk_station.h"
+
+namespace
+{
+VeskModelState modelState;
+} // namespace
+
+VeskModelState *vesk_get_model_state()
+{
+    return &modelState;
+}
 
 void vesk_init_device_info()
 {
-    vesk_forget_radios();
-    vesk_forget_vaps();
-    vesk_forget_poll_counts();
     rilk_initDriver(); // before any other driver call
     vesk_update_radio_info();
     vesk_update_vap_info();

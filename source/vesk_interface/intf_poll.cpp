@@ -1,19 +1,17 @@
 // When the inventory and the counters are refreshed. The inventory is polled until the platform first reports
 // a change of the WLAN settings; from then on it is refreshed on such a report only. Counters are polled by
 // their own switch. The fields at work are radio 0's: these timers serve the whole device.
+#include "foundation/clamp.h"
 #include "foundation/csrv_timer.h"
 #include "foundation/shared.h"
 #include "include/rilk.h"
-#include "source/vesk_interface/inventory.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
 
 namespace
 {
-
-constexpr int msPerSecond = 1000;
 
 VeskRadioInfo &radio0()
 {
@@ -44,7 +42,7 @@ void vesk_start_intf_timer()
         VESK_LOG(INFO, " Interface polling not enabled ----exit\n");
         return;
     }
-    radio.intfTimeId = csrv_start_periodic_timer(radio.intfPollItv * msPerSecond, vesk_update_intf, 0, 0);
+    radio.intfTimeId = csrv_start_periodic_timer(vesk_timer_ms(radio.intfPollItv), vesk_update_intf, 0, 0);
     VESK_LOG(INFO, " timeId=%d, itv=%d\n", radio.intfTimeId, radio.intfPollItv);
 }
 
@@ -74,7 +72,7 @@ void vesk_retrigger_intf_timer(int interval)
     if (radio.intfSupportTrigger) {
         uloop_timeout_cancel(&radio.intfEventTimer);
         radio.intfEventTimer.cb = vesk_retrigger_intf_handle;
-        uloop_timeout_set(&radio.intfEventTimer, interval * msPerSecond);
+        uloop_timeout_set(&radio.intfEventTimer, vesk_timer_ms(interval));
     }
     VESK_LOG(INFO, " radioInfo[0].intfSupportTrigger=%d, interval=%d, radioInfo[0].intfPollEnable=%d\n",
              radio.intfSupportTrigger, interval, radio.intfPollEnable);
@@ -111,7 +109,7 @@ void vesk_start_intf_stat_timer()
     if (!radio.isIntfStatEnabled)
         return;
     radio.intfStatTimer.cb = vesk_update_intf_stats_ubus_handle;
-    uloop_timeout_set(&radio.intfStatTimer, radio.intfStatItv * msPerSecond);
+    uloop_timeout_set(&radio.intfStatTimer, vesk_timer_ms(radio.intfStatItv));
 }
 
 void vesk_stop_intf_stat_timer()
@@ -158,7 +156,7 @@ void vesk_update_intf_stats_ubus_handle(uloop_timeout *timer)
         return;
     vesk_update_intf_stats();
     if (timer != nullptr)
-        uloop_timeout_set(timer, radio0().intfStatItv * msPerSecond);
+        uloop_timeout_set(timer, vesk_timer_ms(radio0().intfStatItv));
 }
 
 void vesk_clean_hw_fwd_rule()

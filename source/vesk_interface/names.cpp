@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "foundation/vesk_utils.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 
@@ -12,7 +12,6 @@ namespace
 
 constexpr char outerSuffix[] = ".v0";
 constexpr char plainNameChip[] = "MTK7915IDU"; // a device with this chip has no outer form
-constexpr char stationMode[] = "sta";
 
 /** Whether a VAP of this name has exactly this attribute. */
 bool has_attr(const char *name, uint8_t attr)
@@ -136,22 +135,4 @@ int vesk_get_intf_outer_name(char *dst, const char *src)
 int vesk_update_intf_mapping()
 {
     return 0;
-}
-
-int vesk_getCfgRadioCap()
-{
-    const VeskInfo *info = vesk_get_vesk_info();
-    if (info == nullptr) {
-        VESK_LOG_NULL();
-        return 0;
-    }
-    return info->cfgInfo.NumberOfWifiRadios;
-}
-
-int vesk_find_bsta_row(const VeskCfgWifi *wifi)
-{
-    for (int i = 0; i < wifi->vapNum && i < VESK_CFG_VAPS; i++)
-        if (strncmp(wifi->Vap[i].Mode, stationMode, sizeof wifi->Vap[i].Mode) == 0)
-            return i;
-    return -1;
 }

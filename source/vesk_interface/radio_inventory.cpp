@@ -1,14 +1,14 @@
 // The refresh of the two radio records. What is fixed for a radio is read once; channel, bandwidth and power
 // are read once and then belong to the channel poller: a later refresh only raises intfPollCtl when they
 // differ.
+#include <cmath>
 #include <cstring>
 
 #include "foundation/clamp.h"
 #include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "include/hul.h"
-#include "source/vesk_interface/inventory.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 
@@ -16,8 +16,6 @@ namespace
 {
 
 constexpr char stepOf[] = "vesk_update_radio_info"; // the steps below log under the refresh's name
-
-uint32_t radioInited[VESK_RADIOS]; // 1: has been through its first refresh
 
 /** Ends a name where its field ends at the latest; what a library left behind the end goes. */
 void end_text(char (&name)[VESK_IFNAME_SIZE])
@@ -44,7 +42,7 @@ void read_status(int idx, VeskRadioInfo &radio, uint8_t &radioStatus)
         rilk_getRadioStatus(radio.apIntf.radioIfname, &radioStatus);
     else
         radioStatus = 0;
-    if (radioStatus != radio.status && radioInited[idx] == 1) {
+    if (radioStatus != radio.status && vesk_get_model_state()->radioInited[idx] == 1) {
         VESK_LOG_AS(stepOf, INFO, " radio=%s, bandIdx=%d, radioStatus=%d, radioInfo[band].status=%d\r\n\n",
                     radio.apIntf.radioIfname, idx, radioStatus, radio.status);
         flag_store(&vesk_get_scan_info()->needResetScan, 1);
@@ -133,8 +131,9 @@ void refresh_radio(int idx, VeskRadioInfo &radio, uint8_t &radioStatus)
     rilk_getRadioDynParamters(radio.apIntf.radioIfname, &dyn);
     vesk_set_text(radio.bond, dyn.bond);
     vesk_set_text(radio.operatingStandards, dyn.operatingStandards);
-    if (radioInited[idx] == 0) {
-        radioInited[idx] = 1;
+    uint32_t &isInited = vesk_get_model_state()->radioInited[idx];
+    if (isInited == 0) {
+        isInited = 1;
         read_first_time(radio, dyn);
     }
     compare_with_driver(idx, radio, dyn);
@@ -156,17 +155,13 @@ void vesk_refresh_ap_intf(int radioIdx)
     shared_put(known, info); // scan threads read the names
 }
 
-void vesk_forget_radios()
+bool vesk_is_same_power(float one, float other)
 {
-    memset(radioInited, 0, sizeof radioInited);
+    return one == other || (std::isnan(one) && std::isnan(other));
 }
 
 void vesk_update_radio_info()
 {
-    if (vesk_get_vesk_cfg_info() == nullptr) {
-        VESK_LOG_NULL();
-        return;
-    }
     uint8_t radioStatus = 1; // one for both radios: a failed status call repeats what was known last
     for (int i = 0; i < VESK_RADIOS; i++)
         refresh_radio(i, vesk_get_radio_info()[i], radioStatus);

@@ -7,7 +7,7 @@
 #include "foundation/kvhmgr.h"
 #include "foundation/vesk_utils.h"
 #include "include/rilk.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_station/vesk_station.h"
@@ -16,8 +16,6 @@ namespace
 {
 
 constexpr char stepOf[] = "vesk_update_sta_info"; // the steps below log under the poll's name
-constexpr int msPerSecond = 1000;
-
 /** Whether both radios' channels are quiet enough; the first that isn't ends the look. */
 bool is_load_low(uint32_t threshold)
 {
@@ -181,7 +179,7 @@ void vesk_start_sta_timer()
         return;
     }
     staInfo->staTimer.cb = vesk_update_sta_ubus_handle;
-    uloop_timeout_set(&staInfo->staTimer, staInfo->timeItv * msPerSecond);
+    uloop_timeout_set(&staInfo->staTimer, vesk_timer_ms(staInfo->timeItv));
 }
 
 void vesk_stop_sta_timer()
@@ -222,7 +220,7 @@ void vesk_update_sta_ubus_handle(uloop_timeout *timer)
     }
     vesk_update_sta_info();
     if (timer != nullptr)
-        uloop_timeout_set(timer, staInfo->timeItv * msPerSecond);
+        uloop_timeout_set(timer, vesk_timer_ms(staInfo->timeItv));
 }
 
 int vesk_is_connected_fronthaul_station()

@@ -10,8 +10,7 @@
 #include "include/vesk_event.h"
 #include "source/vesk_config/vesk_config.h"
 #include "source/vesk_drelm/vesk_drelm.h"
-#include "source/vesk_interface/inventory.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 
@@ -21,8 +20,6 @@ namespace
 constexpr char stepOf[] = "vesk_init_vap_info"; // its steps log under its name
 constexpr uint8_t attrSsid = 1;                 // VeskVapAttr: what changed
 constexpr uint8_t attrBssid = 2;
-
-uint32_t vapInited[VESK_VAPS]; // 1: the slot has been through a full pass
 
 bool is_station_mode(const VeskVapInfo &vap)
 {
@@ -142,11 +139,6 @@ void update_radio_mac(VeskRadioInfo &radio)
 
 } // namespace
 
-void vesk_forget_vaps()
-{
-    memset(vapInited, 0, sizeof vapInited);
-}
-
 // All eight names are walked, whatever vapNums says.
 void vesk_update_vap_info()
 {
@@ -177,16 +169,17 @@ void vesk_init_vap_info(const char *radio, const char *ifName, int band)
     find_mode(vesk_get_vesk_cfg_info()->Wifi[row], vap);
 
     const bool isStation = is_station_mode(vap);
-    const bool announce = !isStation && vapInited[slot] == 1;
+    uint32_t &isInited = vesk_get_model_state()->vapInited[slot];
+    const bool announce = !isStation && isInited == 1;
     refresh_status(vap, announce);
     refresh_bssid(vap, announce);
     if (!isStation)
         refresh_ssid(vap, announce);
     refresh_security(vap);
-    if (vapInited[slot] != 1) {
+    if (isInited != 1) {
         rilk_setWNMEnable(vap.ifName, 1);
         rilk_setRRMEnable(vap.ifName, 1);
-        vapInited[slot] = 1;
+        isInited = 1;
     }
 }
 

@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/records.h"
+#include "source/vesk_scan/scan_private.h"
 
 namespace {
 struct Capture {
@@ -69,6 +71,8 @@ void fake_reset() {
     clear(vesk_get_sta_info());
     clear(vesk_get_scan_info());
     clear(vesk_get_dot1q_cfg());
+    clear(vesk_get_model_state());
+    clear(vesk_get_scan_state());
 
     logCapture.start();
     errCapture.start();

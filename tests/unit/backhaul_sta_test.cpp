@@ -1,3 +1,4 @@
+#include "source/vesk_main/timer_service.h"
 #include "tests/unit/scan_fixture.h"
 
 using BackhaulSta = ScanTest;

@@ -1,8 +1,7 @@
 // What the tests of the device model share: fresh fakes and records, and a model that has been filled once.
 #pragma once
 
-#include "source/vesk_interface/inventory.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_scan/vesk_scan.h"
 #include "tests/unit/common.h"
 
@@ -13,7 +12,6 @@ struct DeviceTest : testing::Test {
     void SetUp() override {
         fake_reset(), fake_load_product();
         fakeLibc.runSystem = false;
-        vesk_forget_radios(), vesk_forget_vaps(), vesk_forget_poll_counts();
     }
     static void fill() { vesk_update_radio_info(), vesk_update_vap_info(), fakeDevice.log.clear(); }
     VeskVapInfo &vap_of(const char *name) { return vap[vesk_getVapIdxByName(name)]; }

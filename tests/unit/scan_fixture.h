@@ -15,7 +15,6 @@ struct ScanTest : DeviceTest {
     void restart(const Channels &channels0 = { 1, 6, 11 }, const Channels &channels1 = { 36, 40, 44, 48 }) {
         vesk_destory_scan_info();
         DeviceTest::SetUp();
-        *vesk_get_scan_state() = {};
         scan->scanEnable = scan->scanEnableCfg = 1, scan->firstScanItv = 10;
         for (uint32_t i = 0; i < 2; i++) {
             const Channels &channels = i == 0 ? channels0 : channels1;

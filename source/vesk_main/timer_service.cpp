@@ -1,8 +1,9 @@
 // The event loop's side of the timer service: one loop timer that is always set to the service's next expiry.
 // The service calls rearm after everything that may have changed that expiry.
+#include "source/vesk_main/timer_service.h"
+
 #include "foundation/csrv_timer.h"
 #include "foundation/ubus_headers.h"
-#include "source/vesk_interface/vesk_interface.h"
 
 namespace
 {
