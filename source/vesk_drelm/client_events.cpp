@@ -1,7 +1,7 @@
 // What the driver tells of stations: probes, joins, leaves, association responses. A join is completed from
 // the records and the driver, sent, and noted in the capability store. The station table isn't written here:
 // joins and leaves only bring its next poll forward, which finds the change by itself.
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -10,7 +10,6 @@
 #include "foundation/bytes.h"
 #include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
-#include "source/vesk_drelm/event_body.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_station/vesk_station.h"

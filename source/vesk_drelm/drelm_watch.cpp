@@ -1,7 +1,7 @@
 // The watchdog of the sibling daemon that collects driver events: looked for in the process list 2 seconds
 // after start and every 30 seconds from then on, and started when it isn't there. The shell holds up the main
 // loop meanwhile.
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 
 #include <cstdio>
 #include <cstdlib>

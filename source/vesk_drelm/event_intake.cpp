@@ -1,7 +1,7 @@
 // The way in of driver events: a loopback socket on the main loop, one datagram per event, and the vendor's
 // table that maps an event id to its handler. A datagram is trusted to come from the local sibling, but not
 // to be whole: the buffer is zeroed before each read, so that whatever a short one lacks reads as zero.
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 
 #include <cstring>
 #include <iterator>

@@ -1,10 +1,9 @@
 // What the daemon finds out about its interfaces by itself. No driver event leads here: the VAP refresh and
 // an inbound signal call these publishers. A leaf: names, log and the signal sender are all it knows.
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 
 #include <cstdio>
 
-#include "source/vesk_drelm/event_body.h"
 #include "source/vesk_main/log.h"
 
 namespace

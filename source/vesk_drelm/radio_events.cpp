@@ -1,11 +1,10 @@
 // Events of a radio, passed on byte for byte: their bodies carry no interface name and the datagram's is not
 // used. Only the unsafe channel handler keeps state, and only it may hold a signal back. The channel change
 // poller publishes through here as well. A leaf: log and the signal sender are all it knows.
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 
 #include <cstring>
 
-#include "source/vesk_drelm/event_body.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 

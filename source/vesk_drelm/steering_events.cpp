@@ -1,12 +1,11 @@
 // Answers of stations to steering and measurement, and the end of a WPS enrollment. The reports are carried
 // unread: the name becomes the outer one, a BTM response gets the VAP's own BSSID. The traces on stderr are
 // there whatever the log's level and destination.
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 
 #include <cstdio>
 #include <cstring>
 
-#include "source/vesk_drelm/event_body.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 

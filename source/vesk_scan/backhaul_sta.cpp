@@ -22,7 +22,7 @@ uint32_t vesk_start_backhaul_credential_timer()
     VESK_LOG_SWITCHES_ITV(deferral);
     uloop_timeout *timer = &vesk_get_scan_info()->bhCredTimer;
     timer->cb = vesk_set_backhaul_credential_ubus_handle;
-    uloop_timeout_set(timer, scan_seconds(deferral));
+    uloop_timeout_set(timer, vesk_timer_ms(deferral));
     return 0;
 }
 
@@ -50,7 +50,7 @@ void vesk_start_bsta_auto_connect_timer(uint32_t band, uint32_t itv)
     VeskScanCfg *cfg = scan_cfg(band);
     if (cfg->bstaAutoTimer != -1)
         csrv_stop_timer(cfg->bstaAutoTimer);
-    cfg->bstaAutoTimer = csrv_start_periodic_timer(scan_seconds(itv), vesk_bsta_auto_connect, band, 0);
+    cfg->bstaAutoTimer = csrv_start_periodic_timer(vesk_timer_ms(itv), vesk_bsta_auto_connect, band, 0);
     VESK_LOG(INFO, " timeId=%d, itv=%d\n", cfg->bstaAutoTimer, itv);
 }
 

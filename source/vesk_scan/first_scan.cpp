@@ -1,7 +1,6 @@
 // The first scan: each radio sweeps its whole list once, on a detached thread that its firstTimer starts. One
-// thread per radio at most: a run is claimed by the timer's handler and given back by the thread. A run
-// belongs to a generation, and a new generation, begun by the tear-down, ends the runs of the old one at
-// their next step.
+// thread per radio at most: the timer's handler claims the run, the thread gives it back. A run belongs to a
+// generation, and a new generation, begun by the tear-down, ends the runs of the old one at their next step.
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -39,9 +38,11 @@ void release_run(uint32_t band)
     runs[band].store(0);
 }
 
+/** Whether the tear-down has begun since the run was claimed. */
 bool is_stopped(uint32_t band)
 {
-    return runs[band].load() != generation.load();
+    const uint32_t run = runs[band].load();
+    return run != 0 && run != generation.load();
 }
 
 bool is_any_running()
@@ -201,7 +202,7 @@ void start_thread(uint32_t band)
     if (!claim_run(band)) {
         uloop_timeout *timer = &scan_cfg(band)->firstTimer;
         timer->cb = start_waiting;
-        uloop_timeout_set(timer, scan_seconds(1));
+        uloop_timeout_set(timer, vesk_timer_ms(1));
         return;
     }
     pthread_t thread;
@@ -272,7 +273,6 @@ void *vesk_first_scanning(void *arg)
         VESK_LOG(ERROR, " bandIdx=[%d] is not in range!\n", band);
         return nullptr;
     }
-    claim_run(band); // the handler has done it already
     if (!is_stopped(band))
         run_first_scan(band);
     release_run(band);

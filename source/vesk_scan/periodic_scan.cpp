@@ -1,9 +1,6 @@
 // The periodic scan: a master timer opens a pass, a pass gives each radio one step, and a step either stands
 // back, for any of a dozen reasons, or triggers the next unvisited channel and has its result fetched a
 // second later.
-#include <climits>
-#include <ctime>
-
 #include "source/vesk_interface/vesk_interface.h"
 #include "source/vesk_scan/scan_private.h"
 
@@ -14,7 +11,7 @@ constexpr char stepOf[] = "vesk_scan_process";        // its steps log under its
 
 int pass_interval_ms()
 {
-    return scan_seconds(static_cast<uint32_t>(scan_cfg(0)->scanItv));
+    return vesk_timer_ms(scan_cfg(0)->scanItv);
 }
 
 bool vesk_is_allowed_scan(uint32_t band)
@@ -96,25 +93,13 @@ bool is_radio_free(uint32_t band)
     return radio->isAcsEnabled != 0;
 }
 
-ScanEntry next_unvisited(uint32_t band)
-{
-    const VeskScanCfg *cfg = scan_cfg(band);
-    ScanEntry next{ 0, 0, -1 };
-    scan_walk(vesk_get_scan_info(), cfg, [&](const ScanEntry &entry) {
-        VESK_LOG_AS(stepOf, DEBUG, " band=%d, vesk_get_scan_status=[%d], chIdx=%d\n", band,
-                    vesk_get_scan_status(), entry.chIdx);
-        if (scan_is_visited(cfg, entry.chIdx))
-            return true;
-        next = entry;
-        return false;
-    });
-    return next;
-}
-
 /** The channel isn't marked here: the result's handler does it. */
 void trigger_next(uint32_t band)
 {
-    const ScanEntry entry = next_unvisited(band);
+    const ScanEntry entry = scan_next_unvisited(scan_cfg(band), [band](const ScanEntry &seen) {
+        VESK_LOG_AS(stepOf, DEBUG, " band=%d, vesk_get_scan_status=[%d], chIdx=%d\n", band,
+                    vesk_get_scan_status(), seen.chIdx);
+    });
     if (entry.chIdx < 0)
         return;
     const VeskScanParam param = scan_param(band, entry.channel);
@@ -133,34 +118,6 @@ void trigger_next(uint32_t band)
         entry.channel, entry.chIdx, scan_cfg(band)->offChListNums, scan_visited_count(scan_cfg(band)));
 }
 } // namespace
-
-int scan_seconds(uint32_t seconds)
-{
-    constexpr uint32_t most = INT_MAX / 1000;
-    return static_cast<int>(seconds < most ? seconds : most) * 1000;
-}
-
-void scan_arm_timer(uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler, uint32_t itv,
-                    VeskLogSite caller)
-{
-    if (vesk_get_scan_info()->scanEnableCfg == 0) {
-        VESK_LOG_AS(caller, INFO, VESK_TEXT_TIMER_OFF);
-        return;
-    }
-    VESK_LOG_AS(caller, DEBUG, " scan ubus timer band=%d\n", band);
-    uloop_timeout_cancel(timer);
-    timer->cb = handler;
-    uloop_timeout_set(timer, scan_seconds(itv));
-}
-
-VeskScanParam scan_param(uint32_t band, uint32_t channel)
-{
-    VeskScanParam param = {};
-    param.channel = static_cast<uint8_t>(channel);
-    param.dwell = scan_cfg(band)->dwellMax;
-    vesk_get_base_vap(band, param.baseVap);
-    return param;
-}
 
 void vesk_start_scan_ubus_timer()
 {
@@ -182,7 +139,7 @@ void vesk_stop_scan_ubus_timer()
     VESK_LOG(INFO, " vesk_stop_scan_ubus_timer scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),
              offScan->scanEnableCfg);
     if (offScan->scanEnableCfg == 0) {
-        VESK_LOG(INFO, " Scan channel metric polling not enabled ----exit\n");
+        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
         return;
     }
     uloop_timeout_cancel(&offScan->scanTimer);

@@ -18,7 +18,7 @@ void vesk_start_check_all_ready_ubus_timer()
     }
     VESK_LOG(INFO, VESK_TEXT_READY_CHECKS_BEGIN);
     info->checkAllReadyTimer.cb = vesk_check_all_ready_ubus_handle;
-    uloop_timeout_set(&info->checkAllReadyTimer, scan_seconds(checkItv));
+    uloop_timeout_set(&info->checkAllReadyTimer, vesk_timer_ms(checkItv));
 }
 } // namespace
 
@@ -37,7 +37,7 @@ void vesk_check_all_ready_ubus_handle(uloop_timeout *timer)
         VESK_LOG(INFO, VESK_TEXT_NOT_READY, *checkCnt);
         ++*checkCnt;
         if (timer != nullptr)
-            uloop_timeout_set(timer, scan_seconds(checkItv));
+            uloop_timeout_set(timer, vesk_timer_ms(checkItv));
         return;
     }
     VESK_LOG(INFO, VESK_TEXT_READY, *checkCnt);

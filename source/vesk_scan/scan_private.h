@@ -21,8 +21,9 @@ struct VeskScanState {
 VeskScanState *vesk_get_scan_state();
 
 /** The lines about the two switches, under the name of the function they stand in. */
-#define VESK_LOG_SWITCHES()                                                                                  \
-    VESK_LOG(INFO, VESK_TEXT_SWITCHES, vesk_get_scan_status(), vesk_get_scan_info()->scanEnableCfg)
+#define VESK_LOG_SWITCHES() VESK_LOG_SWITCHES_AS(__func__)
+#define VESK_LOG_SWITCHES_AS(at)                                                                             \
+    VESK_LOG_AS(at, INFO, VESK_TEXT_SWITCHES, vesk_get_scan_status(), vesk_get_scan_info()->scanEnableCfg)
 #define VESK_LOG_SWITCHES_ITV(itv)                                                                           \
     VESK_LOG(INFO, VESK_TEXT_SWITCHES_ITV, vesk_get_scan_status(), vesk_get_scan_info()->scanEnableCfg, itv)
 #define VESK_LOG_SWITCHES_BAND(band, itv)                                                                    \
@@ -48,8 +49,6 @@ inline uint8_t scan_auto_enabled(int radio)
 }
 /** The first radio with auto-connect on, or -1. */
 int scan_auto_radio();
-/** Seconds as the milliseconds of a timer, held within its range. */
-int scan_seconds(uint32_t seconds);
 /** The chip that scans its whole list in one command and takes no periodic scans. */
 bool scan_is_whole_band_chip(const VeskRadioInfo *radio);
 
@@ -76,6 +75,21 @@ void scan_walk(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg, Visit visi
 inline bool scan_is_visited(const VeskScanCfg *cfg, int chIdx)
 {
     return flag_load(&cfg->chScanned[chIdx]) != 0;
+}
+/** The first entry that isn't visited yet, which a step triggers and whose result its handler fetches;
+ * look(entry) sees every entry up to it. */
+template <class Look>
+ScanEntry scan_next_unvisited(const VeskScanCfg *cfg, Look look)
+{
+    ScanEntry next{ 0, 0, -1 };
+    scan_walk(vesk_get_scan_info(), cfg, [&](const ScanEntry &entry) {
+        look(entry);
+        if (scan_is_visited(cfg, entry.chIdx))
+            return true;
+        next = entry;
+        return false;
+    });
+    return next;
 }
 inline int scan_visited_count(const VeskScanCfg *cfg)
 {
@@ -107,3 +121,45 @@ void scan_arm_timer(uint32_t band, uloop_timeout *timer, uloop_timeout_handler h
 bool scan_has_run(uint32_t band);
 /** Tells the first-scan threads to end and waits up to 600 ms. False if one is still inside the library. */
 bool scan_stop_threads();
+
+// --- the interface that carries a scan ---
+
+/** Its name into dst[16]; untouched if there is none. */
+void vesk_get_base_vap(uint32_t band, char *dst);
+
+// --- timers, their handlers and what these run ---
+
+void vesk_stop_first_scan_ubus_timer(uint32_t band);
+void vesk_scan_2G_first_ubus_handle(uloop_timeout *timer);
+void vesk_scan_5GA_first_ubus_handle(uloop_timeout *timer);
+/** Thread function; `arg` points to the radio's `band`. Always NULL. */
+void *vesk_first_scanning(void *arg);
+
+void vesk_start_scan_ubus_timer();
+void vesk_stop_scan_ubus_timer();
+void vesk_update_scan_ubus_handle(uloop_timeout *timer);
+void vesk_start_period_scan_ubus_timer(uint32_t band, uint32_t itv); // seconds
+void vesk_stop_period_scan_ubus_timer(uint32_t band);
+void vesk_scan_2G_period_ubus_handle(uloop_timeout *timer);
+void vesk_scan_5GA_period_ubus_handle(uloop_timeout *timer);
+/** One scan step of a radio. */
+void vesk_scan_process(uint32_t band);
+
+void vesk_start_scan_result_ubus_timer(uint32_t band, uint32_t itv); // seconds
+void vesk_stop_scan_result_ubus_timer(uint32_t band);
+void vesk_scan_2G_result_ubus_handle(uloop_timeout *timer);
+void vesk_scan_5GA_result_ubus_handle(uloop_timeout *timer);
+void vesk_smooth_channel_noise(VeskOffScanCfg *offScan, uint32_t band);
+/** Bias of a channel's noise sample, dB. */
+int vesk_get_noise_bias(int channel);
+
+void vesk_set_2G_channel_ubus_handle(uloop_timeout *timer);
+void vesk_set_5G_channel_ubus_handle(uloop_timeout *timer);
+/** Applies the pending request; the outcome is also left in setResult. */
+int vesk_set_channel_process(uint32_t band);
+
+void vesk_set_backhaul_credential_ubus_handle(uloop_timeout *timer);
+void vesk_bsta_auto_connect(uint32_t band, uint32_t);
+
+void vesk_check_all_ready_ubus_handle(uloop_timeout *timer);
+void vesk_stop_check_all_ready_ubus_timer();

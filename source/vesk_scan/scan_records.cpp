@@ -1,5 +1,5 @@
 // The scan record: lists and tables are built from the radio records at start and torn down at the end. Here
-// too are the run-time switch, the look-ups on the record and the bookkeeping of a cycle.
+// too are the run-time switch and the look-ups on the record.
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -253,59 +253,4 @@ VeskScanChannel *vesk_scan_channel_at(int chIdx)
     if (offScan->channels == nullptr || chIdx < 0 || chIdx >= offScan->channelNums)
         return nullptr;
     return offScan->channels[chIdx];
-}
-
-ScanName scan_radio_name(uint32_t band)
-{
-    ScanName name;
-    shared_get(name.text, scan_radio(band)->apIntf.radioIfname);
-    return name;
-}
-
-int scan_auto_radio()
-{
-    for (int radio = 0; radio < VESK_RADIOS; radio++) {
-        if (scan_auto_enabled(radio) != 0)
-            return radio;
-    }
-    return -1;
-}
-
-bool scan_is_whole_band_chip(const VeskRadioInfo *radio)
-{
-    return strncmp(radio->chipName, "MTK7612", sizeof radio->chipName) == 0;
-}
-
-void scan_mark_visited(VeskScanCfg *cfg, int chIdx)
-{
-    if (scan_is_visited(cfg, chIdx))
-        return;
-    flag_store(&cfg->chScanned[chIdx], 1);
-    flag_store(&cfg->alreadyScanCount, scan_visited_count(cfg) + 1);
-}
-
-void scan_clear_visited(VeskScanCfg *cfg)
-{
-    for (int i = 0; i < VESK_SCAN_CHANNELS; i++)
-        flag_store(&cfg->chScanned[i], 0);
-}
-
-// A list that is cut at channelList's end or names a channel twice never counts up to its length: what closes
-// its cycle is that no channel is left to visit.
-bool scan_is_cycle_complete(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg)
-{
-    if (scan_visited_count(cfg) >= cfg->offChListNums)
-        return true;
-    bool complete = true;
-    scan_walk(offScan, cfg,
-              [&](const ScanEntry &entry) { return complete = scan_is_visited(cfg, entry.chIdx); });
-    return complete;
-}
-
-void scan_close_cycle(VeskScanCfg *cfg)
-{
-    scan_clear_visited(cfg);
-    flag_store(&cfg->alreadyScanCount, 0);
-    flag_store(&cfg->cycScanSend, 0);
-    flag_store(&cfg->isScanEnd, 1);
 }

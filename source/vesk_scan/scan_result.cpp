@@ -29,61 +29,53 @@ double smooth(double smoothed, int sample, int noiseEval)
     return weight * sample + (1.0 - weight) * smoothed;
 }
 
-/** Fetches the neighbours of the channel that the step has triggered, and marks it. */
-ScanEntry take_channel(uint32_t band)
+/** Counts the channel that the step triggered as visited: nothing has changed the flags in between. */
+void visit_channel(uint32_t band, VeskLogSite caller)
 {
-    const VeskOffScanCfg *offScan = vesk_get_scan_info();
-    const VeskScanCfg *cfg = scan_cfg(band);
-    ScanEntry taken{ 0, 0, -1 };
-    scan_walk(offScan, cfg, [&](const ScanEntry &entry) {
-        if (scan_is_visited(cfg, entry.chIdx))
-            return true;
-        taken = entry;
-        return false;
-    });
-    if (taken.chIdx >= 0)
-        scan_fetch_neighbors(offScan, cfg, taken.channel);
-    return taken;
+    VeskScanCfg *cfg = scan_cfg(band);
+    const ScanEntry entry = scan_next_unvisited(cfg, [](const ScanEntry &) {});
+    if (entry.chIdx < 0)
+        return;
+    scan_fetch_neighbors(vesk_get_scan_info(), cfg, entry.channel);
+    if (band == 0)
+        VESK_LOG_AS(caller, INFO, VESK_TEXT_RESULT_2G, 0, cfg->radio, entry.channel, entry.chIdx,
+                    cfg->offChListNums, scan_visited_count(cfg));
+    else
+        VESK_LOG_AS(caller, INFO, VESK_TEXT_RESULT_5G, 1, entry.channel, entry.chIdx, cfg->offChListNums,
+                    scan_visited_count(cfg));
+    scan_mark_visited(cfg, entry.chIdx);
 }
 
-/** The part of a result that is the same for a channel within a cycle and for the last one. */
-void update_tables(uint32_t band)
+void end_cycle(uint32_t band, VeskLogSite caller)
+{
+    scan_close_cycle(scan_cfg(band));
+    if (band == 0) {
+        flag_store(&scan_cfg(band)->isFirstScan, 0);
+        VESK_LOG_AS(caller, INFO, " ==== reset scan list band=%d ====\n", 0);
+    } else {
+        VESK_LOG_AS(caller, INFO, " ====reset scan list band=%d ====\n", 1);
+    }
+}
+
+/** The radios differ in two lines, in isFirstScan, and in that radio 1 keeps the time. */
+void take_result(uint32_t band, VeskLogSite caller = VESK_CALLER)
 {
     VeskOffScanCfg *offScan = vesk_get_scan_info();
+    VESK_LOG_SWITCHES_AS(caller);
+    if (offScan->scanEnableCfg == 0 || vesk_get_scan_status() == 0) {
+        VESK_LOG_AS(caller, INFO, VESK_TEXT_TIMER_OFF);
+        return;
+    }
+    visit_channel(band, caller);
+    if (scan_is_cycle_complete(offScan, scan_cfg(band)))
+        end_cycle(band, caller);
     scan_fetch_results(offScan, scan_cfg(band));
     vesk_smooth_channel_noise(offScan, band);
     rilk_setEnableNoiseFloor(scan_cfg(band)->radio);
-}
-
-bool is_scanning()
-{
-    return vesk_get_scan_info()->scanEnableCfg != 0 && vesk_get_scan_status() != 0;
+    if (band != 0)
+        offScan->scanTime = static_cast<int32_t>(time(nullptr));
 }
 } // namespace
-
-void scan_fetch_results(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg)
-{
-    if (offScan->channels != nullptr)
-        rilk_getScanChannelResult(cfg->radio, offScan->channels);
-}
-
-void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg, uint32_t channel)
-{
-    if (offScan->neighbors != nullptr)
-        rilk_getScanNeighborApOneChannel(cfg->radio, static_cast<int32_t>(channel), offScan->neighbors);
-}
-
-void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx)
-{
-    const VeskScanChannel *entry = vesk_scan_channel_at(chIdx);
-    if (entry == nullptr || entry->ch != flag_load(&radio->curChannel))
-        return;
-    const VeskScanChannel record = *entry;
-    radio->curChannelInfo.channel = record.ch;
-    radio->curChannelInfo.ccaIdle = static_cast<int32_t>(100 - int64_t{ record.chnUtil });
-    radio->curChannelInfo.noise = record.noise;
-    radio->curChannelInfo.time = static_cast<int32_t>(time(nullptr));
-}
 
 void vesk_start_scan_result_ubus_timer(uint32_t band, uint32_t itv)
 {
@@ -104,46 +96,12 @@ void vesk_stop_scan_result_ubus_timer(uint32_t band)
 
 void vesk_scan_2G_result_ubus_handle(uloop_timeout *)
 {
-    VESK_LOG_SWITCHES();
-    if (!is_scanning()) {
-        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
-        return;
-    }
-    VeskScanCfg *cfg = scan_cfg(0);
-    const ScanEntry entry = take_channel(0);
-    if (entry.chIdx >= 0) {
-        VESK_LOG(INFO, VESK_TEXT_RESULT_2G, 0, cfg->radio, entry.channel, entry.chIdx, cfg->offChListNums,
-                 scan_visited_count(cfg));
-        scan_mark_visited(cfg, entry.chIdx);
-    }
-    if (scan_is_cycle_complete(vesk_get_scan_info(), cfg)) {
-        scan_close_cycle(cfg);
-        flag_store(&cfg->isFirstScan, 0);
-        VESK_LOG(INFO, " ==== reset scan list band=%d ====\n", 0);
-    }
-    update_tables(0);
+    take_result(0);
 }
 
 void vesk_scan_5GA_result_ubus_handle(uloop_timeout *)
 {
-    VESK_LOG_SWITCHES();
-    if (!is_scanning()) {
-        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
-        return;
-    }
-    VeskScanCfg *cfg = scan_cfg(1);
-    const ScanEntry entry = take_channel(1);
-    if (entry.chIdx >= 0) {
-        VESK_LOG(INFO, VESK_TEXT_RESULT_5G, 1, entry.channel, entry.chIdx, cfg->offChListNums,
-                 scan_visited_count(cfg));
-        scan_mark_visited(cfg, entry.chIdx);
-    }
-    if (scan_is_cycle_complete(vesk_get_scan_info(), cfg)) {
-        scan_close_cycle(cfg);
-        VESK_LOG(INFO, " ====reset scan list band=%d ====\n", 1);
-    }
-    update_tables(1);
-    vesk_get_scan_info()->scanTime = static_cast<int32_t>(time(nullptr));
+    take_result(1);
 }
 
 void vesk_smooth_channel_noise(VeskOffScanCfg *offScan, uint32_t band)

@@ -66,7 +66,7 @@ void vesk_start_set_channel_timer(uint32_t band)
     VESK_LOG_SWITCHES_BAND(band, deferral);
     uloop_timeout *timer = &scan_radio(band)->setChannelTimer;
     timer->cb = band == 0 ? vesk_set_2G_channel_ubus_handle : vesk_set_5G_channel_ubus_handle;
-    uloop_timeout_set(timer, scan_seconds(deferral));
+    uloop_timeout_set(timer, vesk_timer_ms(deferral));
 }
 
 void vesk_stop_set_channel_timer(uint32_t band)

@@ -10,8 +10,8 @@ namespace
 {
 
 constexpr int VESK_STA_CAPS = 64;
-constexpr uint8_t is_11v = 0x80; // in byte 0
-constexpr uint8_t is_11k = 0x01; // in byte 1
+constexpr uint8_t mask_11v = 0x80; // in byte 0
+constexpr uint8_t mask_11k = 0x01; // in byte 1
 
 struct VeskStaCap {
     uint8_t mac[6]; // all zero: a free slot
@@ -59,8 +59,8 @@ void vesk_set_sta_cap(const uint8_t *mac, const uint8_t *capBytes)
         if (!mac_is_zero(slot.mac) && !holds(slot, mac))
             continue;
         memcpy(slot.mac, mac, sizeof slot.mac);
-        copy_bits(&slot.cap[0], capBytes[0], is_11v);
-        copy_bits(&slot.cap[1], capBytes[1], is_11k);
+        copy_bits(&slot.cap[0], capBytes[0], mask_11v);
+        copy_bits(&slot.cap[1], capBytes[1], mask_11k);
         return;
     }
 }

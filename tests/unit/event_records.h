@@ -3,7 +3,7 @@
 
 #include <tuple>
 
-#include "source/vesk_drelm/vesk_drelm.h"
+#include "source/vesk_drelm/drelm_private.h"
 #include "source/vesk_station/vesk_station.h"
 #include "tests/unit/common.h"
 
