@@ -1,0 +1,36 @@
+// Channels, frequencies and widths: tables, and what they answer. The daemon knows channel numbers of the 2.4
+// and the 5 GHz band only; 6 GHz uses the same numbers once more, so its frequencies have none here.
+#pragma once
+
+#include <cstdint>
+
+#include <linux/nl80211.h>
+
+namespace radio
+{
+
+inline constexpr int band24 = 0; // also the radio's index
+inline constexpr int band5 = 1;
+
+/** Band of a frequency in MHz, or -1. */
+int band_of_frequency(uint32_t frequency);
+
+/** 0 where there is none. 14 is Japan's channel at 2484 MHz. */
+int channel_of_frequency(uint32_t frequency);
+uint32_t frequency_of_channel(int band, int channel);
+
+/** Whether the daemon is told of a channel: 1 to 13, 36 to 64, 100 to 144, 149 to 165. */
+bool is_listed_channel(int band, int channel);
+
+/** Bandwidth in the daemon's terms. */
+struct Width {
+    int nl80211;      // NL80211_CHAN_WIDTH_...
+    int index;        // 0: 20 MHz, 1: 40, 2: 80, 3: 160, 4: 80+80, 5: none of these
+    const char *bond; // "20MHz"
+    uint16_t mhz;
+};
+
+/** Any width: what isn't in the table has index 5 and an empty text. */
+const Width &width_of(int nl80211);
+
+} // namespace radio

@@ -1,0 +1,180 @@
+#include "platform/nl80211/ctrl.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "platform/nl80211/clock.h"
+#include "platform/nl80211/config.h"
+#include "platform/nl80211/log.h"
+#include "platform/nl80211/places.h"
+
+namespace radio
+{
+
+namespace
+{
+
+constexpr size_t commandSize = 2048;
+
+/** Who left a command without a reply, and until when it is let alone. */
+struct Silent {
+    char path[sizeof(sockaddr_un::sun_path)];
+    int64_t until;
+};
+
+constexpr size_t silentPeers = 8;
+pthread_mutex_t silentLock = PTHREAD_MUTEX_INITIALIZER;
+Silent silent[silentPeers];
+size_t silentNext;
+
+bool is_silent(const char *path)
+{
+    const int64_t now = clock_ms();
+    bool found = false;
+    pthread_mutex_lock(&silentLock);
+    for (const Silent &peer : silent)
+        found |= peer.until > now && strcmp(peer.path, path) == 0;
+    pthread_mutex_unlock(&silentLock);
+    return found;
+}
+
+void note_silent(const char *path)
+{
+    pthread_mutex_lock(&silentLock);
+    Silent &peer = silent[silentNext++ % silentPeers];
+    snprintf(peer.path, sizeof peer.path, "%s", path);
+    peer.until = clock_ms() + ctrlRest;
+    pthread_mutex_unlock(&silentLock);
+    log_line(levelNotice, "%s: no reply within %d ms", path, ctrlPatience);
+}
+
+/** A datagram socket towards `path`, with an address in the abstract namespace that the kernel chooses. */
+int open_towards(const char *path)
+{
+    sockaddr_un peer = {};
+    peer.sun_family = AF_UNIX;
+    if (strlen(path) >= sizeof peer.sun_path) {
+        log_line(levelError, "%s: path of a control socket is too long", path);
+        return -1;
+    }
+    memcpy(peer.sun_path, path, strlen(path));
+    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0)
+        return -1;
+    const sockaddr_un own = { .sun_family = AF_UNIX, .sun_path = {} };
+    if (bind(fd, reinterpret_cast<const sockaddr *>(&own), sizeof own.sun_family) == 0 &&
+        connect(fd, reinterpret_cast<const sockaddr *>(&peer), sizeof peer) == 0)
+        return fd;
+    close(fd);
+    return -1;
+}
+
+bool wait_for(int fd, short event, int64_t end)
+{
+    const int64_t left = end - clock_ms();
+    pollfd wanted = { fd, event, 0 };
+    return poll(&wanted, 1, left > 0 ? static_cast<int>(left) : 0) == 1;
+}
+
+/** The next datagram that isn't an event, which begins with its level in angle brackets. Length, or -1. */
+ssize_t receive(int fd, char *reply, size_t size, int64_t end)
+{
+    while (wait_for(fd, POLLIN, end)) {
+        const ssize_t length = recv(fd, reply, size - 1, 0);
+        if (length < 0)
+            return -1;
+        if (length == 0 || reply[0] != '<')
+            return length;
+    }
+    return -1;
+}
+
+const char *const usualFolders[][2] = {
+    { "/run/hostapd", "/var/run/hostapd" },
+    { "/run/wpa_supplicant", "/var/run/wpa_supplicant" },
+};
+
+} // namespace
+
+int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size)
+{
+    if (is_silent(socketPath))
+        return -1;
+    const int fd = open_towards(socketPath);
+    if (fd < 0)
+        return -1;
+    const int64_t end = clock_ms() + ctrlPatience;
+    ssize_t length = -1;
+    if (wait_for(fd, POLLOUT, end) &&
+        send(fd, command, strlen(command), MSG_NOSIGNAL) == static_cast<ssize_t>(strlen(command)))
+        length = receive(fd, reply, size, end);
+    close(fd);
+    if (length < 0) {
+        note_silent(socketPath);
+        return -1;
+    }
+    reply[length] = '\0';
+    return 0;
+}
+
+bool ctrl_value(const char *reply, const char *name, char *value, size_t size)
+{
+    const size_t length = strlen(name);
+    for (const char *line = reply; line; line = strchr(line, '\n')) {
+        if (*line == '\n')
+            line++;
+        if (strncmp(line, name, length) != 0 || line[length] != '=')
+            continue;
+        const char *text = line + length + 1;
+        snprintf(value, size, "%.*s", static_cast<int>(strcspn(text, "\n")), text);
+        return true;
+    }
+    return false;
+}
+
+bool ctrl_path(CtrlPeer peer, const char *ifName, char *path, size_t size)
+{
+    if (!is_name(ifName))
+        return false;
+    const Config &config = config_get();
+    const char *chosen = peer == CtrlPeer::accessPoint ? config.hostapdDir : config.wpaDir;
+    if (chosen[0] != '\0')
+        return place(path, size, "%s/%s", chosen, ifName);
+    for (const char *folder : usualFolders[peer == CtrlPeer::station]) {
+        if (place(path, size, "%s/%s", folder, ifName) && access(path, F_OK) == 0)
+            return true;
+    }
+    return false;
+}
+
+int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size)
+{
+    char path[256];
+    if (!ctrl_path(peer, ifName, path, sizeof path))
+        return -1;
+    return ctrl_ask(path, command, reply, size);
+}
+
+int ctrl_tell(CtrlPeer peer, const char *ifName, const char *format, ...)
+{
+    char command[commandSize];
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = vsnprintf(command, sizeof command, format, arguments);
+    va_end(arguments);
+    char reply[64];
+    if (length < 0 || static_cast<size_t>(length) >= sizeof command ||
+        ctrl_ask_interface(peer, ifName, command, reply, sizeof reply) != 0)
+        return -1;
+    return strncmp(reply, "OK", 2) == 0 ? 0 : -1;
+}
+
+} // namespace radio

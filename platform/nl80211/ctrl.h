@@ -1,0 +1,43 @@
+// The control sockets of hostapd, one per BSS, and of wpa_supplicant, one per station interface: a command
+// goes out as a datagram, the reply comes back as one. Nothing is kept open between two commands, so a daemon
+// that restarts isn't noticed here.
+#pragma once
+
+#include <cstddef>
+
+namespace radio
+{
+
+/** A whole STATUS, STA or GET_CONFIG fits; hostapd itself cuts at 4096. */
+inline constexpr size_t ctrlReplySize = 4097;
+inline constexpr int ctrlPatience = 50; // ms for a command and its reply
+/** A daemon that left a command without a reply isn't asked again for this long, so that it can't hold up a
+ * poll. */
+inline constexpr int ctrlRest = 1000; // ms
+
+/** 0: `reply` (of `size` bytes) holds the text, terminated. -1: no socket, no room for its path, or no reply.
+ */
+int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size);
+
+/** The value behind "NAME=" at the beginning of a line, up to the line's end. False if there is none. */
+bool ctrl_value(const char *reply, const char *name, char *value, size_t size);
+
+template <size_t N>
+bool ctrl_value(const char *reply, const char *name, char (&value)[N])
+{
+    return ctrl_value(reply, name, value, N);
+}
+
+enum class CtrlPeer { accessPoint, station };
+
+/** Path of an interface's socket: the configured folder, or where the daemons usually have it. */
+bool ctrl_path(CtrlPeer peer, const char *ifName, char *path, size_t size);
+
+/** A command to an interface's daemon. 0, or -1. */
+int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size);
+
+/** A command whose reply has to be "OK". 0, or -1. */
+int ctrl_tell(CtrlPeer peer, const char *ifName, const char *format, ...)
+    __attribute__((format(printf, 3, 4)));
+
+} // namespace radio

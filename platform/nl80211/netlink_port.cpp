@@ -1,0 +1,35 @@
+#include "platform/nl80211/netlink_port.h"
+
+#include <cerrno>
+
+#include <netlink/genl/genl.h>
+#include <poll.h>
+
+namespace radio
+{
+
+namespace
+{
+
+// A kernel message holds at most 16 KiB; a wiphy in pieces and the events of a busy scan fit several times.
+constexpr int socketBuffer = 256 * 1024;
+
+} // namespace
+
+int netlink_port_connect(nl_sock *socket)
+{
+    const int status = genl_connect(socket);
+    if (status < 0)
+        return status;
+    nl_socket_set_buffer_size(socket, socketBuffer, 0);
+    return nl_socket_set_nonblocking(socket);
+}
+
+int netlink_port_wait(nl_sock *socket, int ms)
+{
+    pollfd wanted = { nl_socket_get_fd(socket), POLLIN, 0 };
+    const int ready = poll(&wanted, 1, ms);
+    return ready < 0 ? -errno : ready;
+}
+
+} // namespace radio

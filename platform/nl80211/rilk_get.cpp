@@ -1,0 +1,453 @@
+// librilk.so, what only reads the device: radios, VAPs, statistics, stations.
+#include "platform/nl80211/rilk.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <iterator>
+
+#include "platform/nl80211/channels.h"
+#include "platform/nl80211/clock.h"
+#include "platform/nl80211/ctrl.h"
+#include "platform/nl80211/log.h"
+#include "platform/nl80211/places.h"
+#include "platform/nl80211/station.h"
+#include "platform/nl80211/wiphy.h"
+
+using namespace radio;
+
+namespace
+{
+
+// The bus shows a name with ".v0" behind it in a field of 16 bytes, and cuts an inner one at its first point.
+constexpr size_t longestName = 11;
+
+constexpr int64_t sampleInterval = 1000; // ms; the shortest time that a load is counted over
+
+bool is_usable_name(const char *name)
+{
+    if (strlen(name) <= longestName && !strchr(name, '.'))
+        return true;
+    log_once(levelError, "%s: left out, a name has at most %zu characters and no point", name, longestName);
+    return false;
+}
+
+/** Position of a name in the product file's order; behind all of them if it isn't there. */
+size_t rank_of(const char *name, const char (*order)[16], size_t count)
+{
+    size_t rank = 0;
+    while (rank < count && strcmp(order[rank], name) != 0)
+        rank++;
+    return rank;
+}
+
+/** The radio's access points as the product file orders them, then as they were made. */
+void list_vaps(const Radio &radio, const List<Iface> &interfaces, VeskApIntfInfo &info)
+{
+    char order[32][16];
+    const size_t ordered = config_product_order(order, std::size(order));
+    int32_t count = 0;
+    for (size_t rank = 0; rank <= ordered; rank++) {
+        for (const Iface &iface : interfaces) {
+            if (iface.wiphy != radio.wiphy || !iface_is_ap(iface) || !is_usable_name(iface.name) ||
+                rank_of(iface.name, order, ordered) != rank)
+                continue;
+            if (count < VESK_WIRE_VAPS)
+                put_text(info.vapIfname[count++], iface.name);
+            else
+                log_once(levelNotice, "%s: left out, %s has more than %d access points", iface.name,
+                         radio.name, VESK_WIRE_VAPS);
+        }
+    }
+    info.vapNums = count;
+}
+
+bool is_on_air(const Iface &iface)
+{
+    return iface_is_ap(iface) && iface.frequency != 0 && interface_is_up(iface.name);
+}
+
+/** Whether one of hostapd's rates, in units of 500 kbit/s and hexadecimal, is of 802.11b (or is not). */
+bool has_rate(const char *rates, bool of11b)
+{
+    char *end;
+    for (const char *at = rates;; at = end) {
+        const unsigned long rate = strtoul(at, &end, 16) & 0x7f;
+        if (end == at)
+            return false;
+        const bool isOf11b = rate == 2 || rate == 4 || rate == 11 || rate == 22;
+        if (isOf11b == of11b)
+            return true;
+    }
+}
+
+/** "b,g,n,ax" from a STATUS of hostapd. */
+void list_modes(const char *status, int band, char *to, size_t size)
+{
+    char rates[128] = "";
+    char flag[4];
+    ctrl_value(status, "supported_rates", rates);
+    const auto has = [&](const char *name) { return ctrl_value(status, name, flag) && flag[0] == '1'; };
+    const struct {
+        bool present;
+        const char *name;
+    } modes[] = {
+        { band == band24 && has_rate(rates, true), "b" },
+        { band == band24 && has_rate(rates, false), "g" },
+        { band == band5 && has_rate(rates, false), "a" },
+        { has("ieee80211n"), "n" },
+        { band == band5 && has("ieee80211ac"), "ac" },
+        { has("ieee80211ax"), "ax" },
+        { has("ieee80211be"), "be" },
+    };
+    to[0] = '\0';
+    for (const auto &[present, name] : modes) {
+        const size_t length = strlen(to);
+        if (present)
+            snprintf(to + length, size - length, "%s%s", length > 0 ? "," : "", name);
+    }
+}
+
+/** The sample becomes the next one's beginning, at most once a second; the load is the last that was counted.
+ */
+Load count_load(Memory &memory, const Survey &survey, int64_t now)
+{
+    const bool follows = memory.hasSample && memory.sample.frequency == survey.frequency;
+    if (follows && now - memory.sampled < sampleInterval)
+        return memory.load;
+    memory.load = follows ? survey_load(memory.sample, survey) : Load{};
+    memory.hasSample = true;
+    memory.sample = survey;
+    memory.sampled = now;
+    return memory.load;
+}
+
+/** What is known of the load, and how the record tells what isn't; `value4` says which figures are real. */
+void put_load(const Load &load, const Survey &survey, VeskCurChannelInfo &info)
+{
+    enum { knowsBusy = 1, knowsOwn = 2, knowsNoise = 4 };
+    info.ccaTxUtil = load.busyKnown ? static_cast<uint32_t>(load.busy) : 0;
+    info.ccaIdle = load.busyKnown ? 100 - load.busy : -1;
+    info.ccaInbss = load.ownKnown ? static_cast<uint32_t>(load.own) : 0;
+    info.noise = survey.hasNoise ? survey.noise : 0;
+    info.value4 = (load.busyKnown ? knowsBusy : 0) | (load.ownKnown ? knowsOwn : 0) |
+                  (survey.hasNoise ? knowsNoise : 0);
+    info.counter1 = survey.time;
+    const uint64_t counters[4] = { survey.busy, survey.extBusy, survey.rx, survey.tx };
+    memcpy(info.counters2, counters, sizeof counters);
+}
+
+/** The radio's operating channel in the driver's survey; all zero if the driver doesn't mark it. */
+Survey operating_survey(const Iface &iface)
+{
+    LocalList<Survey> surveys;
+    survey_list(iface.index, surveys);
+    for (const Survey &survey : surveys) {
+        if (survey.inUse)
+            return survey;
+    }
+    return {};
+}
+
+int fill_channel_info(const Radio &radio, VeskCurChannelInfo &info)
+{
+    Iface iface;
+    if (iface_first_ap(radio.wiphy, iface) != 0 || iface.frequency == 0)
+        return -1;
+    const Survey survey = operating_survey(iface);
+    Load load = {};
+    if (survey.frequency != 0) {
+        device_remember(radio, [&](Memory &memory) { load = count_load(memory, survey, clock_ms()); });
+    }
+    info.channel = channel_of_frequency(iface.frequency);
+    info.time = static_cast<int32_t>(time(nullptr));
+    put_load(load, survey, info);
+    return 0;
+}
+
+constexpr const char *counterFiles[] = {
+    "rx_packets", "tx_packets", "rx_bytes",   "tx_bytes",   nullptr,
+    "rx_errors",  "tx_errors",  "rx_dropped", "tx_dropped", "multicast",
+};
+constexpr size_t retriesAt = 10;
+constexpr size_t failedAt = 11;
+
+/** Adds an interface's counters and those of its stations. */
+void add_counters(const Iface &iface, uint64_t (&counters)[16])
+{
+    for (size_t i = 0; i < std::size(counterFiles); i++)
+        counters[i] += counterFiles[i] ? interface_counter(iface.name, counterFiles[i]) : 0;
+}
+
+void add_stations(const Iface &iface, uint64_t (&counters)[16], uint16_t &number)
+{
+    LocalList<Station> stations;
+    station_list(iface.index, stations);
+    for (const Station &station : stations) {
+        counters[retriesAt] += station.txRetries;
+        counters[failedAt] += station.txFailed;
+        number = static_cast<uint16_t>(number + station.authorised);
+    }
+}
+
+bool carries_frames(const Iface &iface)
+{
+    return iface_is_ap(iface) || iface.type == NL80211_IFTYPE_AP_VLAN || iface.type == NL80211_IFTYPE_STATION;
+}
+
+int fill_radio_stats(const Radio &radio, VeskIntfStats &stats)
+{
+    LocalList<Iface> interfaces;
+    if (iface_list(interfaces) != 0)
+        return -1;
+    uint64_t counters[16] = {};
+    uint16_t number = 0;
+    for (const Iface &iface : interfaces) {
+        if (iface.wiphy != radio.wiphy || !carries_frames(iface))
+            continue;
+        add_counters(iface, counters);
+        uint16_t peers = 0;
+        add_stations(iface, counters, peers);
+        if (iface.type != NL80211_IFTYPE_STATION)
+            number = static_cast<uint16_t>(number + peers);
+    }
+    memcpy(stats.counters, counters, sizeof counters);
+    stats.value1 = number;
+    return 0;
+}
+
+void put_station(const Station &station, const char *ifName, VeskStaEntry &entry)
+{
+    memcpy(entry.mac, station.mac, sizeof entry.mac);
+    put_text(entry.vapIntf, ifName);
+    entry.rssi = station.signal;
+    entry.value2 = station.average;
+    entry.tx = static_cast<int32_t>(station.tx / 10);
+    entry.rx = static_cast<int32_t>(station.rx / 10);
+    entry.time = station.connected;
+    entry.value1 = static_cast<int32_t>(station.throughput / 1000);
+    entry.value3 = static_cast<int32_t>(station.inactive);
+    entry.is11k = station.is11k;
+    entry.is11v = station.is11v;
+    put_text(entry.text2, station.mode);
+    const uint64_t counters[16] = {
+        station.rxPackets,
+        station.txPackets,
+        station.rxBytes,
+        station.txBytes,
+        0,
+        0,
+        0,
+        station.rxDropped,
+        0,
+        0,
+        station.txRetries,
+        station.txFailed,
+    };
+    memcpy(entry.stats.counters, counters, sizeof counters);
+}
+
+} // namespace
+
+int rilk_initDriver(void)
+{
+    return device_open();
+}
+
+int rilk_update_debuglevel(int32_t level)
+{
+    if (level < 0 || level > levelDebug)
+        return -1;
+    log_set_level(level);
+    return 0;
+}
+
+int rilk_getRadioApInterfaceInfo(int32_t radioIdx, VeskApIntfInfo *info)
+{
+    Radio radio;
+    LocalList<Iface> interfaces;
+    if (!info || !device_radio(radioIdx, radio) || iface_list(interfaces) != 0)
+        return -1;
+    VeskApIntfInfo value{};
+    put_text(value.radioIfname, radio.name);
+    list_vaps(radio, interfaces, value);
+    *info = value;
+    return 0;
+}
+
+int rilk_getRadioChipName(const char *radioIfname, int32_t size, char *chipName)
+{
+    Radio radio;
+    char path[256];
+    char driver[64];
+    if (!chipName || size <= 0 || !device_find(radioIfname, radio))
+        return -1;
+    const char *chosen = config_get().radios[radio.index].chip;
+    if (chosen[0] == '\0')
+        chosen = place(path, "/sys/class/ieee80211/%s/device/driver", radio.name) &&
+                         read_link_name(path, driver, sizeof driver)
+                     ? driver
+                     : "nl80211";
+    snprintf(chipName, static_cast<size_t>(size), "%s", chosen);
+    return 0;
+}
+
+int rilk_getRadioStatus(const char *radioIfname, uint8_t *status)
+{
+    return radio_get(radioIfname, status, [](const Radio &radio, uint8_t &value) {
+        LocalList<Iface> interfaces;
+        if (iface_list(interfaces) != 0)
+            return -1;
+        for (const Iface &iface : interfaces)
+            value |= iface.wiphy == radio.wiphy && is_on_air(iface);
+        return 0;
+    });
+}
+
+int rilk_getRadioDynParamters(const char *radioIfname, RilkRadioDynParams *params)
+{
+    return radio_get(radioIfname, params, [](const Radio &radio, RilkRadioDynParams &value) {
+        Iface iface;
+        char status[ctrlReplySize];
+        if (iface_first_ap(radio.wiphy, iface) != 0 || iface.frequency == 0)
+            return -1;
+        const Width &width = width_of(iface.width);
+        value.bw = width.index;
+        put_text(value.bond, width.bond);
+        if (ctrl_ask_interface(CtrlPeer::accessPoint, iface.name, "STATUS", status, sizeof status) == 0)
+            list_modes(status, radio.index, value.operatingStandards, sizeof value.operatingStandards);
+        return 0;
+    });
+}
+
+int rilk_getRadioCurChannel(const char *radioIfname, int32_t *channel)
+{
+    return radio_get(radioIfname, channel, [](const Radio &radio, int32_t &value) {
+        Iface iface;
+        if (iface_first_ap(radio.wiphy, iface) != 0 || iface.frequency == 0)
+            return -1;
+        value = channel_of_frequency(iface.frequency);
+        return 0;
+    });
+}
+
+int rilk_getRadioTxpower(const char *radioIfname, float *power)
+{
+    return radio_get(radioIfname, power, [](const Radio &radio, float &value) {
+        Iface iface = {};
+        iface_first_ap(radio.wiphy, iface);
+        bool isKnown = false;
+        device_remember(radio, [&](Memory &memory) {
+            if (iface.power != 0 || iface.frequency != 0) {
+                memory.hasPower = true;
+                memory.power = static_cast<float>(iface.power) / 100.0F;
+            }
+            isKnown = memory.hasPower;
+            value = memory.power;
+        });
+        return isKnown ? 0 : -1;
+    });
+}
+
+int rilk_getCurChannelInfo(const char *radioIfname, VeskCurChannelInfo *info)
+{
+    return radio_get(radioIfname, info, fill_channel_info);
+}
+
+int rilk_getVapBssid(const char *ifName, uint8_t *bssid)
+{
+    Iface iface;
+    if (!bssid || iface_read(ifName, iface) != 0)
+        return -1;
+    memcpy(bssid, iface.mac, sizeof iface.mac);
+    return 0;
+}
+
+int rilk_getVapSsid(const char *ifName, int32_t size, char *ssid)
+{
+    Iface iface;
+    if (!ssid || size <= 0 || iface_read(ifName, iface) != 0)
+        return -1;
+    snprintf(ssid, static_cast<size_t>(size), "%s", iface.ssid);
+    return 0;
+}
+
+int rilk_getVapStatus(const char *ifName, uint8_t *status)
+{
+    Iface iface;
+    if (!status || iface_read(ifName, iface) != 0)
+        return -1;
+    *status = interface_is_up(ifName) && (!iface_is_ap(iface) || iface.frequency != 0);
+    return 0;
+}
+
+int rilk_getRadioIfStat(const char *radioIfname, VeskIntfStats *stats)
+{
+    return radio_get(radioIfname, stats, fill_radio_stats);
+}
+
+int rilk_getVapIfStat(const char *ifName, VeskIntfStats *stats)
+{
+    LocalList<Iface> interfaces;
+    Iface vap;
+    if (!stats || iface_read(ifName, vap) != 0 || iface_list(interfaces) != 0)
+        return -1;
+    uint64_t counters[16] = {};
+    uint16_t number = 0;
+    add_counters(vap, counters);
+    for (const Iface &iface : interfaces) {
+        if (iface_belongs_to(iface, vap))
+            add_stations(iface, counters, number);
+    }
+    VeskIntfStats value{};
+    memcpy(value.counters, counters, sizeof counters);
+    value.value1 = number;
+    *stats = value;
+    return 0;
+}
+
+int rilk_getVapAssocStationNumber(const char *ifName, int32_t *number)
+{
+    return number ? station_take(ifName, *number) : -1;
+}
+
+int rilk_getVapAssocStationMac(const char *ifName, int32_t position, uint8_t *mac)
+{
+    Station station;
+    if (!ifName || !mac || position < 1 || !station_at(ifName, position - 1, station))
+        return -1;
+    memcpy(mac, station.mac, sizeof station.mac);
+    return 0;
+}
+
+int rilk_getVapAssocStationInfo(const char *ifName, const uint8_t *mac, VeskStaEntry *entry)
+{
+    Station station;
+    if (!ifName || !mac || !entry || !station_of(ifName, mac, station))
+        return -1;
+    VeskStaEntry value{};
+    put_station(station, ifName, value);
+    *entry = value;
+    return 0;
+}
+
+int rilk_getAssocReqFrame(const char *, const uint8_t *, uint32_t *, uint8_t *)
+{
+    return -1; // mac80211 keeps no copy; the event of the join brings the frame
+}
+
+int rilk_getChannelNolList(const char *radioIfname, RilkNolList *list)
+{
+    return radio_get(radioIfname, list, [](const Radio &radio, RilkNolList &value) {
+        Wiphy wiphy;
+        if (wiphy_read(radio.wiphy, wiphy) != 0)
+            return -1;
+        for (size_t i = 0; i < wiphy.count && value.count < VESK_WIRE_NOL_CHANNELS; i++) {
+            const Channel &channel = wiphy.channels[i];
+            if (channel.band == radio.index && channel.unavailable)
+                value.channels[value.count++] = channel.number;
+        }
+        return 0;
+    });
+}

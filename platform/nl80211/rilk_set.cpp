@@ -1,0 +1,134 @@
+// librilk.so, what changes the device: hostapd's settings, stations, scans.
+#include "platform/nl80211/rilk.h"
+
+#include <cstdio>
+
+#include "platform/nl80211/ctrl.h"
+#include "platform/nl80211/log.h"
+
+using namespace radio;
+
+namespace
+{
+
+/** An operation that this library doesn't have yet. */
+int unsupported(const char *function)
+{
+    log_once(levelError, "%s isn't supported by this library yet", function);
+    return -1;
+}
+
+} // namespace
+
+int rilk_setRRMEnable(const char *ifName, int32_t enable)
+{
+    const int on = enable != 0;
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "SET rrm_neighbor_report %d", on) == 0 &&
+                   ctrl_tell(CtrlPeer::accessPoint, ifName, "SET rrm_beacon_report %d", on) == 0 &&
+                   ctrl_tell(CtrlPeer::accessPoint, ifName, "UPDATE_BEACON") == 0
+               ? 0
+               : -1;
+}
+
+int rilk_setWNMEnable(const char *ifName, int32_t enable)
+{
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "SET bss_transition %d", enable != 0) == 0 &&
+                   ctrl_tell(CtrlPeer::accessPoint, ifName, "UPDATE_BEACON") == 0
+               ? 0
+               : -1;
+}
+
+int rilk_disConnectSta(const char *ifName, const char *mac)
+{
+    return mac ? ctrl_tell(CtrlPeer::accessPoint, ifName, "DISASSOCIATE %s", mac) : -1;
+}
+
+int rilk_setVapAclMac(const char *ifName, const RilkAclMac *acl)
+{
+    if (!acl || acl->operation > 1)
+        return -1;
+    const uint8_t *mac = acl->mac;
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "DENY_ACL %s %02x:%02x:%02x:%02x:%02x:%02x",
+                     acl->operation == 0 ? "ADD_MAC" : "DEL_MAC", mac[0], mac[1], mac[2], mac[3], mac[4],
+                     mac[5]);
+}
+
+int rilk_initScanChannelList(const uint32_t *, int32_t)
+{
+    return unsupported(__func__);
+}
+
+int rilk_setMinMaxDwellTime(const char *, int32_t, int32_t)
+{
+    return unsupported(__func__);
+}
+
+int rilk_triggerScan(const char *, const VeskScanParam *)
+{
+    return unsupported(__func__);
+}
+
+int rilk_setEnableNoiseFloor(const char *)
+{
+    return 0; // the driver's survey always has it
+}
+
+int rilk_getScanChannelResult(const char *, VeskScanChannel **)
+{
+    return unsupported(__func__);
+}
+
+int rilk_getScanNeighborApOneChannel(const char *, int32_t, VeskScanNeighbor **)
+{
+    return unsupported(__func__);
+}
+
+int rilk_setRadioCurChannel(const char *, int32_t)
+{
+    return unsupported(__func__);
+}
+
+int rilk_setRadioChanSpec(const char *, int32_t, int32_t)
+{
+    return unsupported(__func__);
+}
+
+int rilk_setBstaAutoConnect(const VeskBstaAuto *)
+{
+    return unsupported(__func__);
+}
+
+int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *)
+{
+    return unsupported(__func__);
+}
+
+int rilk_sendBeaconReq(const char *, const RilkBeaconReq *)
+{
+    return unsupported(__func__);
+}
+
+int rilk_sendBTMReq(const char *, const RilkBtmReq *)
+{
+    return unsupported(__func__);
+}
+
+int rilk_addVendorIE(const char *, uint32_t, const uint8_t *, uint32_t)
+{
+    return unsupported(__func__);
+}
+
+int rilk_delVendorIE(const char *, uint32_t, const uint8_t *, uint32_t)
+{
+    return unsupported(__func__);
+}
+
+int rilk_cleanHwFwdRule(const char *)
+{
+    return unsupported(__func__);
+}
+
+int rilk_set8021dotqCfg(const char *, const VeskDot1qCfg *)
+{
+    return unsupported(__func__);
+}
