@@ -123,6 +123,11 @@ struct SimDevice {
 
 /** Names the description and the log; the device begins anew. For tests. */
 void sim_use_files(const char *description, const char *log);
+/**
+ * Moves the device's clock by `ms`. From the first call on it stands still between the calls, and a function's delay
+ * lasts until it has been moved far enough. The number of callers that sit in a delay now. For tests.
+ */
+int sim_advance(int64_t ms);
 
 /** Brings the device up to date with the description, waits out the function's delay, locks the device. */
 SimFault sim_enter(const char *function);
@@ -137,6 +142,8 @@ void sim_log_note(const char *note);
 std::string sim_format(const char *format, ...) __attribute__((format(printf, 1, 2)));
 std::string sim_hex(const uint8_t *bytes, size_t count);
 int64_t sim_monotonic_ms();
+/** Sleeps, by the device's clock. */
+void sim_sleep(int ms);
 /** Evenly spread and the same for the same arguments: -range to range. */
 int sim_flutter(uint32_t salt, uint32_t visit, int range);
 bool sim_present(const SimCycle &cycle, uint32_t visit);

@@ -7,7 +7,6 @@
 #include <mutex>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace
 {
@@ -118,7 +117,7 @@ SimFault sim_enter(const char *function)
     const SimFault fault = row == s.device.functions.end() ? SimFault{} : row->second;
     if (fault.delayMs > 0) {
         s.lock.unlock();
-        usleep(static_cast<useconds_t>(fault.delayMs) * 1000);
+        sim_sleep(fault.delayMs);
         s.lock.lock();
     }
     return fault;

@@ -3,9 +3,20 @@
 #include "platform/sim/sim.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <ctime>
+
+#include <unistd.h>
+
+namespace
+{
+
+std::atomic<int64_t> stoppedAt{ -1 }; // what the clock shows while it stands still, ms; -1: it runs
+std::atomic<int> sleepers{ 0 };
+
+} // namespace
 
 std::string sim_format(const char *format, ...)
 {
@@ -30,9 +41,27 @@ std::string sim_hex(const uint8_t *bytes, size_t count)
 
 int64_t sim_monotonic_ms()
 {
+    const int64_t stopped = stoppedAt;
+    if (stopped >= 0)
+        return stopped;
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
     return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+int sim_advance(int64_t ms)
+{
+    stoppedAt = sim_monotonic_ms() + ms;
+    return sleepers;
+}
+
+void sim_sleep(int ms)
+{
+    const int64_t end = sim_monotonic_ms() + ms;
+    sleepers++;
+    for (int64_t left; (left = end - sim_monotonic_ms()) > 0;)
+        usleep(stoppedAt < 0 ? static_cast<useconds_t>(left) * 1000 : 1000);
+    sleepers--;
 }
 
 int sim_flutter(uint32_t salt, uint32_t visit, int range)

@@ -126,7 +126,8 @@ TEST_F(BrokerWire, CarriesACallThereAndBack) {
         server.send(message(type, 0x1234, caller.id, body));
         EXPECT_EQ(caller.receive().whole(), message(type, 0x1234, object, body));
     }
-    EXPECT_EQ(caller.receive(50).type, SILENCE);
+    for (Wire *wire : { &server, &caller }) EXPECT_TRUE(wire->alive());
+    EXPECT_EQ(caller.data.size(), 1u); // the ping's answer: nothing else had come
     caller.send(message(UBUS_MSG_INVOKE, 7, object, object_attr(object) + method_attr("set")));
     EXPECT_FALSE(server.receive().get(UBUS_ATTR_DATA));
 }
@@ -144,7 +145,8 @@ TEST_F(BrokerWire, DeliversEventsByPattern) {
         EXPECT_EQ(sender.ask(listen_to(objects[0], "x")), 6);
         const std::string content = payload_of((&c - patterns) % 2 ? 5000 : 3);
         EXPECT_EQ(sender.ask(event(c.id, content)), 0);
-        EXPECT_TRUE(sender.data.empty() && listener.alive());
+        EXPECT_TRUE(sender.data.empty());
+        EXPECT_TRUE(listener.alive());
         ASSERT_EQ(listener.data.size(), c.heard ? 3u : 1u); // the ping's answer is the last
         for (size_t i = 0; c.heard && i < 2; i++)
             EXPECT_EQ(listener.data[i].whole(),

@@ -1,4 +1,4 @@
-// Clients that speak bytes, a broker of the test's own, children and deadlines.
+// Clients that speak bytes, a broker of the test's own, children, waiting.
 #pragma once
 
 #include <chrono>
@@ -21,7 +21,10 @@ int connect_to(const std::string &path);           // -1: nobody there
 pid_t in_child(const std::function<void()> &body); // ends with the test
 void end_child(pid_t pid);
 const auto now_ms = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1ms; };
-bool eventually(std::chrono::milliseconds span, const std::function<bool()> &condition);
+
+// For whatever has to happen: a busy machine is slow. Only a failing test waits for that long.
+inline constexpr int PATIENCE = 60000; // ms
+bool eventually(const std::function<bool()> &condition);
 
 std::string bytes(std::string hex);          // blanks don't count
 std::string be(uint64_t value, size_t size); // big-endian
@@ -74,6 +77,8 @@ struct Broker {
     ~Broker() { stop(), unlink(path.c_str()); }
     void start();
     void stop() { end_child(std::exchange(pid, -1)); }
+    void sleep(); // accepts connections and messages, by way of the kernel, and looks at none
+    void wake() { kill(pid, SIGCONT); }
 };
 
 // One connection that sends and receives bytes.
@@ -84,7 +89,7 @@ struct Wire {
     ~Wire() { close(fd); }
     Wire(const Wire &) = delete;
     void send(const std::string &all) const { ::send(fd, all.data(), all.size(), MSG_NOSIGNAL); }
-    Message receive(int timeoutMs = 2000);                  // of type SILENCE: nothing came
+    Message receive(bool waits = true);                     // of type SILENCE: nothing came
     bool closed();                                          // the broker hung up; unread messages are skipped
     bool alive() { return ask(message(3, 1, 0, "")) == 0; } // the broker answers it
     // Sends, returns the status; DATA messages before it are kept in `data`.

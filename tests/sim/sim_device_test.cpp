@@ -2,6 +2,7 @@
 // effect in the model and are written down, one line each.
 #include "tests/sim/sim_fixture.h"
 
+#include <atomic>
 #include <sstream>
 #include <thread>
 
@@ -147,13 +148,16 @@ TEST_F(SimTest, GarbageFillsTheRecordAndNothingBehindIt) {
 
 TEST_F(SimTest, DelayBlocksOnlyItsOwnCaller) {
     describe(R"({"functions": {"rilk_getRadioStatus": {"delayMs": 300}}})");
-    const int64_t start = sim_monotonic_ms();
-    std::thread slow([] { answer(rilk_getRadioStatus, "wifi0"); });
-    usleep(50000);
-    EXPECT_EQ(channel_of("wifi0"), 6);
-    EXPECT_LT(sim_monotonic_ms() - start, 250);
+    std::atomic<bool> isOver = false;
+    std::thread slow([&] { answer(rilk_getRadioStatus, "wifi0"), isOver = true; });
+    while (sim_advance(0) == 0) usleep(1000); // until it sits in its delay
+    for (const int ms : { 0, 299 }) {
+        EXPECT_EQ(sim_advance(ms), 1);
+        EXPECT_EQ(channel_of("wifi0"), 6);
+        EXPECT_FALSE(isOver);
+    }
+    sim_advance(1);
     slow.join();
-    EXPECT_GE(sim_monotonic_ms() - start, 300);
 }
 
 TEST_F(SimTest, ChannelAndBandwidth) {

@@ -1,4 +1,4 @@
-// The simulated device on files of its own, in the /tmp of a private root.
+// The simulated device on files and a clock of its own, in the /tmp of a private root.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@ struct SimTest : testing::Test {
     void SetUp() override {
         unlink(description.c_str());
         sim_use_files(description.c_str(), log.c_str());
+        sim_advance(0); // from here on the tests move the clock
         rilk_initDriver();
         unlink(log.c_str());
     }

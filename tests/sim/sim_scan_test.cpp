@@ -29,7 +29,7 @@ struct SimScanTest : SimTest {
 
     void visit(int channel) {
         ASSERT_EQ(trigger("wifi0", channel, "ath0"), 0);
-        usleep((DWELL + 10) * 1000);
+        sim_advance(DWELL);
         ASSERT_EQ(rilk_getScanNeighborApOneChannel("wifi0", channel, table.data()), 0);
         ASSERT_EQ(rilk_getScanChannelResult("wifi0", channels), 0);
     }
@@ -49,8 +49,8 @@ TEST_F(SimScanTest, ResultsComeAfterADwellForEachChannel) {
     describe(R"({"radios": [{"channels": [1, 6, 11]}]})");
     channels[1] = nullptr;
     ASSERT_EQ(trigger("wifi0", 0, "ath0"), 0); // the whole list
-    for (const auto &[dwells, first, last] : { std::tuple(0, 0, 0), { 1, 1, 0 }, { 2, 1, 11 } }) {
-        usleep(static_cast<unsigned>(dwells * (DWELL + 10) * 1000));
+    for (const auto &[ms, first, last] : { std::tuple(DWELL - 1, 0, 0), { 1, 1, 0 }, { 2 * DWELL - 1, 1, 0 }, { 1, 1, 11 } }) {
+        sim_advance(ms);
         rilk_getScanChannelResult("wifi0", channels);
         rilk_getScanNeighborApOneChannel("wifi0", 11, table.data());
         EXPECT_EQ(result(0), first);

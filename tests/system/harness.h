@@ -1,5 +1,5 @@
 // The world of the system tests: the real programs as child processes inside a private root, their output in
-// files, a bus client of the tests' own, and waits with deadlines. Each test starts from an empty /tmp and
+// files, a bus client of the tests' own. Nothing is said about how long a thing takes. Each test starts from an empty /tmp and
 // /run.
 #pragma once
 
@@ -9,8 +9,6 @@
 
 #include "tests/bus/harness.h"
 
-// For what has to happen but has no limit of its own; a loaded machine is slow.
-inline constexpr auto PATIENCE = 15s;
 inline const std::string busSocket = "/var/run/ubus.sock";
 
 std::string read_file(const std::string &path);
@@ -35,9 +33,8 @@ struct Child {
     std::string err() const { return read_file(base + ".err"); }
 };
 
-/** Exit status within the span; 256 + number if a signal ended it; -1 if it still runs (and goes on running).
- */
-int finish(Child &child, std::chrono::milliseconds span);
+/** Exit status; 256 + number if a signal ended it; -1 if it doesn't end (and goes on running). */
+int finish(Child &child);
 bool runs(const Child &child);
 
 /** Runs veskctl to its end. */
@@ -76,14 +73,14 @@ struct Bus {
     /** Sends an event with the bytes as field `payload`, as the bus client library does. */
     int send(const char *name, const std::string &payload);
     /** Collects signals of the daemon until the question is answered with yes. */
-    bool listen(std::chrono::milliseconds span, const std::function<bool()> &question);
+    bool listen(const std::function<bool()> &question);
     /** The first signal of this name that has come; null if none has. */
     const Signal *find(const std::string &name) const {
         const auto found = std::ranges::find(signals, name, &Signal::name);
         return found == signals.end() ? nullptr : &*found;
     }
     bool hears(const char *name) {
-        return listen(PATIENCE, [=, this] { return find(name); });
+        return listen([=, this] { return find(name); });
     }
 };
 

@@ -100,7 +100,7 @@ struct ScanThreads : System {
     /** Nothing was found, and there was something to be found. */
     void expect_no_report(std::span<const Work> work) {
         kill(daemon.pid, SIGTERM);
-        EXPECT_EQ(finish(daemon, PATIENCE), 0);
+        EXPECT_EQ(finish(daemon), 0);
         broker.kill();
         for (const auto &file : std::filesystem::directory_iterator("/tmp/output"))
             EXPECT_FALSE(contains(file.path(), "/tsan.")) << read_file(file.path());
@@ -142,8 +142,7 @@ TEST_F(ScanThreads, SweepBesideRefreshesAndChannelChanges) {
                                           "VESK_UPDATE_INTF_INTERVAL=1\nVESK_CH_CHANGE_INTERVAL=1\n");
     start();
     Bus bus;
-    const int64_t end = now_ms() + 90000;
-    for (int round = 0; !is_done(besideSweeps) && now_ms() < end && !HasFatalFailure(); round++, usleep(700000)) {
+    for (int round = 0; !is_done(besideSweeps) && round < 300 && !HasFatalFailure(); round++, usleep(700000)) {
         changing_device(round % 2 == 0);
         for (const uint32_t band : { 0u, 3u }) ask(bus, band, { "triggerScan" });
     }
