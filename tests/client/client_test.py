@@ -13,7 +13,7 @@ import unittest
 
 import jsonschema
 
-from world import (EVIL, PHONE, ROOT, SHY, browse, device, eventually, in_json, run, set_device, show_device,
+from world import (EVIL, PATIENCE, PHONE, ROOT, SHY, browse, device, eventually, in_json, run, set_device, show_device,
                    start_broker, start_daemon, veskctl)
 
 RECORD = "/tmp/record.jsonl"
@@ -26,22 +26,52 @@ def check_schema(name, value):
     jsonschema.validate(value, schema)
 
 
-class Device(unittest.TestCase):
+def drelm(line):
+    with open("/tmp/drelm.in", "w") as fifo:
+        fifo.write(line + "\n")
+
+
+class World(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.broker = start_broker()
-        cls.recorder = subprocess.Popen(["veskctl", "record", RECORD])
-        time.sleep(0.3)
+        cls.before_the_scans()
         cls.daemon = start_daemon()
-        for command in ("metrics", "report", "explain ready", "status", "--json report"):
-            early[command] = veskctl(*command.split(), LANG="C", LC_ALL="C")
         eventually(lambda: os.path.exists("/tmp/vesk_ready"))
 
     @classmethod
+    def before_the_scans(cls):
+        pass
+
+    @classmethod
     def tearDownClass(cls):
-        for process in (cls.recorder, cls.daemon, cls.broker):
+        for process in (cls.daemon, cls.broker):
             process.kill()
             process.wait()
+
+    def assert_shape(self, seen, console):
+        self.assertEqual(len(console), 1, console)  # the check page's own, which shows that they are caught
+        self.assertEqual([(f["overflow"], f["cut"], f["outside"]) for f in seen], [(0, [], [])] * 2)
+
+
+class Device(World):
+    @classmethod
+    def before_the_scans(cls):
+        """With a daemon whose scans are an hour off. The recorder is heard to listen before the next one starts."""
+        daemon = start_daemon(3600)
+        for command in ("metrics", "report", "explain ready", "status", "--json report"):
+            early[command] = veskctl(*command.split(), LANG="C", LC_ALL="C")
+        cls.recorder = subprocess.Popen(["veskctl", "record", RECORD])
+        eventually(lambda: os.path.exists("/tmp/drelm.in"))
+        eventually(lambda: drelm("radar 01") or os.path.exists(RECORD) and os.path.getsize(RECORD) > 0)
+        daemon.terminate()
+        daemon.wait()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.recorder.kill()
+        cls.recorder.wait()
+        super().tearDownClass()
 
     def test_what_is_not_measured_is_shown_as_such(self):
         channels = json.loads(early["--json report"])["radios"][1]["channels"]
@@ -57,7 +87,7 @@ class Device(unittest.TestCase):
         self.assertIn("  36 [.]. 52", early["status"])
         self.assertIn("0 of 2 channels measured", early["status"])
         self.assertRegex(early["explain ready"], r"5 GHz: its first scan begins at \d\d:\d\d:\d\d\.\n"
-                                         r" +/tmp/vesk\.log:\d+: VESK > .*band=1, .*itv=4")
+                                         r" +/tmp/vesk\.log:\d+: VESK > .*band=1, .*itv=3601")
 
     def test_json_keeps_to_the_schemas(self):
         for command in ("version", "radios", "radio 5", "vaps", "vap ath0", "stats 2.4", "stations", "scan",
@@ -115,10 +145,6 @@ class Device(unittest.TestCase):
             self.assertEqual(list(path.parent.glob(path.name + ".*")), [])
             self.assertIn("can't write", run(command, "-o", "/nowhere/x").stderr)
 
-    def assert_shape(self, seen, console):
-        self.assertEqual(len(console), 1, console)  # the check page's own, which shows that they are caught
-        self.assertEqual([(f["overflow"], f["cut"], f["outside"]) for f in seen], [(0, [], [])] * 2)
-
     def test_page(self):
         page = veskctl("report")
         self.assertEqual(re.findall(r"""<b>|<script|(?:src|href)=["'](?!#|data:)|url\((?!#)|@import""", page), [])
@@ -158,15 +184,14 @@ class Device(unittest.TestCase):
         self.assertIn("veskIfStatusChange ifName=", veskctl("status", "--from", RECORD))
 
     def test_status_watches(self):
-        watch = subprocess.Popen(["veskctl", "status", "--watch"], stdout=subprocess.PIPE, text=True)
-        time.sleep(0.5)
-        with open("/tmp/drelm.in", "w") as fifo:
-            fifo.write(f"join ath0 {PHONE['mac']} rssi=-52\n")
-        time.sleep(2)
+        shown = pathlib.Path("/tmp/screen")
+        watch = subprocess.Popen(["veskctl", "status", "--watch"], stdout=shown.open("w"))
+        eventually(lambda: "ACCESS POINTS" in shown.read_text())
+        joined = f"veskClientJoin ifName=ath0.v0 mac_addr={PHONE['mac']} rssi=-52"
+        eventually(lambda: drelm(f"join ath0 {PHONE['mac']} rssi=-52") or joined in shown.read_text())
+        eventually(lambda: shown.read_text().count("ACCESS POINTS") > 1)
         watch.terminate()
-        shown = watch.communicate()[0]
-        self.assertGreaterEqual(shown.count("ACCESS POINTS"), 2)
-        self.assertRegex(shown, rf"veskClientJoin ifName=ath0\.v0 mac_addr={PHONE['mac']} rssi=-52")
+        watch.wait()
 
     def test_records_are_read_back_by_the_same_decoder(self):
         eventually(lambda: pathlib.Path(RECORD).read_text().count("\n") > 0)
@@ -200,36 +225,17 @@ class Device(unittest.TestCase):
         show_device(device(), "stations", PHONE["mac"])
 
     def test_many_stations_cost_little(self):
-        many = [{"mac": f"02:5e:71:00:00:{i:02x}", "rssi": -40 - i % 50, "time": i} for i in range(256)]
-        show_device(device(many), "metrics", 'wifi_stations{ifname="ath0.v0"} 256')
-        costs = []
-        for _ in range(3):
+        def cost():
             before = resource.getrusage(resource.RUSAGE_CHILDREN)
             veskctl("metrics")
             after = resource.getrusage(resource.RUSAGE_CHILDREN)
-            costs.append(after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime)
-        self.assertLess(min(costs), 0.05)
+            return after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+        few = min(cost() for _ in range(5))
+        many = [{"mac": f"02:5e:71:00:00:{i:02x}", "rssi": -40 - i % 50, "time": i} for i in range(256)]
+        show_device(device(many), "metrics", 'wifi_stations{ifname="ath0.v0"} 256')
+        self.assertLess(min(cost() for _ in range(5)), 5 * few)
         show_device(device(), "stations", PHONE["mac"])
-
-    def test_zy_crowded_page_keeps_its_shape(self):
-        wide = device(stations=[])
-        wide["radios"][0].update(channels=[], neighbors=[], status=0)
-        wide["radios"][0]["vaps"][0]["ssid"] = "M" * 32
-        wide["radios"][1]["neighbors"] = [
-            {"channel": (36, 52)[i % 2], "bssid": f"02:c1:00:00:00:{i:02x}", "rssi": -25 - i % 70,
-             "ssid": ("W" * 32, "日本語ネットワーク", "\u202eabc", "x")[i % 4]} for i in range(90)]
-        set_device(wide)
-        veskctl("refresh")
-        veskctl("scan-trigger", "5")
-
-        def is_shown():
-            down, crowded = in_json("report")["radios"]
-            return not down["up"] and len(crowded["neighbors"]) == 90
-        eventually(is_shown)
-        page = veskctl("report")
-        self.assertNotIn("\u202e", page)
-        self.assertIn("wifi0, down", page)
-        self.assert_shape(*browse(page, dark=False))
 
     def test_wrong_words_and_outputs_are_refused(self):
         target = f"btm-request ath0.v0 {PHONE['mac']} --target 02:1a:10:00:00:20"
@@ -249,24 +255,49 @@ class Device(unittest.TestCase):
         os.mkfifo("/tmp/pipe")
         reader = subprocess.Popen(["cat", "/tmp/pipe"], stdout=subprocess.PIPE, text=True)
         veskctl("metrics", "-o", "/tmp/pipe")
-        self.assertIn("vesk_up 1\n", reader.communicate(timeout=5)[0])
+        self.assertIn("vesk_up 1\n", reader.communicate(timeout=PATIENCE)[0])
         self.assertTrue(stat.S_ISFIFO(os.stat("/tmp/pipe").st_mode))
 
     def test_tables_keep_to_the_locale(self):
         for locale, ssid in (("C.UTF-8", "Café & Co"), ("C", r"Caf\xc3\xa9 & Co")):
             self.assertIn(ssid, veskctl("vaps", LANG=locale, LC_ALL=locale))
 
-    def test_zzz_watch_ends_also_without_a_broker(self):
-        watch = subprocess.Popen(["veskctl", "watch"], stdout=subprocess.DEVNULL)
-        time.sleep(0.5)
+
+class Crowded(World):
+    def test_crowded_page_keeps_its_shape(self):
+        wide = device(stations=[])
+        wide["radios"][0].update(channels=[], neighbors=[], status=0)
+        wide["radios"][0]["vaps"][0]["ssid"] = "M" * 32
+        wide["radios"][1]["neighbors"] = [
+            {"channel": (36, 52)[i % 2], "bssid": f"02:c1:00:00:00:{i:02x}", "rssi": -25 - i % 70,
+             "ssid": ("W" * 32, "日本語ネットワーク", "\u202eabc", "x")[i % 4]} for i in range(90)]
+        set_device(wide)
+        veskctl("refresh")
+        veskctl("scan-trigger", "5")
+
+        def is_shown():
+            down, crowded = in_json("report")["radios"]
+            return not down["up"] and len(crowded["neighbors"]) == 90
+        eventually(is_shown)
+        page = veskctl("report")
+        self.assertNotIn("\u202e", page)
+        self.assertIn("wifi0, down", page)
+        self.assert_shape(*browse(page, dark=False))
+
+
+class Gone(World):
+    def test_watch_ends_also_without_a_broker(self):
+        shown = pathlib.Path("/tmp/watched")
+        watch = subprocess.Popen(["veskctl", "watch"], stdout=shown.open("w"))
+        eventually(lambda: drelm("radar 01") or "veskRadarNotif" in shown.read_text())
         self.broker.kill()
         self.broker.wait()
-        time.sleep(0.5)
+        time.sleep(0.5)  # it notices; if it hasn't, it ends all the same
         watch.send_signal(signal.SIGINT)
-        self.assertEqual(watch.wait(3), 0)
+        self.assertEqual(watch.wait(PATIENCE), 0)
         type(self).broker = start_broker()
 
-    def test_zz_daemon_gone(self):
+    def test_daemon_gone(self):
         watch = subprocess.Popen(["veskctl", "report", "--watch", "1", "-o", "/tmp/live.html"])
         live = pathlib.Path("/tmp/live.html")
         eventually(lambda: live.exists() and "The own channel" in live.read_text())
@@ -337,7 +368,7 @@ REASONS = {  # by question: rows of the log, what has to be said, what mustn't
          "It scanned channel 11: 2 of 13", "didn't scan"),
         ([START, (50, *PASS[1:]),  # put off by a channel change
           (0, "vesk_start_scan_ubus_timer", "scanEnable=1, scanEnableCfg=1, itv=60")],
-         "(in 6", "should have opened"),
+         "(in ", "should have opened"),
         ([START, (75, *PASS[1:])], "should have opened at", "in 0 s"),
         ([(900, *START[1:]), (800, *PASS[1:])], "log level is below 6", "missing"),
         (step(ALLOWED, (0, *START[1:])), "The log holds no pass yet", "switched off"),  # a former start's

@@ -11,10 +11,10 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-PATIENCE = 40  # seconds for what has to happen but has no limit of its own
-CONFIG = """VESK_SCAN_24G_INTERVAL=5
-VESK_SCAN_5GA_INTERVAL=5
-VESK_SCAN_FIRST_INTERVAL=3
+PATIENCE = 60  # seconds for what has to happen, however slow the machine is
+CONFIG = """VESK_SCAN_24G_INTERVAL={0}
+VESK_SCAN_5GA_INTERVAL={0}
+VESK_SCAN_FIRST_INTERVAL={1}
 VESK_SCAN_CONFIG=1
 VESK_LOG_LEVEL=6
 VESK_UPDATE_CLIENTS_INTERVAL=1
@@ -82,11 +82,12 @@ def start_broker():
     return broker
 
 
-def start_daemon():
+def start_daemon(first_scan=3):
+    """Its 5 GHz radio is scanned so many seconds behind the 2.4 GHz one; passes follow 2 seconds later."""
     shutil.copy(ROOT / "platform/sim/kor-product-cfg.json", "/usr/etc/")
     os.makedirs("/configs/vesk", exist_ok=True)
     pathlib.Path("/configs/vesk/vesk_debug_flag").touch()  # keeps the daemon from renewing its configuration
-    pathlib.Path("/configs/vesk/vesk.conf").write_text(CONFIG)
+    pathlib.Path("/configs/vesk/vesk.conf").write_text(CONFIG.format(min(first_scan + 2, 3600), first_scan))
     set_device(device())
     with open("/tmp/vesk.err", "w") as traces:
         daemon = subprocess.Popen(["vesk"], stderr=traces)
