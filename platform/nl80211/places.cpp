@@ -121,6 +121,14 @@ uint64_t interface_counter(const char *ifName, const char *counter)
     return strtoull(text, nullptr, 10);
 }
 
+int interface_phy(const char *ifName)
+{
+    char path[pathSize];
+    if (!is_name(ifName) || !place(path, "/sys/class/net/%s/phy80211/index", ifName))
+        return -1;
+    return static_cast<int>(read_number(path, -1));
+}
+
 int phy_index(const char *phy)
 {
     char path[pathSize];

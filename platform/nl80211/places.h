@@ -42,6 +42,9 @@ bool interface_is_up(const char *ifName);
 /** A counter of "statistics"; 0 if it isn't there. */
 uint64_t interface_counter(const char *ifName, const char *counter);
 
+/** Number of the phy that an interface stands on; -1 if there is none. */
+int interface_phy(const char *ifName);
+
 /** Number of the phy of that name; -1 if there is none. */
 int phy_index(const char *phy);
 

@@ -5,6 +5,7 @@
 
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/log.h"
+#include "platform/nl80211/scan.h"
 
 using namespace radio;
 
@@ -53,19 +54,28 @@ int rilk_setVapAclMac(const char *ifName, const RilkAclMac *acl)
                      mac[5]);
 }
 
-int rilk_initScanChannelList(const uint32_t *, int32_t)
+int rilk_initScanChannelList(const uint32_t *channelList, int32_t channelNums)
 {
-    return unsupported(__func__);
+    if (!channelList || channelNums < 0)
+        return -1;
+    scan_set_channels(channelList, channelNums);
+    return 0;
 }
 
-int rilk_setMinMaxDwellTime(const char *, int32_t, int32_t)
+int rilk_setMinMaxDwellTime(const char *radioName, int32_t dwellMin, int32_t dwellMax)
 {
-    return unsupported(__func__);
+    Radio radio;
+    return device_find(radioName, radio) ? scan_set_dwell(radio, dwellMin, dwellMax) : -1;
 }
 
-int rilk_triggerScan(const char *, const VeskScanParam *)
+int rilk_triggerScan(const char *radioIfname, const VeskScanParam *param)
 {
-    return unsupported(__func__);
+    Radio radio;
+    if (!param || !device_find(radioIfname, radio))
+        return -1;
+    char baseVap[sizeof param->baseVap + 1] = {};
+    memcpy(baseVap, param->baseVap, sizeof param->baseVap);
+    return scan_request(radio, param->channel, param->dwell, baseVap);
 }
 
 int rilk_setEnableNoiseFloor(const char *)
@@ -73,14 +83,19 @@ int rilk_setEnableNoiseFloor(const char *)
     return 0; // the driver's survey always has it
 }
 
-int rilk_getScanChannelResult(const char *, VeskScanChannel **)
+int rilk_getScanChannelResult(const char *radioName, VeskScanChannel **channels)
 {
-    return unsupported(__func__);
+    Radio radio;
+    if (!channels || !device_find(radioName, radio))
+        return -1;
+    scan_fill_results(radio, channels);
+    return 0;
 }
 
-int rilk_getScanNeighborApOneChannel(const char *, int32_t, VeskScanNeighbor **)
+int rilk_getScanNeighborApOneChannel(const char *radioName, int32_t channel, VeskScanNeighbor **neighbors)
 {
-    return unsupported(__func__);
+    Radio radio;
+    return neighbors && device_find(radioName, radio) ? scan_fill_neighbors(radio, channel, neighbors) : -1;
 }
 
 int rilk_setRadioCurChannel(const char *, int32_t)
