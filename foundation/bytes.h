@@ -1,5 +1,4 @@
-// Bytes that a plain pointer may not reach: misaligned fields of packed records. And MAC addresses, which are
-// six of them.
+// Bytes that a plain pointer may not reach: misaligned fields of packed records.
 #pragma once
 
 #include <cstdint>
@@ -22,11 +21,4 @@ void store_bytes(void *to, T value)
 {
     static_assert(std::is_trivially_copyable_v<T>);
     memcpy(to, &value, sizeof value);
-}
-
-/** Whether a 6-byte MAC is 00:00:00:00:00:00. */
-inline bool mac_is_zero(const uint8_t *mac)
-{
-    constexpr uint8_t zero[6] = {};
-    return memcmp(mac, zero, sizeof zero) == 0;
 }

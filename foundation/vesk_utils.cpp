@@ -1,13 +1,11 @@
 // The rules for bands and channels stand here and nowhere else.
 #include "foundation/vesk_utils.h"
 
-#include <array>
 #include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <iterator>
 
-#include <endian.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -16,8 +14,6 @@
 namespace
 {
 
-constexpr int macBytes = 6;
-constexpr size_t macTextLength = 17; // without the terminator
 constexpr int noBand = 5;
 
 struct ChannelRange {
@@ -28,29 +24,6 @@ struct ChannelRange {
 constexpr ChannelRange channelRanges[] = { { 1, 13, 0 }, { 36, 99, 1 }, { 100, 165, 2 } };
 
 constexpr int radioOfBand[] = { 0, 1, 2, 1, 1 };
-
-/** Values of the hexadecimal digits, -1 for every other character. */
-constexpr auto hexDigits = [] {
-    std::array<int8_t, 256> values;
-    values.fill(-1);
-    for (int8_t i = 0; i < 16; ++i)
-        values[static_cast<uint8_t>("0123456789abcdef"[i])] =
-            values[static_cast<uint8_t>("0123456789ABCDEF"[i])] = i;
-    return values;
-}();
-
-int hex_digit(char c)
-{
-    return hexDigits[static_cast<uint8_t>(c)];
-}
-
-/** A byte of two hexadecimal digits, or -1. */
-int hex_byte(const char *text)
-{
-    const int high = hex_digit(text[0]);
-    const int low = high < 0 ? -1 : hex_digit(text[1]);
-    return low < 0 ? -1 : high * 16 + low;
-}
 
 } // namespace
 
@@ -72,26 +45,15 @@ int vesk_utils_mac2str(const uint8_t *mac, char *text)
 // Runs for every neighbour of a reply. Colons behind the sixth byte are let pass; nothing else is.
 int vesk_utils_field2mac(const char *field, size_t size, uint8_t *mac)
 {
-    if (field == nullptr || size < macTextLength)
+    uint8_t parsed[MAC_BYTES];
+    if (field == nullptr || size < MAC_TEXT_LENGTH || !mac_parse(field, parsed))
         return -1;
-    uint64_t bytes = 0; // in a register: bytes in memory would have to be waited for
-    const char *text = field;
-    for (int i = 0; i < macBytes; ++i) {
-        if (i > 0 && *text++ != ':')
-            return -1;
-        const int byte = hex_byte(text);
-        if (byte < 0)
-            return -1;
-        bytes = bytes << 8 | static_cast<unsigned>(byte);
-        text += 2;
-    }
-    size_t length = macTextLength;
+    size_t length = MAC_TEXT_LENGTH;
     while (length < size && field[length] == ':')
         ++length;
     if (length < size && field[length] != '\0')
         return -1;
-    bytes = htobe64(bytes << 16);
-    memcpy(mac, &bytes, macBytes);
+    memcpy(mac, parsed, sizeof parsed);
     return 0;
 }
 
@@ -197,6 +159,6 @@ int vesk_utils_get_mac_by_ioctl(const char *ifname, uint8_t *mac)
         fprintf(stderr, "Could not obtain MAC address of interface %s. \n", ifname);
         return -1;
     }
-    memcpy(mac, request.ifr_hwaddr.sa_data, macBytes);
+    memcpy(mac, request.ifr_hwaddr.sa_data, MAC_BYTES);
     return 0;
 }

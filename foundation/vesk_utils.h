@@ -8,11 +8,10 @@
 
 #include <pthread.h>
 
+#include "foundation/mac.h"
+
 /** Removes every white-space character from a writable text, inner ones too. */
 void vesk_utils_resource_strim(char *s);
-
-/** The six bytes of a MAC as arguments of "%02x:%02x:%02x:%02x:%02x:%02x". */
-#define VESK_MAC_ARGS(mac) (mac)[0], (mac)[1], (mac)[2], (mac)[3], (mac)[4], (mac)[5]
 
 /** 6-byte MAC to "aa:bb:cc:dd:ee:ff" in lower case; `text` has room for 18 bytes. 0, or -1. */
 int vesk_utils_mac2str(const uint8_t *mac, char *text);

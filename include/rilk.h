@@ -216,7 +216,7 @@ struct [[gnu::packed]] RilkBeaconReq {
     uint8_t value2;
     uint8_t bssid[6];
     uint8_t value3;
-    char ssid[65]; // without a terminator when 65 long; zero behind its end
+    char ssid[65]; // 64 characters at most, zeros behind them
     uint8_t elementNums;
     RilkBcnElement elements[64];
     uint8_t listNums;

@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "bus/vesk_api/api_private.h"
-#include "foundation/bytes.h"
 #include "foundation/vesk_utils.h"
 #include "source/vesk_interface/vesk_interface.h"
 #include "source/vesk_main/records.h"

@@ -2,7 +2,7 @@
 // every backhaul BSS and stores it, whether any took it or not.
 #include "bus/vesk_api/vesk_api.h"
 
-#include "bus/vesk_api/api_private.h"
+#include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 
 int vesk_getDefault802dot1qSetting(VeskDot1qCfg *cfg)

@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "foundation/bytes.h"
 #include "foundation/shared.h"
 #include "foundation/vesk_utils.h"
 #include "source/vesk_main/log.h"

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <iterator>
 
-#include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>

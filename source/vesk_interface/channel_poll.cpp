@@ -1,8 +1,6 @@
 // The channel change poller: after the first refresh the only writer of channel, bandwidth, power and
 // frequency. The channel is read on every poll; bandwidth and power on every twentieth, or when the inventory
 // asks for it. What it finds goes out as the record that a driver event would bring.
-#include <cstring>
-
 #include "foundation/clamp.h"
 #include "foundation/shared.h"
 #include "foundation/vesk_utils.h"

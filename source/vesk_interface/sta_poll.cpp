@@ -2,7 +2,6 @@
 // gives up before the first per-station call and the snapshot stays as it was.
 #include <cstring>
 
-#include "foundation/bytes.h"
 #include "foundation/clamp.h"
 #include "foundation/kvhmgr.h"
 #include "foundation/vesk_utils.h"

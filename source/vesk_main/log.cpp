@@ -1,7 +1,7 @@
 // The two halves of the log statement, and every writer of the stream and of the level. Scan threads log
 // beside the main loop: a rotation, a line and a change of the destination hold one mutex, a line's from
-// begin to end. It is recursive, since a statement's arguments may log. A statement that writes nothing takes
-// no lock.
+// begin to end. It is recursive, since a statement's arguments may log. A statement that neither rotates nor
+// writes takes no lock.
 #include "source/vesk_main/log.h"
 
 #include <cstdarg>

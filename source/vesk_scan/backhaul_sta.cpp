@@ -1,7 +1,6 @@
 // The backhaul station: the credential that is applied two seconds after it came, and the auto-connect
 // record. Auto-connect on either radio keeps every scan away.
 #include "foundation/csrv_timer.h"
-#include "foundation/vesk_utils.h"
 #include "source/vesk_scan/scan_private.h"
 
 namespace

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <ctime>
 #include <unistd.h>
 
 #include "foundation/vesk_utils.h"
@@ -13,6 +12,8 @@
 
 namespace
 {
+constexpr ScanTimer firstTimer = { &VeskScanCfg::firstTimer,
+                                   { vesk_scan_2G_first_ubus_handle, vesk_scan_5GA_first_ubus_handle } };
 constexpr char stepOf[] = "vesk_first_scanning"; // its steps log under its name
 constexpr int channelPauseUs = 500000;           // more than any usual dwell
 constexpr int neighborPauseUs = 100000;
@@ -194,7 +195,7 @@ void run_first_scan(uint32_t band)
         end_scan(band);
 }
 
-void start_waiting(uloop_timeout *firstTimer);
+void start_waiting(uloop_timeout *timer);
 
 /** Starts the radio's thread, or looks again in a second, without a word, while one is running. */
 void start_thread(uint32_t band)
@@ -210,9 +211,9 @@ void start_thread(uint32_t band)
         release_run(band);
 }
 
-void start_waiting(uloop_timeout *firstTimer)
+void start_waiting(uloop_timeout *timer)
 {
-    start_thread(firstTimer == &scan_cfg(0)->firstTimer ? 0 : 1);
+    start_thread(timer == &scan_cfg(0)->firstTimer ? 0 : 1);
 }
 
 /** Whether one radio's first scan is over, or none is to be expected of it. */
@@ -238,16 +239,12 @@ void vesk_start_first_scan_ubus_timer(uint32_t band, uint32_t itv)
     if (band >= VESK_SCAN_RADIOS)
         return;
     VESK_LOG_SWITCHES_BAND(band, itv);
-    scan_arm_timer(band, &scan_cfg(band)->firstTimer,
-                   band == 0 ? vesk_scan_2G_first_ubus_handle : vesk_scan_5GA_first_ubus_handle, itv);
+    scan_arm_timer(firstTimer, band, itv);
 }
 
 void vesk_stop_first_scan_ubus_timer(uint32_t band)
 {
-    if (band >= VESK_SCAN_RADIOS)
-        return;
-    VESK_LOG_SWITCHES();
-    uloop_timeout_cancel(&scan_cfg(band)->firstTimer);
+    scan_cancel_timer(firstTimer, band);
 }
 
 void vesk_scan_2G_first_ubus_handle(uloop_timeout *)

@@ -6,6 +6,8 @@
 
 namespace
 {
+constexpr ScanTimer periodTimer = { &VeskScanCfg::periodTimer,
+                                    { vesk_scan_2G_period_ubus_handle, vesk_scan_5GA_period_ubus_handle } };
 constexpr uint32_t stepDelay[VESK_RADIOS] = { 1, 3 }; // seconds behind the pass
 constexpr char stepOf[] = "vesk_scan_process";        // its steps log under its name
 
@@ -124,10 +126,8 @@ void vesk_start_scan_ubus_timer()
     VeskOffScanCfg *offScan = vesk_get_scan_info();
     VESK_LOG(INFO, " vesk_start_scan_ubus_timer scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),
              offScan->scanEnableCfg);
-    if (offScan->scanEnableCfg == 0) {
-        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
+    if (!scan_is_configured())
         return;
-    }
     offScan->scanTimer.cb = vesk_update_scan_ubus_handle;
     uloop_timeout_set(&offScan->scanTimer, pass_interval_ms());
     VESK_LOG_SWITCHES_ITV(scan_cfg(0)->scanItv);
@@ -138,10 +138,8 @@ void vesk_stop_scan_ubus_timer()
     VeskOffScanCfg *offScan = vesk_get_scan_info();
     VESK_LOG(INFO, " vesk_stop_scan_ubus_timer scanEnable=%d, scanEnableCfg=%d\n", vesk_get_scan_status(),
              offScan->scanEnableCfg);
-    if (offScan->scanEnableCfg == 0) {
-        VESK_LOG(INFO, VESK_TEXT_TIMER_OFF);
+    if (!scan_is_configured())
         return;
-    }
     uloop_timeout_cancel(&offScan->scanTimer);
     VESK_LOG_SWITCHES_ITV(scan_cfg(0)->scanItv);
 }
@@ -163,16 +161,12 @@ void vesk_start_period_scan_ubus_timer(uint32_t band, uint32_t itv)
     if (band >= VESK_SCAN_RADIOS)
         return;
     VESK_LOG_SWITCHES_BAND(band, itv);
-    scan_arm_timer(band, &scan_cfg(band)->periodTimer,
-                   band == 0 ? vesk_scan_2G_period_ubus_handle : vesk_scan_5GA_period_ubus_handle, itv);
+    scan_arm_timer(periodTimer, band, itv);
 }
 
 void vesk_stop_period_scan_ubus_timer(uint32_t band)
 {
-    if (band >= VESK_SCAN_RADIOS)
-        return;
-    VESK_LOG_SWITCHES();
-    uloop_timeout_cancel(&scan_cfg(band)->periodTimer);
+    scan_cancel_timer(periodTimer, band);
 }
 
 void vesk_scan_2G_period_ubus_handle(uloop_timeout *)

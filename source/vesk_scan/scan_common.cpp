@@ -34,17 +34,31 @@ VeskScanParam scan_param(uint32_t band, uint32_t channel)
     return param;
 }
 
-void scan_arm_timer(uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler, uint32_t itv,
-                    VeskLogSite caller)
+bool scan_is_configured(VeskLogSite caller)
 {
-    if (vesk_get_scan_info()->scanEnableCfg == 0) {
+    const bool isOn = vesk_get_scan_info()->scanEnableCfg != 0;
+    if (!isOn)
         VESK_LOG_AS(caller, INFO, VESK_TEXT_TIMER_OFF);
+    return isOn;
+}
+
+void scan_arm_timer(const ScanTimer &timer, uint32_t band, uint32_t itv, VeskLogSite caller)
+{
+    if (!scan_is_configured(caller))
         return;
-    }
     VESK_LOG_AS(caller, DEBUG, " scan ubus timer band=%d\n", band);
-    uloop_timeout_cancel(timer);
-    timer->cb = handler;
-    uloop_timeout_set(timer, vesk_timer_ms(itv));
+    uloop_timeout *one = &(scan_cfg(band)->*timer.member);
+    uloop_timeout_cancel(one);
+    one->cb = timer.handlers[band];
+    uloop_timeout_set(one, vesk_timer_ms(itv));
+}
+
+void scan_cancel_timer(const ScanTimer &timer, uint32_t band, VeskLogSite caller)
+{
+    if (band >= VESK_SCAN_RADIOS)
+        return;
+    VESK_LOG_SWITCHES_AS(caller);
+    uloop_timeout_cancel(&(scan_cfg(band)->*timer.member));
 }
 
 void scan_fetch_results(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg)

@@ -113,9 +113,18 @@ void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg,
 /** Brings curChannelInfo up to date if the result at this position is the operating channel's. */
 void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx);
 
-/** Arms a radio's one-shot unless scanning is off by configuration. */
-void scan_arm_timer(uint32_t band, uloop_timeout *timer, uloop_timeout_handler handler, uint32_t itv,
-                    VeskLogSite caller = VESK_CALLER);
+/** Whether scanning is on by configuration; logs it if not. */
+bool scan_is_configured(VeskLogSite caller = VESK_CALLER);
+
+/** One of a radio's one-shots: its member, and its handler for each radio. */
+struct ScanTimer {
+    uloop_timeout VeskScanCfg::*member;
+    uloop_timeout_handler handlers[VESK_RADIOS];
+};
+/** Arms it, unless scanning is off by configuration. */
+void scan_arm_timer(const ScanTimer &timer, uint32_t band, uint32_t itv, VeskLogSite caller = VESK_CALLER);
+/** Logs the switches and cancels it. */
+void scan_cancel_timer(const ScanTimer &timer, uint32_t band, VeskLogSite caller = VESK_CALLER);
 
 /** Whether a first scan of the radio is on its way. */
 bool scan_has_run(uint32_t band);

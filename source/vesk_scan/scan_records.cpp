@@ -5,7 +5,6 @@
 #include <ctime>
 
 #include "foundation/vesk_utils.h"
-#include "source/vesk_interface/vesk_interface.h"
 #include "source/vesk_scan/scan_private.h"
 
 namespace

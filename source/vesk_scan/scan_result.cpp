@@ -1,5 +1,6 @@
-// Results: a second behind a step its handler fetches what the scan found, counts the channel as visited and
-// closes the cycle behind the last one. The noise of every channel of the radio is then smoothed once more.
+// Results: a second behind a step its handler fetches the neighbours of the channel, counts it as visited and
+// closes the cycle behind the last one. The figures of all channels are then fetched, and the noise of each
+// channel of the radio is smoothed once more, scanned or not.
 #include <ctime>
 #include <iterator>
 
@@ -7,6 +8,8 @@
 
 namespace
 {
+constexpr ScanTimer resultTimer = { &VeskScanCfg::resultTimer,
+                                    { vesk_scan_2G_result_ubus_handle, vesk_scan_5GA_result_ubus_handle } };
 constexpr int lowestFloor = -253;  // dBm; a raw noise floor below it is invalid
 constexpr int defaultNoise = -105; // dBm
 constexpr int highestSample = -50; // dBm
@@ -82,16 +85,12 @@ void vesk_start_scan_result_ubus_timer(uint32_t band, uint32_t itv)
     if (band >= VESK_SCAN_RADIOS)
         return;
     VESK_LOG_SWITCHES_ITV(itv);
-    scan_arm_timer(band, &scan_cfg(band)->resultTimer,
-                   band == 0 ? vesk_scan_2G_result_ubus_handle : vesk_scan_5GA_result_ubus_handle, itv);
+    scan_arm_timer(resultTimer, band, itv);
 }
 
 void vesk_stop_scan_result_ubus_timer(uint32_t band)
 {
-    if (band >= VESK_SCAN_RADIOS)
-        return;
-    VESK_LOG_SWITCHES();
-    uloop_timeout_cancel(&scan_cfg(band)->resultTimer);
+    scan_cancel_timer(resultTimer, band);
 }
 
 void vesk_scan_2G_result_ubus_handle(uloop_timeout *)

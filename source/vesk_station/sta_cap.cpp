@@ -1,10 +1,9 @@
 // The two capability bits that a station's join event brings, kept until it leaves, for the station poll to
 // add to its entries. A full table drops further stations: the poll then keeps what the driver says.
-#include "foundation/bytes.h"
+#include "foundation/mac.h"
 #include "source/vesk_station/vesk_station.h"
 
 #include <cstring>
-#include <iterator>
 
 namespace
 {
