@@ -44,15 +44,6 @@ bool can_use(const SimRadio &radio, int32_t channel)
            !sim_channel(radio.nol, channel);
 }
 
-bool parse_mac(const char *text, SimMac &mac)
-{
-    unsigned b[6];
-    if (!text || sscanf(text, "%2x:%2x:%2x:%2x:%2x:%2x", &b[0], &b[1], &b[2], &b[3], &b[4], &b[5]) != 6)
-        return false;
-    std::copy(std::begin(b), std::end(b), mac.bytes);
-    return true;
-}
-
 /** Vendor elements that the interfaces carry, told apart by all they were added with. */
 std::vector<std::string> &vendor_elements()
 {
@@ -99,7 +90,7 @@ int rilk_disConnectSta(const char *ifName, const char *mac)
                        [&](SimRadio &, SimVap &vap) {
                            SimMac wanted;
                            int result = -1;
-                           if (!parse_mac(mac, wanted))
+                           if (!sim_parse_mac(mac, wanted))
                                return result;
                            for (SimStation &station : vap.stations) {
                                if (!station.gone && sim_mac_equal(station.mac, wanted.bytes)) {

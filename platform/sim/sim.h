@@ -121,8 +121,8 @@ struct SimDevice {
     std::map<std::string, SimFault> functions;
 };
 
-/** Names the description and the log; the device begins anew. For tests. */
-void sim_use_files(const char *description, const char *log);
+/** Names the description, the log and the list of stations; the device begins anew. For tests. */
+void sim_use_files(const char *description, const char *log, const char *stations);
 /**
  * Moves the device's clock by `ms`. From the first call on it stands still between the calls, and a function's delay
  * lasts until it has been moved far enough. The number of callers that sit in a delay now. For tests.
@@ -155,6 +155,16 @@ void sim_fill_stats(VeskIntfStats &stats, const std::vector<uint64_t> &described
 bool sim_describe(const char *text, SimDevice &device);
 /** The description that stands where a file says nothing. */
 const char *sim_builtin_description();
+
+/** Whether the list of stations isn't the one that was read, or has become shorter. */
+bool sim_stations_replaced(const char *path);
+/** Applies the lines of the list that have come since the last call, or all. */
+void sim_follow_stations(const char *path, SimDevice &device, bool fromStart);
+
+/** "02:1a:..."; false and `mac` untouched if it is none. */
+bool sim_parse_mac(const char *text, SimMac &mac);
+/** An even number of hexadecimal digits; false and `bytes` untouched if it isn't. */
+bool sim_parse_hex(const char *text, std::vector<uint8_t> &bytes);
 
 // Look-ups; NULL where there is none, also for a NULL name.
 SimRadio *sim_radio(SimDevice &device, const char *name);

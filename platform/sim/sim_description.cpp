@@ -3,7 +3,6 @@
 #include "platform/sim/sim.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <type_traits>
 
@@ -80,44 +79,16 @@ void read(Node &node, const char *key, char (&text)[N])
     });
 }
 
-/** A byte in two hexadecimal digits. */
-bool hex_byte(const char *text, uint8_t &byte)
-{
-    const char digits[] = { text[0], text[0] ? text[1] : '\0', '\0' };
-    if (strspn(digits, "0123456789abcdefABCDEF") != 2)
-        return false;
-    byte = static_cast<uint8_t>(strtoul(digits, nullptr, 16));
-    return true;
-}
-
 void read(Node &node, const char *key, SimMac &mac)
 {
-    take(node, key, "not a MAC address", [&](const cJSON *item) {
-        SimMac parsed;
-        if (!cJSON_IsString(item) || strlen(item->valuestring) != 17)
-            return false;
-        for (size_t i = 0; i < 6; i++) {
-            if (!hex_byte(item->valuestring + i * 3, parsed.bytes[i]))
-                return false;
-        }
-        mac = parsed;
-        return true;
-    });
+    take(node, key, "not a MAC address",
+         [&](const cJSON *item) { return cJSON_IsString(item) && sim_parse_mac(item->valuestring, mac); });
 }
 
 void read(Node &node, const char *key, std::vector<uint8_t> &bytes)
 {
-    take(node, key, "not an even number of hexadecimal digits", [&](const cJSON *item) {
-        if (!cJSON_IsString(item) || strlen(item->valuestring) % 2 != 0)
-            return false;
-        std::vector<uint8_t> parsed(strlen(item->valuestring) / 2);
-        for (size_t i = 0; i < parsed.size(); i++) {
-            if (!hex_byte(item->valuestring + i * 2, parsed[i]))
-                return false;
-        }
-        bytes = parsed;
-        return true;
-    });
+    take(node, key, "not an even number of hexadecimal digits",
+         [&](const cJSON *item) { return cJSON_IsString(item) && sim_parse_hex(item->valuestring, bytes); });
 }
 
 /** Calls `use` with a node for each element of a list. */

@@ -8,6 +8,8 @@
 
 #include <sys/stat.h>
 
+#include "platform/sim/station_list.h"
+
 namespace
 {
 
@@ -32,6 +34,7 @@ struct SimState {
     bool described = false;
     std::string descriptionPath = "/tmp/vesk-sim.json";
     std::string logPath = "/tmp/vesk-sim.log";
+    std::string stationsPath = SIM_STATION_LIST;
 };
 
 SimState &state()
@@ -70,12 +73,12 @@ SimDevice builtin_device()
     return device;
 }
 
-/** A description that can't be read leaves the device as it was. */
-void follow_description(SimState &s)
+/** A description that can't be read leaves the device as it was. Whether the device began anew. */
+bool follow_description(SimState &s)
 {
     const FileMark mark = mark_of(s.descriptionPath);
     if (s.described && mark == s.mark)
-        return;
+        return false;
     if (!s.described)
         s.device = builtin_device();
     s.described = true;
@@ -84,9 +87,20 @@ void follow_description(SimState &s)
     SimDevice fresh = builtin_device();
     if (mark.size >= 0 && !sim_describe(file_text(s.descriptionPath).c_str(), fresh)) {
         sim_log_note("not a JSON object, the device stays as it was");
-        return;
+        return false;
     }
     s.device = std::move(fresh);
+    return true;
+}
+
+/** Stations of drelm's stand over those of the description, whichever came later. */
+void bring_up_to_date(SimState &s)
+{
+    if (sim_stations_replaced(s.stationsPath.c_str()))
+        s.described = false;
+    const bool first = !s.described;
+    const bool fresh = follow_description(s) || first;
+    sim_follow_stations(s.stationsPath.c_str(), s.device, fresh);
 }
 
 void write_line(const std::string &line)
@@ -100,11 +114,12 @@ void write_line(const std::string &line)
 
 } // namespace
 
-void sim_use_files(const char *description, const char *log)
+void sim_use_files(const char *description, const char *log, const char *stations)
 {
     const std::lock_guard<std::mutex> guard(state().lock);
     state().descriptionPath = description;
     state().logPath = log;
+    state().stationsPath = stations;
     state().described = false;
 }
 
@@ -112,7 +127,7 @@ SimFault sim_enter(const char *function)
 {
     SimState &s = state();
     s.lock.lock();
-    follow_description(s);
+    bring_up_to_date(s);
     const auto row = s.device.functions.find(function);
     const SimFault fault = row == s.device.functions.end() ? SimFault{} : row->second;
     if (fault.delayMs > 0) {

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #include <unistd.h>
@@ -37,6 +38,34 @@ std::string sim_hex(const uint8_t *bytes, size_t count)
         text += pair;
     }
     return text;
+}
+
+bool sim_parse_hex(const char *text, std::vector<uint8_t> &bytes)
+{
+    const size_t digits = strlen(text);
+    if (digits % 2 != 0 || strspn(text, "0123456789abcdefABCDEF") != digits)
+        return false;
+    bytes.resize(digits / 2);
+    for (size_t i = 0; i < bytes.size(); i++) {
+        const char pair[] = { text[i * 2], text[i * 2 + 1], '\0' };
+        bytes[i] = static_cast<uint8_t>(strtoul(pair, nullptr, 16));
+    }
+    return true;
+}
+
+bool sim_parse_mac(const char *text, SimMac &mac)
+{
+    std::string digits;
+    for (size_t i = 0; text && text[i]; i++) {
+        if (i % 3 != 2 || text[i] != ':')
+            digits += text[i];
+    }
+    std::vector<uint8_t> bytes;
+    if (!text || strlen(text) != 17 || !sim_parse_hex(digits.c_str(), bytes) ||
+        bytes.size() != sizeof mac.bytes)
+        return false;
+    std::copy(bytes.begin(), bytes.end(), mac.bytes);
+    return true;
 }
 
 int64_t sim_monotonic_ms()

@@ -6,8 +6,10 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "include/vesk_event.h"
+#include "tests/unit/test_files.h"
 
 namespace {
 
@@ -92,6 +94,21 @@ TEST(Drelm, BadLinesSendNothingAndSayWhy) {
         EXPECT_TRUE(*row.why ? run(row.line).find(row.why) != std::string::npos : run(row.line).empty());
         EXPECT_TRUE(sent.empty()) << row.line;
     }
+}
+
+TEST(Drelm, JoinAndLeaveAreSharedWithTheDevice) {
+    const std::string list = "/tmp/drelm-test." + std::to_string(getpid());
+    drelm_share_stations(list.c_str());
+    for (const char *line :
+         { "join ath0 02:11:22:33:44:55 rssi=-52 11v time=7 frame=0a0b", "leave ath0 02:11:22:33:44:55",
+           "join ath10 02:11:22:33:44:66", "join ath0 02:11:22:33:44:55 11r", "leave ath0" })
+        run(line);
+    drelm_share_stations(nullptr);
+    run("leave ath0 02:11:22:33:44:77");
+    EXPECT_EQ(file_text(list.c_str()), "join ath0 02:11:22:33:44:55 rssi=-52 time=7 11v=1 11k=0 frame=0a0b\n"
+                                       "leave ath0 02:11:22:33:44:55\n"
+                                       "join ath10 02:11:22:33:44:66 rssi=-55 time=0 11v=0 11k=0\n");
+    unlink(list.c_str());
 }
 
 TEST(Drelm, StormAlternatesAtItsRate) {

@@ -123,6 +123,49 @@ TEST_F(SimTest, StationsComeAndGoWithTheCounts) {
     EXPECT_EQ(frame[1], 4);
 }
 
+TEST_F(SimTest, StationsOfTheListStandOverTheDescription) {
+    // clang-format off
+    const struct { const char *line; int ath0, ath10; const char *station; } rows[] = {
+        { "join ath0 02:00:00:00:00:07 rssi=-52 time=30 11v=1 11k=0 frame=3104aa", 2, 1, "-52 30 1 0 3" },
+        { "join ath0 02:00:00:00:00:07 rssi=-70 time=40 11v=0 11k=1", 2, 1, "-70 40 0 1 21" },
+        { "join ath10 02:00:00:00:00:07 rssi=-60 time=0 11v=0 11k=0", 1, 2, "" },
+        { "join ath0 02:5e:70:00:00:01 rssi=-33 time=1 11v=0 11k=0", 1, 2, "" }, // the description's own
+        { "leave ath10 02:00:00:00:00:07", 1, 1, "" },
+        { "leave ath0 02:5e:70:00:00:01", 0, 1, "" },
+        { "leave ath0 02:00:00:00:00:99", 0, 1, "" },
+        { "join ath0 02:00:00:00:00:07 rssi=-52", 0, 1, "" }, // not understood
+        { "join ath77 02:00:00:00:00:07 rssi=-52 time=30 11v=1 11k=0", 0, 1, "" },
+        { "join ath0 02:00:00:00:00:07 rssi=-53 time=31 11v=1 11k=1", 1, 1, "-53 31 1 1 21" },
+    };
+    // clang-format on
+    std::string all;
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.line);
+        put_file(stations.c_str(), all += std::string(row.line) + "\n");
+        EXPECT_EQ(stations_of("ath0"), row.ath0);
+        EXPECT_EQ(stations_of("ath10"), row.ath10);
+        const uint8_t mac[6] = { 2, 0, 0, 0, 0, 7 };
+        VeskStaEntry e;
+        uint32_t length = 512;
+        uint8_t frame[512];
+        if (rilk_getVapAssocStationInfo("ath0", mac, &e) == 0 &&
+            rilk_getAssocReqFrame("ath0", mac, &length, frame) == 0) {
+            EXPECT_EQ(sim_format("%d %u %d %d %u", e.rssi, e.time, e.is11v, e.is11k, length), row.station);
+        } else {
+            EXPECT_STREQ(row.station, "");
+        }
+    }
+    EXPECT_TRUE(notes("not understood: join ath77"));
+    put_file(stations.c_str(), all + "leave ath0 02:00:00"); // half a line
+    EXPECT_EQ(stations_of("ath0"), 1);
+    describe(R"({"radios": [{"channel": 1}]})"); // the list holds over a new description, too
+    EXPECT_EQ(stations_of("ath0"), 1);
+    EXPECT_EQ(rilk_disConnectSta("ath0", "02:00:00:00:00:07"), 0);
+    EXPECT_EQ(stations_of("ath0"), 0);
+    unlink(stations.c_str());
+    EXPECT_EQ(stations_of("ath0"), 1); // the description's own is back
+}
+
 TEST_F(SimTest, FailuresLeaveOutputsAlone) {
     describe(R"({"functions": {"rilk_getRadioStatus": {"rc": -7}, "rilk_setRadioCurChannel": {"rc": -2}}})");
     uint8_t status = 99;

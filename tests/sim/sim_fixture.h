@@ -9,10 +9,11 @@
 
 struct SimTest : testing::Test {
     const std::string base = "/tmp/sim-test." + std::to_string(getpid());
-    const std::string description = base + ".json", log = base + ".log";
+    const std::string description = base + ".json", log = base + ".log", stations = base + ".stations";
     void SetUp() override {
         unlink(description.c_str());
-        sim_use_files(description.c_str(), log.c_str());
+        unlink(stations.c_str());
+        sim_use_files(description.c_str(), log.c_str(), stations.c_str());
         sim_advance(0); // from here on the tests move the clock
         rilk_initDriver();
         unlink(log.c_str());

@@ -130,7 +130,7 @@ void System::SetUp() {
     // Under ctest every test has a root of its own; this is for the whole program run in one.
     for (const char *left :
          { "/run/ubus.sock", "/run/vesk.pid", "/configs/vesk", "/tmp/vesk.log", "/tmp/vesk_ready", "/tmp/vesk_init.log",
-           "/tmp/vesk-sim.log", "/tmp/vesk-sim.json", "/usr/etc/kor-product-cfg.json" })
+           "/tmp/vesk-sim.log", "/tmp/vesk-sim.json", "/tmp/vesk-sim.stations", "/usr/etc/kor-product-cfg.json" })
         std::filesystem::remove_all(left);
     std::filesystem::create_directory("/tmp/output");
     std::filesystem::copy(VESK_SOURCE_DIR "/platform/sim/kor-product-cfg.json", "/usr/etc/");

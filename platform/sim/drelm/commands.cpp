@@ -4,8 +4,12 @@
 #include "platform/sim/drelm/line.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <ctime>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "include/vesk_event.h"
 
@@ -27,14 +31,36 @@ struct Command {
     void (*run)(Line &line, DrelmSend send);
 };
 
-/** Sends one event, unless the line has a mistake or words left over. */
+const char *stationList = nullptr;
+
+/** Whether the line has neither a mistake nor words left over. */
+bool is_good(Line &line, const char *ifName)
+{
+    if (strlen(ifName) >= sizeof VeskEventHeader::ifName)
+        line_refuse(line, "the interface name is too long");
+    line_refuse_rest(line);
+    return line.error.empty();
+}
+
+/** Tells the simulated device, before the event: who hears of it and looks finds the station there, or gone.
+ */
+void share_station(Line &line, const char *ifName, const std::string &told)
+{
+    if (!stationList || !is_good(line, ifName))
+        return;
+    const std::string text = told + "\n";
+    const int fd = open(stationList, O_WRONLY | O_CREAT | O_APPEND | O_NOFOLLOW | O_CLOEXEC, 0644);
+    if (fd < 0 || write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+        fprintf(stderr, "drelm: %s: %s\n", stationList, strerror(errno));
+    if (fd >= 0)
+        close(fd);
+}
+
+/** Sends one event of a line that is good. */
 void send_event(Line &line, DrelmSend send, uint32_t id, const char *ifName, const void *body, size_t size)
 {
     Datagram datagram{};
-    if (strlen(ifName) >= sizeof datagram.header.ifName)
-        line_refuse(line, "the interface name is too long");
-    line_refuse_rest(line);
-    if (!line.error.empty())
+    if (!is_good(line, ifName))
         return;
     datagram.header.eventId = id;
     memcpy(datagram.header.ifName, ifName, strlen(ifName));
@@ -77,6 +103,13 @@ void run_join(Line &line, DrelmSend send)
     event.join.assoc_req_len = static_cast<uint16_t>(line_number(line, "framelen", 0, 65535, length));
     event.cap[0] = line_flag(line, "11v") ? 0x80 : 0;
     event.cap[1] = line_flag(line, "11k") ? 0x01 : 0;
+    std::string told = std::string("join ") + ifName + " " + line_word(line, 2, "MAC address") +
+                       " rssi=" + std::to_string(event.join.rssi) +
+                       " time=" + std::to_string(event.join.assoc_time) +
+                       " 11v=" + (event.cap[0] ? "1" : "0") + " 11k=" + (event.cap[1] ? "1" : "0");
+    if (const char *frame = line_option(line, "frame"))
+        told += std::string(" frame=") + frame;
+    share_station(line, ifName, told);
     send_body(line, send, VESK_EVENT_CLIENT_JOIN, ifName, event);
 }
 
@@ -85,6 +118,7 @@ void run_leave(Line &line, DrelmSend send)
     VeskClientLeave event{};
     const char *ifName = interface_word(line);
     mac_word(line, 2, event.mac);
+    share_station(line, ifName, std::string("leave ") + ifName + " " + line_word(line, 2, "MAC address"));
     send_body(line, send, VESK_EVENT_CLIENT_LEAVE, ifName, event);
 }
 
@@ -306,6 +340,11 @@ int drelm_run_line(const char *text, DrelmSend send, std::string &message)
         return 0;
     message = line.error + " (" + command->name + " " + command->arguments + ")";
     return -1;
+}
+
+void drelm_share_stations(const char *path)
+{
+    stationList = path;
 }
 
 void drelm_print_commands(FILE *out)

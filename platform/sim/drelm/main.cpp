@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "include/vesk_event.h"
+#include "platform/sim/station_list.h"
 
 namespace
 {
@@ -99,6 +100,7 @@ int print_help(FILE *out, int status)
 
 int main(int argc, char **argv)
 {
+    drelm_share_stations(SIM_STATION_LIST);
     const char *scenario = nullptr;
     bool fifo = false;
     for (int i = 1; i < argc; i++) {
