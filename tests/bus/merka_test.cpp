@@ -104,6 +104,10 @@ void add_object() {
     ASSERT_EQ(ubus_add_object(merkaGetContext(), &object), 0);
 }
 
+bool object_is_there() {
+    return Wire(socketPath).ask(message(UBUS_MSG_LOOKUP, 1, 0, text_attr(UBUS_ATTR_OBJPATH, "merka.test"))) == 0;
+}
+
 void send_numbers(int from, int to) {
     for (; from < to; ++from) {
         uint8_t payload[619] = {}; // the largest signal there is
@@ -159,13 +163,10 @@ TEST(Merka, RestartedBrokerGetsObjectSubscriptionsAndWaitingSignals) {
         send_numbers(0, 1030);
         broker.start();
         Peer peer;
-        const auto object_is_back = [] {
-            return Wire(socketPath).ask(message(UBUS_MSG_LOOKUP, 1, 0, text_attr(UBUS_ATTR_OBJPATH, "merka.test"))) == 0;
-        };
         serve_after(249);
-        EXPECT_FALSE(object_is_back());
+        EXPECT_FALSE(object_is_there());
         testClock.advance(1);
-        EXPECT_TRUE(serve_until(object_is_back));
+        EXPECT_TRUE(serve_until(object_is_there));
         send_numbers(1030, 1031);
         EXPECT_TRUE(reaches_us());
         serve_after(999);
@@ -176,6 +177,32 @@ TEST(Merka, RestartedBrokerGetsObjectSubscriptionsAndWaitingSignals) {
         send_numbers(5, 6);
         EXPECT_TRUE(serve_until([&] { return peer.count() > 1024; })) << "at once again";
         EXPECT_EQ(peer.number_at(1024), 5);
+    });
+}
+
+/** A new broker in the place of the old one, and the library on it. */
+void replace(Broker &broker, const std::function<void()> &meanwhile = {}) {
+    broker.stop();
+    EXPECT_TRUE(serve_until([] { return merkaGetContext() == nullptr; }));
+    broker.start();
+    if (meanwhile) meanwhile();
+    testClock.advance(250);
+    EXPECT_TRUE(serve_until([] { return merkaGetContext() != nullptr; }));
+}
+
+TEST(Merka, ObjectThatABrokerRefusedComesBackWithTheNext) {
+    isolated("", [](Broker &broker) {
+        add_object();
+        std::optional<Wire> squatter;
+        replace(broker, [&] {
+            squatter.emplace(socketPath);
+            EXPECT_NE(squatter->add_object(text_attr(UBUS_ATTR_OBJPATH, "merka.test")), 0u);
+        });
+        squatter.reset();
+        serve_after(0);
+        EXPECT_FALSE(object_is_there());
+        replace(broker);
+        EXPECT_TRUE(object_is_there());
     });
 }
 

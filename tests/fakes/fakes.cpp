@@ -83,7 +83,7 @@ void fake_reset() {
 
 // clang-format off
 std::string fake_log() { return logCapture.get(); }
-void fake_clear_log() { logCapture.start(); }
+void fake_clear_log() { logCapture.start(), errCapture.start(); }
 std::string fake_stderr() { return errCapture.get(); }
 // clang-format on
 

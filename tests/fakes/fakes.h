@@ -147,7 +147,7 @@ struct FakeLogLine {
     std::string message;
 };
 std::vector<FakeLogLine> fake_log_lines();
-/** What was written to stderr besides the log since fake_reset. */
+/** What was written to stderr besides the log since then. */
 std::string fake_stderr();
 
 /** A product configuration that matches the default fake device, put into the records (no file). */

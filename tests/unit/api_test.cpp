@@ -293,7 +293,8 @@ TEST_F(Api, RequestsAreRepacked) {
 
 TEST_F(Api, CommandsRefusedBeforeTheDriver) {
     const std::string missing = " vesk_applyBackhaulCredentialToBsta - Missing neccessary input.\n\n";
-    const Bytes cred = Bytes(172).text(20, "s").text(85, "k").i32(152, 1);
+    const Bytes cred = Bytes(172).text(4, "a").text(20, "s").text(85, "k").i32(152, 1, 1); // complete
+    const char *bh = "applyBackhaulCredentialToBsta";
     const struct { const char *name, *method, *arg; Bytes record; const char *vapName; std::string logged; } cases[] = {
         { "beacon without a name", "setBeaconRequest", "bcnReq", Bytes(1235), nullptr, "" },
         { "beacon list of 65", "setBeaconRequest", "bcnReq", Bytes(1235).u8(15, 65), "ath0", range(65, 0, 65) },
@@ -305,8 +306,11 @@ TEST_F(Api, CommandsRefusedBeforeTheDriver) {
         { "block operation 2", "setBlockClient", "aclMac", Bytes(12).i32(0, 2), "ath0", "" },
         { "block operation 256", "setBlockClient", "aclMac", Bytes(12).i32(0, 256), "ath0", "" },
         { "monitor operation 2", "setStaMon", "monStaInfo", Bytes(12).i32(0, 2), nullptr, "" },
-        { "credential without a name", "applyBackhaulCredentialToBsta", "bh", Bytes(cred).i32(156, 1), nullptr, missing },
-        { "credential without authMode", "applyBackhaulCredentialToBsta", "bh", Bytes(cred).text(4, "a"), nullptr, missing },
+        { "credential without a name", bh, "bh", Bytes(cred).u8(4, 0), nullptr, missing },
+        { "credential without an SSID", bh, "bh", Bytes(cred).u8(20, 0), nullptr, missing },
+        { "credential without a key", bh, "bh", Bytes(cred).u8(85, 0), nullptr, missing },
+        { "credential without encryption", bh, "bh", Bytes(cred).i32(152, 0), nullptr, missing },
+        { "credential without authMode", bh, "bh", Bytes(cred).i32(156, 0), nullptr, missing },
         { "band without a row", "setBstaAutoConnect", "autoConnect", Bytes(12).i32(0, 1).u8(4, 1), nullptr, range(-1, 0, 2) },
     };
     for (const auto &c : cases) {
@@ -314,7 +318,9 @@ TEST_F(Api, CommandsRefusedBeforeTheDriver) {
         fake_clear_log();
         scan->scanEnable = 1;
         EXPECT_EQ(record_call(c.method, c.arg, c.record, c.vapName), -1);
-        EXPECT_TRUE(fakeDevice.log.empty() && scan->scanEnable == 1);
+        EXPECT_EQ(scan->scanEnable, 1);
+        fake_advance(2s);
+        EXPECT_EQ(fakeDevice.log.size(), 0u);
         EXPECT_TRUE(c.logged.empty() || fake_logged("ERROR", c.logged));
     }
 }
@@ -370,12 +376,12 @@ TEST_F(Api, AutoConnectExcludesScanning) {
     int enabledAtCall = -1;
     fakeDevice.onCall = [&](const FakeCall &) { enabledAtCall = scan->scanEnable; };
     const auto call = [](int band, int on) {
-        return record_call("setBstaAutoConnect", "autoConnect", Bytes(12).i32(0, band).u8(4, on, 1));
+        return record_call("setBstaAutoConnect", "autoConnect", Bytes(12).i32(0, band).u8(4, on, 1, 1));
     };
     EXPECT_EQ(call(0, 1), 0);
     EXPECT_EQ(enabledAtCall, 0); // scans had stopped
     EXPECT_TRUE(scan->scanCfg[0].bstaAuto.enableAuto == 1 && scan->scanCfg[1].bstaAuto.enableAuto == 1);
-    EXPECT_EQ(fakeDevice.calls("rilk_setBstaAutoConnect").at(0).args, "apcli0 enable=1 radar=1");
+    expect_call("rilk_setBstaAutoConnect", "apcli0 enable=1 radar=1", Bytes(23).text(4, "apcli0").u8(20, 1, 1, 1));
     EXPECT_EQ(call(3, 0), 0); // radio 0 still holds scanning back
     EXPECT_EQ(scan->scanEnable, 0);
     EXPECT_EQ(call(0, 0), 0);
@@ -394,6 +400,8 @@ TEST_F(Api, DefaultVlanDwellLimitsAndPlaceholders) {
     EXPECT_TRUE(fake_logged("ERROR", " rilk_setMinMaxDwellTime ERROR, band=3, min=61, max=60\n\n"));
     EXPECT_EQ(fakeDevice.count("rilk_setMinMaxDwellTime"), 1);
     expect_call("rilk_setMinMaxDwellTime", "wifi1 60 60", Bytes(0));
+    fakeDevice.rc["rilk_setMinMaxDwellTime"] = 3;
+    EXPECT_EQ(vesk_setMinMaxDwellTime(3, 60, 60), -1);
     expect_bytes(bus_call("getLinkMetrics", Args().text("local_iface", "ath0").text("peer_mac", "x")), Bytes(40));
     expect_bytes(band_call("getEirp", 9), Bytes(4));
 }

@@ -24,7 +24,7 @@ struct DaemonTest : testing::Test {
     static void SetUpTestSuite() {
         put_file("/tmp/kor-product-cfg.json", R"({"ProductParameters":{"NumberOfWifiRadios":2,"Wifi":[
             {"OperatingFrequencyBand":"2.4GHZ","Vap":[{"InterfaceName":"ath0.v0","Mode":"ap"},
-                {"InterfaceName":"ath1.v0","Mode":"ap"}]},
+                {"InterfaceName":"ath1.v0","Mode":"ap"},{"InterfaceName":"apcli0","Mode":"sta"}]},
             {"OperatingFrequencyBand":"5GHZ","Vap":[{"InterfaceName":"ath10.v0","Mode":"ap"}]}]}})");
         // Put away through malloc and free as this program links them, so that its allocations can fail, too.
         cJSON_Hooks hooks = { [](size_t size) { return malloc(size); }, [](void *p) { free(p); } };
@@ -67,7 +67,7 @@ struct DaemonTest : testing::Test {
         static const std::map<std::string, Bytes> records = {
             // where zeros are refused
             { "data", Bytes(8).i32(4, 5) }, // a channel
-            { "bh", Bytes(172).text(4, "apcli0").text(20, "home").i32(152, 1, 1) },
+            { "bh", Bytes(172).text(4, "apcli0").text(20, "home").text(85, "key").i32(152, 1, 1) },
             { "vendorIE", Bytes(280).text(0, "ath0.v0").i32(16, 1).u8(20, 0xdd).i32(276, 6) },
             { "monStaInfo", Bytes(12).mac(4, 0x99).u8(10, 6) },
             { "aclMac", Bytes(12).mac(4, 0x77) },

@@ -52,8 +52,22 @@ TEST_F(EventIntake, EveryCutLengthReadsAsZerosBehindItsEnd) {
     }
 }
 
+TEST_F(EventIntake, SocketIsReachedFromThisHostOnlyAndGoesWithTheDaemon) {
+    const int fd = fakeLoop.fds.at(0)->fd;
+    sockaddr_in own = {};
+    socklen_t size = sizeof own;
+    int reuse = 0;
+    EXPECT_EQ(getsockname(fd, reinterpret_cast<sockaddr *>(&own), &size), 0);
+    EXPECT_EQ(own.sin_addr.s_addr, htonl(INADDR_LOOPBACK));
+    EXPECT_EQ(getsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &reuse, &(size = sizeof reuse)), 0);
+    EXPECT_NE(reuse, 0); // a successor needn't wait
+    EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC);
+    vesk_deinit_dev_event();
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1);
+    EXPECT_TRUE(fakeLoop.fds.empty());
+}
+
 TEST_F(EventIntake, FindsTheHandlerOrDropsSilently) {
-    EXPECT_EQ(fcntl(fakeLoop.fds.at(0)->fd, F_GETFD), FD_CLOEXEC);
     fake_clear_log();
     for (uint32_t id : { 0u, 15u, 256u, 0x01000003u, 0xffffffffu })
         EXPECT_TRUE(feed(datagram(id, "ath0", Bytes(621, 1))).empty() && !vesk_get_eventCb(id));

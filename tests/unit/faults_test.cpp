@@ -51,6 +51,7 @@ const Row failingCalls[] = {
     { "hul_getRadioChannelList", ALL_OF_SCANS "getRadioAvaliableChannelList getRadioInfo " },
     { "hul_getRadioExcludedChannelList", "getRadioAvaliableChannelList " },
     { "hul_getRadioInfo", "getCurChannelInfo " ALL_OF_SCANS "getRadioInfo getRadioIntfStats getScanStatus getStaInfo " }, // down
+    { "rilk_applyBackhaulCredentialToBsta", "", " rilk_applyBackhaulCredentialToBsta is error !!\n" },
     { "rilk_addVendorIE", "addVendorIE " }, { "rilk_delVendorIE", "delVendorIE " }, { "rilk_sendBTMReq", "setBTMRequest " },
     { "rilk_sendBeaconReq", "setBeaconRequest " }, { "rilk_getCurChannelInfo", "getCurChannelInfo " },
     { "rilk_getChannelNolList", "getNolChannelList ",
@@ -69,8 +70,8 @@ const Row failingCalls[] = {
 };
 
 // What a single allocation that fails on the way up costs: lost | logged.
-#define NO_PRODUCT_FILE ALL_OF_SCANS "getRadioCapability getRadioHeCap getRadioHtCap "         \
-    "getRadioInfo getRadioVhtCap getStaInfo getVapInfo getVapIntfStats | Error:num [-1] [min-max) = [0] - [2] is out " \
+#define NO_PRODUCT_FILE "getBstaIntfInfo " ALL_OF_SCANS "getRadioCapability getRadioHeCap getRadioHtCap "         \
+    "getRadioInfo getRadioVhtCap getStaInfo getVapInfo getVapIntfStats setBstaAutoConnect | Error:num [-1] [min-max) = [0] - [2] is out " \
     "range\n Get vesk config band index failed\n"
 const std::set<std::string> failedAllocations = {
     "|", // a log line's text, a timer, or none at all

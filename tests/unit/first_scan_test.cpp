@@ -103,6 +103,27 @@ TEST_F(FirstScan, WholeBandWay) {
     }
 }
 
+TEST_F(FirstScan, WholeBandWaySwitchedOffHalfWayAndItsPasses) {
+    strcpy(radio[1].chipName, "MTK7612");
+    for (int ch = 36; ch <= 48; ch += 4) fakeDevice.scan[ch] = { ch, 0, 0, ch, -92, 0.0 };
+    fakeLibc.onSleep = [](unsigned us) {
+        if (us == 100000 && fakeDevice.count("rilk_getScanNeighborApOneChannel") == 1) vesk_set_scan_status(0);
+    };
+    vesk_first_scanning(&radio[1].band);
+    EXPECT_EQ(fakeDevice.count("rilk_getScanNeighborApOneChannel"), 2); // the second one was under way
+    EXPECT_EQ(flags(1), (Numbers{ 0, 1, 0, 0 }));
+    for (const int on : { 0, 1 }) { // a pass brings the operating channel's figures up to date
+        radio[1].curChannelInfo = {};
+        vesk_set_scan_status(1);
+        fakeDevice.onCall = [&](const FakeCall &call) {
+            if (call.name == "hul_EM_getWorkRole") vesk_set_scan_status(static_cast<uint32_t>(on));
+        };
+        vesk_scan_process(1);
+        EXPECT_EQ(radio[1].curChannelInfo.ccaIdle, on ? 64 : 0);
+    }
+    EXPECT_EQ(fakeDevice.count("rilk_triggerScan"), 1);
+}
+
 TEST_F(FirstScan, EndTakesBothRadios) {
     using Row = std::tuple<int, const char *, uint32_t>;
     // Role; of each radio in turn status, isAcsEnabled, isFirstScan, isScanEnd; result.

@@ -2,6 +2,7 @@
 // rotated.
 #include "source/vesk_main/log.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "tests/unit/common.h"
@@ -81,6 +82,7 @@ TEST(Log, RotatesAboveOneMebibyteAndComesBackToTheFile) {
 TEST(Log, EndsOnce) {
     open_log();
     FILE *stream = vesk_get_vesk_info()->logFile;
+    EXPECT_EQ(fcntl(fileno(stream), F_GETFD), FD_CLOEXEC); // no child writes into it
     vesk_deinit_log(), vesk_deinit_log();
     VESK_LOG(ERROR, " too late\n"); // a scan thread that still runs
     EXPECT_EQ(vesk_get_vesk_info()->logFile, stream);

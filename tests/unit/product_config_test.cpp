@@ -18,7 +18,7 @@ TEST(ProductConfig, EachKeyLandsInItsField) {
     // clang-format off
     load(R"({"Version":"V","PRODUCTparameters":{"ModelName":"mn","1905EnabledInterfaceNames":"eth0,ath0","MAPProfile":3,
         "NumberOfWifiRadios":4,"NumberOfEthernetPorts":70000,"Ethernet":[{"PhysicalPortNumber":300,"MaxBitRate":2500,"InterfaceName":"eth1"},7],
-        "Wifi":[{"HTShortGI20MHz":"Supporte","HTShortGI40MHz":1,"HT40MHz":true,"VHTShortGI80MHz":"supported"},
+        "Wifi":[{"HTShortGI20MHz":"Supporte","HTShortGI40MHz":1,"HT40MHz":true,"VHT160MHz":"Not Supported","VHTShortGI80MHz":"supported"},
         {"OperatingFrequencyBand":"5GHZ","MaxSupportedSSIDs":16,"SupportedStandards":"st",
         "HTShortGI20MHz":"Supported","HTShortGI40MHz":"Supported","HT40MHz":"Supported by all","HTNumberOfTxStreams":2,
         "HTNumberOfRxStreams":3,"VHTShortGI80MHz":"Supported","VHTShortGI160And80+80MHz":"Supported",
@@ -50,7 +50,7 @@ TEST(ProductConfig, EachKeyLandsInItsField) {
     const uint8_t he[] = { 1, 1, 1, 1, 1, 6, 7, 1, 1, 1, 1, 12 };
     const uint16_t maps[] = { 11, 12, 13, 14, 15, 16 };
     EXPECT_EQ(memcmp(&w.HTShortGI20MHz, htVht, sizeof htVht), 0);
-    EXPECT_EQ(memcmp(&cfg.Wifi[0].HTShortGI20MHz, "\0\0\0\0\0\0", 6), 0); // none says "Supported"
+    EXPECT_EQ(memcmp(&cfg.Wifi[0].HTShortGI20MHz, std::string(sizeof htVht, 0).data(), sizeof htVht), 0); // none says "Supported"
     EXPECT_EQ(memcmp(&w.HEULMUMIMO, he, sizeof he), 0);
     EXPECT_EQ(memcmp(&w.HEMCS, maps, sizeof maps), 0);
     for (const char *line : { "VHT80+80MHz [Supported] int [1]", "PhysicalPortNumber [44]", "TxMap80+80MHz [16]",

@@ -51,5 +51,6 @@ TEST_F(RadioInventoryTest, AvailableListIsTheFullListLessTheExcluded) {
         EXPECT_STREQ(reinterpret_cast<const char *>(radio[1].chAttrList.chList), left) << full << " " << excluded;
         EXPECT_EQ(radio[1].chListNums, full == 4 ? 4 : 64);
         EXPECT_EQ(radio[1].chAttrList.chAttr[0], 0x124) << "the full list's";
+        EXPECT_EQ(radio[1].chAttrList.chAttr[1], 0x100 + left[1]) << "of the same channel";
     }
 }

@@ -47,3 +47,34 @@ TEST_F(ScanRecords, TearDownStopsEverythingAndAutoConnectTheScan) {
     }
     EXPECT_TRUE(logged(" offScan->scanCfg[0].bstaAuto.enableAuto=2, not enable scan\n"));
 }
+
+TEST_F(ScanRecords, BaseVapIsTheFirstThatIsUpAndAnAccessPoint) {
+    const std::tuple<uint8_t, const char *, const char *> rows[] = { // of ath10; base
+        { 1, "ap", "ath10" }, { 0, "ap", "ath11" }, { 1, "sta", "ath11" }, { 1, "", "ath11" }, { 1, "wds-ap", "ath10" } };
+    for (const auto &[status, mode, base] : rows) {
+        vap_of("ath10").status = status;
+        strcpy(vap_of("ath10").mode, mode);
+        EXPECT_STREQ(scan_param(1, 36).baseVap, base) << mode;
+    }
+}
+
+TEST_F(ScanRecords, Resets) {
+    vesk_init_scan_info();
+    set_flags(0, 0, 1, 1), set_flags(1, 0, 1, 1);
+    scan_mark_visited(scan_cfg(1), 4);
+    vesk_reset_scan_status();
+    EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 }));
+    EXPECT_EQ(flags(1), (Numbers{ 0, 1, 0, 1 }));
+    EXPECT_EQ(scan->scanTime, 1700000000);
+    radio[1].curChannelInfo.noise = -90;
+    vesk_scan_channel_at(0)->ch = 1;
+    for (const bool isStale : { false, true }) {
+        scan->needResetScan = isStale, radio[0].chListNums = 2;
+        vesk_reset_scan_info();
+        EXPECT_EQ(radio[1].curChannelInfo.noise, isStale ? 0 : -90);
+        EXPECT_EQ(vesk_scan_channel_at(0)->ch, isStale ? 0 : 1);
+        EXPECT_EQ(flags(1), isStale ? (Numbers{ 1, 0, 0, 0 }) : (Numbers{ 0, 1, 0, 1 }));
+        EXPECT_EQ(scan->channelNums, isStale ? 6 : 7) << "lists of the radios as they are now";
+        EXPECT_EQ(scan->needResetScan, 0);
+    }
+}

@@ -26,9 +26,11 @@ TEST_F(VapInventoryTest, AnnouncesWhatChangesLater) {
         FakeVap &device = *fakeDevice.vap(name);
         device.status = device.cfg.vapAttr = 0, device.bssid[0] = 0xfe;
         device.ssid = std::string(65, 's'); // no terminator
+        device.cfg.authMode = 0x20, device.cfg.encryptMode = 4;
     }
     strcpy(wifi[0].Vap[0].Mode, "xsta"), strcpy(wifi[0].Vap[1].InterfaceName, "gone");
     EXPECT_EQ(refresh(), "veskIfStatusChange ath1.v0 0;veskVapAttrChange ath1.v0 2;veskVapAttrChange ath1.v0 1;");
+    EXPECT_EQ(words(vap_of("ath0").authMode, vap_of("ath1").authMode, vap_of("ath1").encryptMode), "32 32 4 ");
     EXPECT_EQ(refresh(), "");
     EXPECT_EQ(vap_of("ath1").isBackhaulBss, 1) << "never cleared";
     EXPECT_STREQ(vap_of("ath1").mode, "ap") << "kept without a row";

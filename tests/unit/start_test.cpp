@@ -1,0 +1,60 @@
+// main() itself, up to its loop: in which order, and what it leaves running.
+#include "source/vesk_drelm/drelm_private.h"
+#include "tests/unit/daemon_fixture.h"
+
+#include <unistd.h>
+
+int vesk_main();
+
+struct Start : DaemonTest {
+    void SetUp() override {
+        reset();
+        put_file("/var/run/ubus.sock", "");
+        fakeLoop.fds.clear();
+    }
+    void TearDown() override { DaemonTest::TearDown(), vesk_log_use_stderr(), unlink("/var/run/ubus.sock"); }
+    static int wanted(const char *signal) {
+        return static_cast<int>(std::ranges::count(fakeBus.signals, signal, &FakeSignal::name));
+    }
+};
+
+TEST_F(Start, EveryInitialiserInItsPlaceThenTheLoop) {
+    put_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=10\nVESK_LOG_LEVEL=7\n");
+    EXPECT_EQ(vesk_main(), 0);
+    const std::string log = file_text(VESK_LOG_FILE);
+    size_t at = 0;
+    for (const char *text :
+         { "vesk version [1.4.3] load vesk conf", "| vesk_load_platform_config:", " Call hul_getRadioInfo, radio=3",
+           " Call hul_getEnabledVapCfg, ifname=ath10", "| vesk_start_channel_change_timer:", " Vesk init wd done",
+           " vesk_init_scan_info\n", " vesk_start_pthread\n", "band=0, scanEnable=1, scanEnableCfg=1, itv=1\n",
+           "band=1, scanEnable=1, scanEnableCfg=1, itv=11\n", " Vesk print\n", " vesk_check_all_ready\n" }) {
+        const size_t found = log.find(text, at);
+        ASSERT_NE(found, std::string::npos) << text << "\n" << log.substr(at);
+        at = found;
+    }
+    const auto first = std::ranges::find_if(fakeDevice.log, [](auto &c) { return c.name.starts_with("rilk_"); });
+    EXPECT_EQ(first->name, "rilk_initDriver");
+    EXPECT_EQ(fakeDevice.count("rilk_getRadioIfStat"), 2); // counters are there before the first call
+    EXPECT_EQ(fakeBus.calls.front(), "ubus_add_object tamlo.pelk.vesk");
+    EXPECT_EQ(fakeBus.calls.back(), "merkaMainLoop");
+    EXPECT_NE(vesk_get_vesk_info()->ubusObj, nullptr);
+    EXPECT_EQ(fakeLoop.fds.size(), 2u); // signals and events
+}
+
+TEST_F(Start, LeavesEveryPollerAndMonitorRunning) {
+    vesk_main();
+    vesk_log_use_stderr();
+    const std::pair<const char *, int> calls[] = { // within 31 s, first fill included
+        { "hul_getRadioInfo", 4 },  { "rilk_getRadioIfStat", 4 },  { "rilk_getVapAssocStationNumber", 9 },
+        { "rilk_triggerScan", 8 }, { "rilk_getRadioCurChannel", 14 },
+    };
+    const Bytes probe = datagram(VESK_EVENT_PROBE_REQ, "ath0", Bytes(27).mac(16, 0x99).u8(22, 6).i32(23, -71));
+    call(vesk_methods[20], 0); // setStaMon
+    vesk_get_eventCb(VESK_EVENT_PROBE_REQ)(const_cast<uint8_t *>(&probe[41]), "ath0");
+    fake_advance(32s);
+    for (const auto &[name, count] : calls) EXPECT_EQ(fakeDevice.count(name), count) << name;
+    EXPECT_EQ(fakeLibc.popens.size(), 2u); // the sibling's watch
+    EXPECT_EQ(std::ranges::count(fakeLibc.systems, "touch /tmp/vesk_ready"), 1);
+    ASSERT_EQ(wanted(VESK_SIGNAL_UNASSOC_METRICS), 1);
+    EXPECT_EQ(fakeBus.signals.back().payload.at(16 + 5), 0x99);
+}
