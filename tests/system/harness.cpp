@@ -46,9 +46,8 @@ void note_signal(ubus_context *, ubus_event_handler *handler, const char *name, 
 Child::Child(const std::string &program, const std::vector<std::string> &arguments) {
     static int serial;
     base = "/tmp/output/" + program + "." + std::to_string(serial++);
-    const bool isNative = program == "veskctl" && *VESK_TEST_CLIENT;
-    std::vector<std::string> words = { isNative ? VESK_TEST_CLIENT : VESK_BUILD_DIR "/" + program };
-    if (*VESK_EMULATOR && !isNative) words.insert(words.begin(), VESK_EMULATOR);
+    std::vector<std::string> words = { VESK_BUILD_DIR "/" + program };
+    if (*VESK_EMULATOR) words.insert(words.begin(), VESK_EMULATOR);
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char *> argv;
     for (std::string &word : words) argv.push_back(word.data());
