@@ -359,17 +359,20 @@ REASONS = {  # by question: rows of the log, what has to be said, what mustn't
         ([START, LIMITS, PASS, STEP, BUSY], "it scans below 20 % and 10 %", "one of them"),
         (step((7, "vesk_scan_process", "radioInfo[0].isAcsEnabled = 0, scan return")),
          "automatic channel selection is off", "busy"),
-        (step((5, "vesk_scan_5GA_period_ubus_handle", "scanEnable=1"),  # the other radio's
+        (step((5, "vesk_scan_5GA_period_ubus_handle", "scanEnable=1, scanEnableCfg=1"),  # the other radio's
               (5, "vesk_scan_process", "Has station connected , band=1 do not scan")),
          "the log gives no reason", "station was connected"),
         (step((7, "vesk_start_scan_result_ubus_timer", "scanEnable=1, scanEnableCfg=1, itv=1"),
               (6, "vesk_scan_2G_result_ubus_handle",
                "band=0, radio=wifi0, scanning=11, chanIdx=2, offChListNum=13, alreadyScanCount=2")),
          "It scanned channel 11: 2 of 13", "didn't scan"),
-        ([START, (50, *PASS[1:]),  # put off by a channel change
-          (0, "vesk_start_scan_ubus_timer", "scanEnable=1, scanEnableCfg=1, itv=60")],
-         "(in ", "should have opened"),
-        ([START, (75, *PASS[1:])], "should have opened at", "in 0 s"),
+        ([START, (50, *PASS[1:])], "No pass opens while the daemon isn't there", "should have opened"),
+        ([START, PASS, (5, "vesk_setScanEnableSignal", "Set scanning status=0"),
+          (5, "vesk_set_scan_status", "set offScan->scanEnable = 0")],
+         "Scanning is off: switched off by `veskctl scanning off`", "next pass"),
+        (step((5, "vesk_applyBackhaulCredentialToBsta", "vesk_applyBackhaulCredentialToBsta:"),
+              (5, "vesk_set_scan_status", "set offScan->scanEnable = 0")),
+         "Scanning is off: a backhaul credential was given", "auto-connect"),
         ([(900, *START[1:]), (800, *PASS[1:])], "log level is below 6", "missing"),
         (step(ALLOWED, (0, *START[1:])), "The log holds no pass yet", "switched off"),  # a former start's
         ([PASS, STEP, ALLOWED], "start isn't in /tmp/case.log any more", "holds no pass"),

@@ -25,8 +25,8 @@ done <<'TABLE'
 .records[]|select(.name=="WireStation").fields[]|select(.name=="stats").offset 152
 TABLE
 
-veskctl --help | awk '/^[^ ]/ { inside = $0 == "Subcommands:" } inside && /^  [^ ]/ { print $1 }' >"$scratch/commands"
-[ "$(wc -l <"$scratch/commands")" -ge 31 ] || wrong 'veskctl --help lists few commands'
+veskctl --complete '' >"$scratch/commands"
+[ "$(wc -l <"$scratch/commands")" -ge 31 ] || wrong 'veskctl has few commands'
 
 for page in docs/*.[18]; do
     mandoc -T lint -W warning "$page" || wrong "$page"
@@ -43,6 +43,9 @@ complete_words() {
     _veskctl
     printf '%s\n' "${COMPREPLY[@]}"
 }
+while read -r name; do
+    veskctl --help | grep -qE "^  $name[ ,]" || wrong "veskctl --help doesn't list $name"
+done <"$scratch/commands"
 complete_words '' >"$scratch/completed"
 same 'the completion offers other commands' "$scratch/commands" "$scratch/completed"
 while IFS='|' read -r words expected; do
@@ -54,6 +57,7 @@ backhaul auto 5 _|on off
 channel 5 set 44 1|160
 --json log _|level to
 stats --int|--interval
+channel 5 _|set
 call setB|setBstaAutoConnect setBeaconRequest setBTMRequest setBlockClient
 no-such-command _|
 TABLE

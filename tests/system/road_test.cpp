@@ -169,12 +169,14 @@ TEST_F(System, InboundSignalsSwitchTheDaemon) {
 
 TEST_F(System, ClientReachesEverything) {
     startBoth();
+    const auto all_there = [] { return contains(veskctl({ "stations" }).out, "02:5e:70:00:00:02"); };
+    ASSERT_TRUE(eventually(PATIENCE, all_there));
     // clang-format off
     for (const char *command : {
         "radio 2.4", "vap ath0", "stats ath0", "stats 5", "scan", "neighbors 5", "channels 5", "channel 5",
         "scan-trigger 2.4", "stations ath10", "capability 5", "nol 5", "monitor add 02:aa:00:00:00:09 6",
         "monitor del 02:aa:00:00:00:09 0", "block ath0 02:aa:00:00:00:09", "unblock ath0 02:aa:00:00:00:09",
-        "kick ath0 02:5e:70:00:00:01", "vendor-ie add ath0 1 dd03aabbcc", "vendor-ie del ath0 1 dd03aabbcc",
+        "kick ath0 02:5e:70:00:00:01 --no-wait", "vendor-ie add ath0 1 dd03aabbcc", "vendor-ie del ath0 1 dd03aabbcc",
         "vlan 20 5", "vlan", "btm-request ath10 02:5e:70:00:00:02 --target 02:1a:10:00:00:20,81,6",
         "beacon-request ath10 02:5e:70:00:00:02 --channels 1 6 11", "backhaul info", "backhaul auto 5 on",
         "backhaul auto 5 off", "backhaul credential 5 apclii0 net secret-key", "log level 7", "log to stderr",

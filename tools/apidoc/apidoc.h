@@ -7,9 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include <cjson/cJSON.h>
-
-#include "include/vesk_layouts.h"
+#include "tools/client/json.h"
+#include "tools/client/layouts.h"
 
 /** A sentence on a method, a signal (without the interface) or an argument. */
 struct Text {
@@ -24,8 +23,8 @@ const char *argument_text(std::string_view argument);
 
 /** The example record of a layout as bytes; ends the program when the table has none or it doesn't fit. */
 std::vector<uint8_t> sample_record(const RecordLayout &layout);
-/** The same as it was written down: the fields that a caller sets. Caller deletes. */
-cJSON *sample_object(const RecordLayout &layout);
+/** The same as it was written down: the fields that a caller sets. */
+Json sample_object(const RecordLayout &layout);
 /** Example of an argument or a number result as it stands in a call: 3, ath0.v0, {"channel":44}. */
 std::string sample_argument(const WireMethod &method, const WireField &field);
 /** Bytes of a method's example result; empty for a method without one. */
@@ -33,7 +32,7 @@ std::vector<uint8_t> sample_result(const WireMethod &method);
 
 /** The call of a method by the client, and the answer it prints. */
 std::string example_call(const WireMethod &method);
-cJSON *example_answer(const WireMethod &method);
+Json example_answer(const WireMethod &method);
 
 /** All layouts in use, in order of appearance; nested ones before those that hold them. */
 std::vector<const RecordLayout *> all_layouts();
@@ -46,6 +45,6 @@ std::string_view short_name(std::string_view signal);
 
 [[noreturn]] void give_up(const std::string &what);
 
-/** The reference for people, and the description for programs (caller deletes). */
+/** The reference for people, and the description for programs. */
 std::string markdown_reference();
-cJSON *json_description();
+Json json_description();

@@ -2,7 +2,8 @@
 #include <algorithm>
 
 #include "tools/apidoc/apidoc.h"
-#include "tools/veskctl/decode.h"
+#include "tools/client/record.h"
+#include "tools/client/text.h"
 
 namespace
 {
@@ -17,108 +18,129 @@ void add_layout(std::vector<const RecordLayout *> &all, const RecordLayout &layo
         all.push_back(&layout);
 }
 
-void add_number(cJSON *object, const char *name, uint32_t value)
+/** Names of a field's values, as a table of value and name. */
+Json describe_names(const FieldLayout &field)
 {
-    cJSON_AddNumberToObject(object, name, static_cast<double>(value));
+    Json names = Json::object();
+    for (const ValueName &row : field.names)
+        names.put(std::to_string(row.value).c_str(), row.name);
+    return names;
 }
 
-cJSON *describe_layout_field(const FieldLayout &field)
+Json describe_layout_field(const FieldLayout &field)
 {
     static constexpr const char *kinds[] = { "int", "unsigned", "float", "text", "mac", "bytes", "record" };
-    cJSON *row = cJSON_CreateObject();
-    cJSON_AddStringToObject(row, "name", field.name);
-    add_number(row, "offset", field.offset);
-    add_number(row, "width", field.width);
-    add_number(row, "count", field.count);
-    cJSON_AddStringToObject(row, "kind", kinds[static_cast<int>(field.kind)]);
+    Json row = Json::object();
+    row.put("name", field.name);
+    row.put("offset", field.offset);
+    row.put("width", field.width);
+    row.put("count", field.count);
+    row.put("kind", kinds[static_cast<int>(field.kind)]);
     if (*field.unit)
-        cJSON_AddStringToObject(row, "unit", field.unit);
+        row.put("unit", field.unit);
     if (field.countField)
-        cJSON_AddStringToObject(row, "countField", field.countField);
+        row.put("countField", field.countField);
     if (field.record)
-        cJSON_AddStringToObject(row, "record", field.record->name);
+        row.put("record", field.record->name);
     if (field.zeroIsAbsent)
-        cJSON_AddTrueToObject(row, "zeroIsAbsent");
+        row.put("zeroIsAbsent", true);
+    if (!field.names.empty())
+        row.put("names", describe_names(field));
     return row;
 }
 
-cJSON *describe_layout(const RecordLayout &layout)
+Json describe_layout(const RecordLayout &layout)
 {
-    cJSON *record = cJSON_CreateObject();
-    cJSON_AddStringToObject(record, "name", layout.name);
-    add_number(record, "size", layout.size);
-    cJSON *fields = cJSON_AddArrayToObject(record, "fields");
+    Json record = Json::object();
+    record.put("name", layout.name);
+    record.put("size", layout.size);
+    Json fields = Json::array();
     for (const FieldLayout &field : layout.fields)
-        cJSON_AddItemToArray(fields, describe_layout_field(field));
+        fields.push(describe_layout_field(field));
+    record.put("fields", std::move(fields));
     return record;
 }
 
-cJSON *describe_wire_field(const WireMethod &method, const WireField &field)
+Json describe_wire_field(const WireMethod &method, const WireField &field)
 {
-    cJSON *row = cJSON_CreateObject();
-    cJSON_AddStringToObject(row, "name", field.name);
-    cJSON_AddStringToObject(row, "type", type_name(field.type));
+    Json row = Json::object();
+    row.put("name", field.name);
+    row.put("type", type_name(field.type));
     if (field.type == WireType::Record) {
-        cJSON_AddStringToObject(row, "record", vesk_layout_of(method.name, field.name)->name);
-        add_number(row, "size", field.size);
+        row.put("record", vesk_layout_of(method.name, field.name)->name);
+        row.put("size", field.size);
     }
     return row;
 }
 
-void add_sample(cJSON *example, const char *name, const std::vector<uint8_t> &record)
+void add_sample(Json &example, const char *name, const std::vector<uint8_t> &record)
 {
     if (!record.empty() && record.size() <= shownBytes)
-        cJSON_AddStringToObject(example, name, to_hex(record.data(), record.size()).c_str());
+        example.put(name, to_hex(record.data(), record.size()));
 }
 
-cJSON *describe_method(const WireMethod &method)
+Json describe_method(const WireMethod &method)
 {
-    cJSON *row = cJSON_CreateObject();
-    cJSON_AddStringToObject(row, "name", method.name);
-    cJSON_AddStringToObject(row, "help", method_text(method.name));
-    cJSON *args = cJSON_AddArrayToObject(row, "arguments");
+    Json row = Json::object();
+    row.put("name", method.name);
+    row.put("help", method_text(method.name));
+    Json args = Json::array();
     for (const WireField &field : method.args)
         if (field.name)
-            cJSON_AddItemToArray(args, describe_wire_field(method, field));
-    cJSON_AddItemToObject(
-        row, "result", method.result.name ? describe_wire_field(method, method.result) : cJSON_CreateNull());
-    cJSON *example = cJSON_AddObjectToObject(row, "example");
-    cJSON_AddStringToObject(example, "call", example_call(method).c_str());
+            args.push(describe_wire_field(method, field));
+    row.put("arguments", std::move(args));
+    row.put("result", method.result.name ? describe_wire_field(method, method.result) : Json::null());
+    Json example = Json::object();
+    example.put("call", example_call(method));
     for (const WireField &field : method.args)
         if (field.type == WireType::Record)
             add_sample(example, "argumentBytes", sample_record(*vesk_layout_of(method.name, field.name)));
     add_sample(example, "resultBytes", sample_result(method));
-    cJSON_AddItemToObject(example, "answer", example_answer(method));
+    example.put("answer", example_answer(method));
+    row.put("example", std::move(example));
     return row;
 }
 
-cJSON *describe_signal(const SignalLayout &signal)
+Json layout_name(const RecordLayout *layout)
 {
-    cJSON *row = cJSON_CreateObject();
-    cJSON_AddStringToObject(row, "name", signal.name);
-    cJSON_AddStringToObject(row, "help", signal_text(short_name(signal.name)));
-    add_number(row, "size", signal.size);
-    cJSON_AddItemToObject(row, "record",
-                          signal.layout ? cJSON_CreateString(signal.layout->name) : cJSON_CreateNull());
+    return layout ? Json::text(layout->name) : Json::null();
+}
+
+Json describe_signal(const SignalLayout &signal)
+{
+    Json row = Json::object();
+    row.put("name", signal.name);
+    row.put("help", signal_text(short_name(signal.name)));
+    row.put("size", signal.size);
+    row.put("record", layout_name(signal.layout));
     if (signal.layout) {
         const std::vector<uint8_t> record = sample_record(*signal.layout);
-        cJSON *example = cJSON_AddObjectToObject(row, "example");
+        Json example = Json::object();
         add_sample(example, "bytes", record);
-        cJSON_AddItemToObject(example, "data", decode_signal(signal.name, record));
+        example.put("data", decode_signal(signal.name, record));
+        row.put("example", std::move(example));
     }
     return row;
 }
 
-cJSON *describe_switch(const SwitchLayout &row)
+Json describe_switch(const SwitchLayout &row)
 {
-    cJSON *object = cJSON_CreateObject();
-    cJSON_AddStringToObject(object, "name", (VESK_BUS_OBJECT "." + std::string(row.name)).c_str());
-    cJSON_AddStringToObject(object, "help", row.help);
-    cJSON_AddStringToObject(object, "payload", payload_name(row.payload));
-    add_number(object, "size", row.size);
-    cJSON_AddItemToObject(object, "record",
-                          row.layout ? cJSON_CreateString(row.layout->name) : cJSON_CreateNull());
+    Json object = Json::object();
+    object.put("name", VESK_BUS_OBJECT "." + std::string(row.name));
+    object.put("help", row.help);
+    object.put("payload", payload_name(row.payload));
+    object.put("size", row.size);
+    object.put("record", layout_name(row.layout));
     return object;
+}
+
+template <class Rows, class Describe>
+Json described(const Rows &rows, Describe describe)
+{
+    Json array = Json::array();
+    for (const auto &row : rows)
+        array.push(describe(row));
+    return array;
 }
 } // namespace
 
@@ -165,32 +187,25 @@ std::string example_call(const WireMethod &method)
     return call;
 }
 
-cJSON *example_answer(const WireMethod &method)
+Json example_answer(const WireMethod &method)
 {
-    cJSON *answer = cJSON_CreateObject();
-    cJSON_AddNumberToObject(answer, "return", 0);
-    if (cJSON *value = decode_result(method, sample_result(method)))
-        cJSON_AddItemToObject(answer, method.result.name, value);
+    Json answer = Json::object();
+    answer.put("return", 0);
+    if (Json value = decode_result(method, sample_result(method), Secrets::Shown))
+        answer.put(method.result.name, std::move(value));
     return answer;
 }
 
-cJSON *json_description()
+Json json_description()
 {
-    cJSON *root = cJSON_CreateObject();
-    cJSON_AddStringToObject(root, "object", VESK_BUS_OBJECT);
-    cJSON_AddStringToObject(root, "version", VESK_VERSION);
-    cJSON_AddStringToObject(root, "byteOrder", "host (little-endian in the examples)");
-    cJSON *records = cJSON_AddArrayToObject(root, "records");
-    for (const RecordLayout *layout : all_layouts())
-        cJSON_AddItemToArray(records, describe_layout(*layout));
-    cJSON *methods = cJSON_AddArrayToObject(root, "methods");
-    for (const WireMethod &method : vesk_methods)
-        cJSON_AddItemToArray(methods, describe_method(method));
-    cJSON *signals = cJSON_AddArrayToObject(root, "signals");
-    for (const SignalLayout &signal : vesk_signals)
-        cJSON_AddItemToArray(signals, describe_signal(signal));
-    cJSON *switches = cJSON_AddArrayToObject(root, "switches");
-    for (const SwitchLayout &row : vesk_switches)
-        cJSON_AddItemToArray(switches, describe_switch(row));
+    Json root = Json::object();
+    root.put("object", VESK_BUS_OBJECT);
+    root.put("version", VESK_VERSION);
+    root.put("byteOrder", "host (little-endian in the examples)");
+    root.put("records",
+             described(all_layouts(), [](const RecordLayout *layout) { return describe_layout(*layout); }));
+    root.put("methods", described(vesk_methods, describe_method));
+    root.put("signals", described(vesk_signals, describe_signal));
+    root.put("switches", described(vesk_switches, describe_switch));
     return root;
 }

@@ -9,11 +9,7 @@ int main(int argc, char **argv)
     if (argc == 2 && strcmp(argv[1], "--markdown") == 0) {
         fputs(markdown_reference().c_str(), stdout);
     } else if (argc == 2 && strcmp(argv[1], "--json") == 0) {
-        cJSON *description = json_description();
-        char *text = cJSON_Print(description);
-        puts(text);
-        cJSON_free(text);
-        cJSON_Delete(description);
+        puts(json_description().pretty().c_str());
     } else {
         fputs("Usage: vesk-apidoc --markdown | --json\n", stderr);
         return 2;

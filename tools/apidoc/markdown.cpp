@@ -1,49 +1,13 @@
 // The form for people: docs/bus-api.md.
+#include <cstring>
 #include <initializer_list>
 
 #include "tools/apidoc/apidoc.h"
-#include "tools/veskctl/decode.h"
+#include "tools/apidoc/introduction.h"
+#include "tools/client/record.h"
 
 namespace
 {
-constexpr char introduction[] =
-    "# The bus interface\n\n"
-    "<!-- Printed by vesk-apidoc from the tables and records of include/. `ninja -C build bus-api` writes it "
-    "anew. "
-    "-->\n\n"
-    "The daemon offers one object, `" VESK_BUS_OBJECT
-    "`, with 38 methods, sends 15 signals and listens to 9.\n"
-    "\n"
-    "- **Records** travel as one blobmsg field of type UNSPEC: the packed bytes in the host's order, without "
-    "a\n"
-    "  header or a version. Their exact size is their only protection: a call with a record of another size, "
-    "or\n"
-    "  without it, is answered by an error of the bus. The examples show the order of a little-endian host.\n"
-    "- **Numbers** (`int8`, `int32`) and texts (`string`) are ordinary blobmsg fields.\n"
-    "- **A reply** begins with the field `return`: 0 when the method did its work, another value (mostly -1) "
-    "when\n"
-    "  it refused; the result field follows in either case, but means something only with 0. The daemon's "
-    "log\n"
-    "  says why it refused.\n"
-    "- **A signal** is a bus event with the full name as its id and the record's bytes in one UNSPEC field\n"
-    "  `payload`, in both directions.\n"
-    "- **Requests that touch a radio** (`setChannel`, the backhaul calls) are applied two seconds later: "
-    "their\n"
-    "  `return` doesn't tell how that went.\n"
-    "- **Bytes between two fields** of a record carry nothing. Fields named `value1`, `text1` and so on "
-    "carry what\n"
-    "  the driver reports; the daemon gives them no meaning. \"0: unknown\" marks figures whose 0 says that "
-    "they\n"
-    "  haven't been measured; `veskctl` prints them as null. A list holds as many entries as its count field "
-    "says.\n"
-    "- **Band words**: 0 2.4 GHz, 3 5 GHz (1 and 2 its lower and upper half), 4 60 GHz; the radios of a "
-    "two-radio\n"
-    "  device answer to 0 and 3. **Bandwidth index**: 0 to 4 for 20, 40, 80, 160 and 80+80 MHz.\n"
-    "- **Interface names** of the bus are the outer names: what `getRadioApIntfsInfo` lists.\n\n"
-    "The examples are calls of the command line client (`man veskctl`); `vesk-apidoc --json` prints all of "
-    "this,\n"
-    "with the examples' bytes, for programs.\n";
-
 std::string code(std::string_view text)
 {
     return "`" + std::string(text) + "`";
@@ -66,14 +30,12 @@ std::string table_row(std::initializer_list<std::string> cells)
     return row + "\n";
 }
 
-std::string json_block(cJSON *value)
+std::string json_block(const Json &value)
 {
-    char *text = cJSON_Print(value);
+    const std::string text = value.pretty();
     std::string block = "```json\n";
-    for (const char *p = text; *p; p++)
-        block += *p != '\t' ? std::string(1, *p) : std::string(p[-1] == ':' ? " " : "  ");
-    cJSON_free(text);
-    cJSON_Delete(value);
+    for (size_t i = 0; i < text.size(); i++)
+        block += text[i] != '\t' ? std::string(1, text[i]) : text[i - 1] == ':' ? " " : "  ";
     return block + "\n```\n";
 }
 
@@ -156,6 +118,47 @@ std::string switch_row(const SwitchLayout &row)
     }
     return table_row({ code(row.name), payload, row.help });
 }
+/** The introduction's places are filled from the tables. */
+std::string filled_introduction()
+{
+    const struct {
+        const char *place;
+        std::string text;
+    } places[] = { { "@OBJECT@", VESK_BUS_OBJECT },
+                   { "@METHODS@", std::to_string(std::size(vesk_methods)) },
+                   { "@SIGNALS@", std::to_string(std::size(vesk_signals)) },
+                   { "@SWITCHES@", std::to_string(std::size(vesk_switches)) } };
+    std::string text = introduction;
+    for (const auto &row : places)
+        for (size_t at; (at = text.find(row.place)) != std::string::npos;)
+            text.replace(at, strlen(row.place), row.text);
+    return text;
+}
+
+std::string names_section()
+{
+    static constexpr struct {
+        const char *what;
+        std::span<const ValueName> names;
+    } tables[] = { { "band word", bandNames },
+                   { "bandwidth index", bandwidthNames },
+                   { "`authMode`", securityNames },
+                   { "`encryptMode`, `encryption`", encryptionNames } };
+    std::string text =
+        "\n## Names of values\n\nWhat `veskctl` calls a value; in JSON the name follows it as a field "
+        "of its own (`curBw`,\n`curBwName`), null for a value that has none.\n\n";
+    text += table_row({ "field", "values" }) + table_row({ "---", "---" });
+    for (const auto &table : tables) {
+        std::string values;
+        for (const ValueName &row : table.names)
+            values += (values.empty() ? "" : ", ") + std::to_string(row.value) + " " + row.name;
+        text += table_row({ table.what, values });
+    }
+    const std::string streams = "two bits a stream, the first lowest: ";
+    return text +
+           table_row({ "VHT MCS map", streams + "0 MCS 0-7, 1 MCS 0-8, 2 MCS 0-9, 3 no such stream" }) +
+           table_row({ "HE MCS map", streams + "0 MCS 0-7, 1 MCS 0-9, 2 MCS 0-11, 3 no such stream" });
+}
 } // namespace
 
 std::string kind_name(const FieldLayout &field)
@@ -190,7 +193,7 @@ std::string kind_name(const FieldLayout &field)
 
 std::string markdown_reference()
 {
-    std::string text = introduction;
+    std::string text = filled_introduction();
     text += "\n## Methods\n";
     for (const WireMethod &method : vesk_methods)
         text += method_section(method);
@@ -207,5 +210,5 @@ std::string markdown_reference()
     text += "\n## Records\n";
     for (const RecordLayout *layout : all_layouts())
         text += record_section(*layout);
-    return text;
+    return text + names_section();
 }

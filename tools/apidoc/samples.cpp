@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "tools/veskctl/decode.h"
+#include "tools/client/record.h"
 
 namespace
 {
@@ -221,11 +221,11 @@ const char *argument_text(std::string_view argument)
     return "the request"; // a record: its table tells
 }
 
-cJSON *sample_object(const RecordLayout &layout)
+Json sample_object(const RecordLayout &layout)
 {
     for (const Sample &sample : samples)
         if (sample.layout == &layout)
-            if (cJSON *object = cJSON_Parse(sample.json))
+            if (Json object = Json::parse(sample.json))
                 return object;
     give_up(std::string("tools/apidoc/samples.cpp has no valid example of ") + layout.name);
 }
@@ -233,9 +233,7 @@ cJSON *sample_object(const RecordLayout &layout)
 std::vector<uint8_t> sample_record(const RecordLayout &layout)
 {
     std::vector<uint8_t> record;
-    cJSON *object = sample_object(layout);
-    const std::string error = encode_record(layout, object, record);
-    cJSON_Delete(object);
+    const std::string error = encode_record(layout, sample_object(layout).get(), record);
     if (!error.empty())
         give_up(std::string(layout.name) + ": " + error);
     return record;
@@ -245,12 +243,7 @@ std::string sample_argument(const WireMethod &method, const WireField &field)
 {
     if (field.type != WireType::Record)
         return find_text(values, field.name, "example");
-    cJSON *object = sample_object(*vesk_layout_of(method.name, field.name));
-    char *text = cJSON_PrintUnformatted(object);
-    std::string result = text;
-    cJSON_free(text);
-    cJSON_Delete(object);
-    return result;
+    return sample_object(*vesk_layout_of(method.name, field.name)).line();
 }
 
 std::vector<uint8_t> sample_result(const WireMethod &method)

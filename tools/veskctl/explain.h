@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/veskctl/logbook.h"
-#include "tools/veskctl/snapshot.h"
+#include "tools/client/device.h"
+#include "tools/client/log.h"
 
 struct Statement {
     std::string text;
@@ -24,8 +24,9 @@ struct Evidence {
 };
 
 struct Explanation {
-    std::string title;
-    std::vector<Statement> statements;
+    const Logbook &log; // that its statements rest on
+    std::string title = {};
+    std::vector<Statement> statements = {};
 
     void say(const std::string &text, const LogLine *line = nullptr);
     void say_from_bus(const std::string &text) { statements.push_back({ text, "bus", 0, "" }); }

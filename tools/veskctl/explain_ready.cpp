@@ -1,10 +1,10 @@
 // What holds the ready flag back: the role, or a first scan that isn't over, for 32 seconds at most. And what
 // the log can't tell.
 #include <algorithm>
+#include <cstdlib>
 
-#include "tools/veskctl/cli.h"
+#include "tools/client/text.h"
 #include "tools/veskctl/explain.h"
-#include "tools/veskctl/text.h"
 
 namespace
 {
@@ -13,20 +13,26 @@ constexpr const char *isEnd = "vesk_first_scanning_is_end";
 constexpr const char *firstHandlers[] = { "vesk_scan_2G_first_ubus_handle",
                                           "vesk_scan_5GA_first_ubus_handle" };
 constexpr const char *bandNames[] = { "2.4 GHz", "5 GHz" };
+constexpr const char *scanning = "vesk_first_scanning";
 constexpr int silence = 10; // seconds behind an interval that make a log silent
 
-const LogLine *last_of_radio(const Logbook &log, const char *function, const char *format, int radio)
+/** The number behind the last "=". */
+int last_number(const LogLine &line)
 {
-    char text[64];
-    snprintf(text, sizeof text, format, radio);
-    return log.last(function, text);
+    const std::string message(line.message());
+    return atoi(message.c_str() + message.rfind('=') + 1);
+}
+
+const LogLine *end_line(const Logbook &log, int radio)
+{
+    return log.last(isEnd, VESK_TEXT_RADIO_END, printed("isend[%d]=", radio));
 }
 
 void say_made(const Evidence &evidence, Explanation &out)
 {
     const Logbook &log = evidence.log;
-    const LogLine *controller = log.last(nullptr, "Current role: HUL_CONTROLLER");
-    const LogLine *made = log.last("vesk_check_all_ready_ubus_handle", "Create ready file");
+    const LogLine *controller = log.last(nullptr, VESK_TEXT_CONTROLLER);
+    const LogLine *made = log.last("vesk_check_all_ready_ubus_handle", VESK_TEXT_READY);
     if (controller)
         out.say("It was made at once: a controller doesn't wait for its first scans.", controller);
     else if (made && log_number(*made, "checkCnt") >= waits)
@@ -45,10 +51,10 @@ void say_made(const Evidence &evidence, Explanation &out)
 
 void say_running(const Logbook &log, int radio, Explanation &out)
 {
-    const LogLine *progress = last_of_radio(log, "vesk_first_scanning", "usleep=500ms, radio[%d]=", radio);
-    const LogLine *count = log.last(nullptr, printed("scanCfg[%d]->offChListNums", radio).c_str());
-    const int all = count ? atoi(count->message.c_str() + count->message.find('=') + 1) : 0;
-    const LogLine *whole = log.last("vesk_first_scanning", printed("band=%d, chipName=", radio).c_str());
+    const LogLine *progress = log.last(scanning, VESK_TEXT_FIRST_CHANNEL, printed("radio[%d]=", radio));
+    const LogLine *count = log.last("", VESK_TEXT_DUMP_CHANNELS, printed("scanCfg[%d]", radio));
+    const int all = count ? last_number(*count) : 0;
+    const LogLine *whole = log.last(scanning, VESK_TEXT_FIRST_WHOLE_BAND, printed("band=%d,", radio));
     if (progress)
         out.say(printed("%s: its first scan is under way, at channel %d%s.", bandNames[radio],
                         log_number(*progress, "channel"),
@@ -62,16 +68,17 @@ void say_running(const Logbook &log, int radio, Explanation &out)
                 whole);
     else
         out.say(printed("%s: its first scan is under way, or it gave up before it began.", bandNames[radio]),
-                last_of_radio(log, isEnd, "isend[%d]=", radio));
+                end_line(log, radio));
 }
 
 void say_owed(const Evidence &evidence, int radio, Explanation &out)
 {
     const Logbook &log = evidence.log;
-    const LogLine *refused = log.last("vesk_first_scanning", "bstaAuto.enableAuto=");
-    const LogLine *handler = log.last(firstHandlers[radio], "scanEnable=");
-    const LogLine *armed = last_of_radio(log, "vesk_start_first_scan_ubus_timer", "band=%d,", radio);
-    const LogLine *off = log.last("vesk_start_first_scan_ubus_timer", "not enabled ----exit");
+    const LogLine *refused = log.last(scanning, VESK_TEXT_AUTO_CONNECT);
+    const LogLine *handler = log.last(firstHandlers[radio], VESK_TEXT_SWITCHES);
+    const LogLine *armed =
+        log.last("vesk_start_first_scan_ubus_timer", VESK_TEXT_SWITCHES_BAND_ITV, printed("band=%d,", radio));
+    const LogLine *off = log.last("vesk_start_first_scan_ubus_timer", VESK_TEXT_TIMER_OFF);
     if (off && off > armed)
         out.say(printed("%s: its first scan never starts: scanning is off in the configuration.",
                         bandNames[radio]),
@@ -88,19 +95,18 @@ void say_owed(const Evidence &evidence, int radio, Explanation &out)
                         clock_time(armed->when + log_number(*armed, "itv", 0)).c_str()),
                 armed);
     else
-        out.say(printed("%s: its first scan is still owed.", bandNames[radio]),
-                last_of_radio(log, isEnd, "isend[%d]=", radio));
+        out.say(printed("%s: its first scan is still owed.", bandNames[radio]), end_line(log, radio));
 }
 
 void say_radio(const Evidence &evidence, int radio, Explanation &out)
 {
     const Logbook &log = evidence.log;
-    const LogLine *state = last_of_radio(log, isEnd, "isend[%d]=", radio);
+    const LogLine *state = end_line(log, radio);
     if (!state) {
         say_owed(evidence, radio, out);
         return;
     }
-    const LogLine *acs = last_of_radio(log, isEnd, "radioInfo[%d].isAcsEnabled", radio);
+    const LogLine *acs = log.last(isEnd, VESK_TEXT_RADIO_ACS_OFF, printed("radioInfo[%d].", radio));
     const RadioState *device = radio_state(evidence, radio);
     const bool isScanEnd = log_number(*state, printed("isend[%d]", radio).c_str()) == 1;
     const bool isOwed = log_number(*state, "isFirstScan") != 0;
@@ -120,20 +126,18 @@ void say_radio(const Evidence &evidence, int radio, Explanation &out)
 void say_waiting(const Evidence &evidence, Explanation &out)
 {
     const Logbook &log = evidence.log;
-    const LogLine *check = log.last("vesk_check_all_ready_ubus_handle", "Not ready continue");
-    const LogLine *armed = log.last("vesk_start_check_all_ready_ubus_timer", "vesk_start_check_all_ready");
-    const LogLine *role = log.last(isEnd, "UNSELECTED AP");
-    const LogLine *count = log.last(isEnd, "count=");
+    const LogLine *check = log.last("vesk_check_all_ready_ubus_handle", VESK_TEXT_NOT_READY);
+    const LogLine *armed = log.last("vesk_start_check_all_ready_ubus_timer", VESK_TEXT_READY_CHECKS_BEGIN);
+    const LogLine *role = log.last(isEnd, VESK_TEXT_UNSELECTED);
+    const LogLine *count = log.last(isEnd, VESK_TEXT_RADIOS_AT_END);
     if (armed)
         out.say(printed("It is made when both first scans are over, at the latest at %s.",
                         clock_time(armed->when + checkInterval * (waits + 1)).c_str()),
                 armed);
-    if (check) {
-        const char *number = strrchr(check->message.c_str(), '=');
-        out.say(printed("Check %d of %d, at %s, found the device not ready.",
-                        (number ? atoi(number + 1) : 0) + 1, waits, clock_time(check->when).c_str()),
+    if (check)
+        out.say(printed("Check %d of %d, at %s, found the device not ready.", last_number(*check) + 1, waits,
+                        clock_time(check->when).c_str()),
                 check);
-    }
     if (role && role > count) {
         out.say("The node's role isn't decided yet (unselected): such a node is never ready before the "
                 "longest wait "
@@ -148,20 +152,22 @@ void say_waiting(const Evidence &evidence, Explanation &out)
 
 void Explanation::say(const std::string &text, const LogLine *line)
 {
-    statements.push_back({ text, line ? line->source : "", line ? line->number : 0, line ? line->text : "" });
+    statements.push_back(
+        { text, line ? log.source(*line) : "", line ? line->number : 0, line ? line->text : "" });
 }
 
 std::string role_from_log(const Logbook &log, const LogLine **line)
 {
     static constexpr const char *names[] = { "unselected", "controller", "agent" };
-    const LogLine *start = log.last("vesk_load_cfg", "vesk start work role = ");
-    const LogLine *unselected = log.last(nullptr, "The node is UNSELECTED AP");
+    const LogLine *start = log.last("vesk_load_cfg", VESK_TEXT_ROLE);
+    const LogLine *unselected =
+        std::max(log.last(nullptr, VESK_TEXT_UNSELECTED), log.last(nullptr, VESK_TEXT_STEP_UNSELECTED));
     *line = std::max(start, unselected);
     if (!*line)
         return "";
     if (*line == unselected)
         return names[0];
-    const int role = atoi(start->message.c_str() + start->message.rfind('=') + 1);
+    const int role = last_number(*start);
     return role >= 0 && role < 3 ? names[role] : printed("role %d", role);
 }
 
@@ -199,8 +205,7 @@ void explain_log(const Evidence &evidence, int passInterval, Explanation &out)
 
 Explanation explain_ready(const Evidence &evidence)
 {
-    Explanation out;
-    out.title = "Readiness";
+    Explanation out = { evidence.log, "Readiness" };
     if (evidence.readySince) {
         out.say(printed("The device is ready: %s is there, since %s.", readyFlag,
                         clock_time(*evidence.readySince, true).c_str()));

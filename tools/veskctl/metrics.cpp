@@ -8,9 +8,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "tools/veskctl/cli.h"
-#include "tools/veskctl/snapshot.h"
-#include "tools/veskctl/text.h"
+#include "tools/client/device.h"
+#include "tools/client/text.h"
 
 namespace
 {
@@ -103,8 +102,8 @@ constexpr Row rows[] = {
     { Stations, "wifi_stations", "gauge", "Number of connected stations." },
     { StationSignal, "wifi_station_signal_dbm", "gauge", "Current signal strength." },
     { StationSeconds, "wifi_station_connected_seconds", "gauge", "Time since the association." },
-    { StationTx, "vesk_station_transmit_rate", "gauge", "Transmit figure of the driver, in its unit." },
-    { StationRx, "vesk_station_receive_rate", "gauge", "Receive figure of the driver, in its unit." },
+    { StationTx, "vesk_station_transmit_rate", "gauge", "Transmit rate in Mbit/s." },
+    { StationRx, "vesk_station_receive_rate", "gauge", "Receive rate in Mbit/s." },
     { Station11k, "vesk_station_supports_11k", "gauge", "1 if the station supports 802.11k." },
     { Station11v, "vesk_station_supports_11v", "gauge", "1 if the station supports 802.11v." },
 };
@@ -125,11 +124,16 @@ struct Samples {
     std::unordered_set<std::string> seen;
 
     /** A second sample of the same name and labels is dropped: a reader would refuse the whole page. */
-    void add(Metric metric, const std::string &labels, double value)
+    void add_line(Metric metric, const std::string &labels, const std::string &value)
     {
         const std::string series = rows[metric].name + (labels.empty() ? "" : "{" + labels + "}");
-        if (std::isfinite(value) && seen.insert(series).second)
-            lines[metric] += series + printed(" %.15g\n", value);
+        if (seen.insert(series).second)
+            lines[metric] += series + " " + value + "\n";
+    }
+    void add(Metric metric, const std::string &labels, double value)
+    {
+        if (std::isfinite(value))
+            add_line(metric, labels, printed("%.15g", value));
     }
     template <class T>
     void add_if(Metric metric, const std::string &labels, const std::optional<T> &value, double unit = 1)
@@ -153,12 +157,14 @@ void Samples::add_counters(Metric metric, const std::string &labels,
 {
     if (!stats)
         return;
-    uint64_t counters[16];
-    memcpy(counters, &*stats, sizeof counters);
-    for (size_t i = 0; i < 16; i++)
-        if (i != 4) // carries nothing
-            lines[metric] += printed("%s{%s,place=\"%zu\"} %llu\n", rows[metric].name, labels.c_str(), i,
-                                     static_cast<unsigned long long>(counters[i]));
+    const std::vector<uint8_t> bytes = bytes_of_record(*stats);
+    for (const FieldLayout &field : layoutIntfStats.fields)
+        for (uint32_t i = 0; field.width == sizeof(uint64_t) && i < field.count; i++) {
+            const size_t at = field.offset + i * field.width;
+            uint64_t counter;
+            memcpy(&counter, &bytes[at], sizeof counter);
+            add_line(metric, labels + printed(",place=\"%zu\"", at / field.width), std::to_string(counter));
+        }
 }
 
 /** 0 marks an absent figure; add() leaves out what isn't a number. */
@@ -169,8 +175,7 @@ double unless_zero(double value)
 
 double width_hertz(int bandwidth)
 {
-    static constexpr double widths[] = { 20e6, 40e6, 80e6, 160e6, 160e6 };
-    return bandwidth >= 0 && bandwidth < 5 ? widths[bandwidth] : NAN;
+    return unless_zero(bandwidth_mhz(bandwidth) * 1e6);
 }
 
 void add_operating(Samples &out, const std::string &labels, const WireCurChannelInfo &o)
@@ -233,7 +238,7 @@ void add_vap(Samples &out, const VapState &vap)
                 label("bssid", vap.bssid) + "," + label("role", vap_role(vap.attribute)),
             1);
     out.add_counters(VapStats, labels, vap.stats);
-    if (is_bsta(vap.attribute))
+    if (vap.is_station())
         return;
     out.add(Stations, labels, static_cast<double>(vap.stations.size()));
     for (const StationState &s : vap.stations) {

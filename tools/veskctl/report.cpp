@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
-#include "tools/veskctl/cli.h"
-#include "tools/veskctl/report_style.h"
-#include "tools/veskctl/text.h"
+#include "tools/client/text.h"
+#include "tools/veskctl/report_css.h"
 
 namespace
 {
@@ -36,7 +35,7 @@ std::string fact(const char *name, const std::string &value)
 std::string radio_facts(const RadioState &r)
 {
     std::string text = "<dl class=\"facts\">";
-    text += fact("Radio", html_escape(r.name) + (!r.isEnabled ? ", disabled" : r.isUp ? ", up" : ", down"));
+    text += fact("Radio", html_escape(r.name) + ", " + r.state());
     text += fact("Channel", r.channel > 0 ? std::to_string(r.channel) : unknown());
     text += fact("Width", bandwidth_name(r.bandwidth));
     text += fact("Power", minus(printed("%.1f dBm", r.power)));
@@ -109,6 +108,7 @@ std::string channel_row(const ChannelState &c)
     text += c.isOwn ? "<span class=\"tag own\">in use</span>" : "";
     text += c.isNol ? "<span class=\"tag nol\">NOL</span>" : "";
     text += !c.isAvailable && !c.isNol ? "<small>not available</small>" : "";
+    text += c.needsDfs ? "<small>DFS</small>" : "";
     text += "</th>";
     if (!c.isMeasured())
         return text + "<td colspan=\"4\"><span class=\"unknown\">not measured yet</span></td></tr>";
@@ -137,7 +137,7 @@ std::string neighbor_table(const RadioState &r)
         "<table><caption>Neighbours, strongest first</caption><thead><tr><th scope=\"col\">Network</th>"
         "<th scope=\"col\">Channel</th><th scope=\"col\">Level</th></tr></thead><tbody>";
     for (const NeighborState &n : r.neighbors)
-        text += "<tr><th scope=\"row\">" + neighbor_name(n) + "<small class=\"mac\">" + n.bssid +
+        text += "<tr><th scope=\"row\">" + ssid_html(n.ssid) + "<small class=\"mac\">" + n.bssid +
                 printed("</small></th><td>%d</td><td>", n.channel) + level_cell(n.level) + "</td></tr>";
     return text + "</tbody></table>";
 }
@@ -171,7 +171,7 @@ std::string station_table(const VapState &vap)
                        "scope=\"col\" class=\"r\">Connected</th></tr></thead><tbody>";
     for (const StationState &s : vap.stations)
         text += "<tr><th scope=\"row\"><span class=\"mac\">" + s.mac + "</span><small>" +
-                printed("tx %d, rx %d", s.tx, s.rx) + (s.is11k ? ", 802.11k" : "") +
+                printed("tx %d, rx %d Mbit/s", s.tx, s.rx) + (s.is11k ? ", 802.11k" : "") +
                 (s.is11v ? ", 802.11v" : "") + (s.isBackhaul ? ", backhaul" : "") + "</small></th><td>" +
                 level_cell(s.signal) + "</td><td class=\"r\">" + span_text(s.seconds) + "</td></tr>";
     return text + "</tbody></table>";
@@ -179,10 +179,8 @@ std::string station_table(const VapState &vap)
 
 std::string vap_card(const VapState &vap)
 {
-    const bool isStation = is_bsta(vap.attribute);
-    const std::string title = !vap.ssid.empty() ? html_escape(vap.ssid)
-                              : isStation       ? "backhaul station"
-                                                : "hidden network";
+    const bool isStation = vap.is_station();
+    const std::string title = vap.ssid.empty() && isStation ? "backhaul station" : ssid_html(vap.ssid);
     std::string text = "<article><h3>" + title + "</h3><p class=\"note\">" + html_escape(vap.name) + ", " +
                        band_name(vap.band) + ", " + vap_role(vap.attribute) + ", " +
                        (vap.isUp ? "up" : "down");
@@ -238,7 +236,7 @@ std::string document(const std::string &body, int refresh)
         "content=\"width=device-width,initial-scale=1\"><link rel=\"icon\" href=\"data:,\">";
     if (refresh > 0)
         text += printed("<meta http-equiv=\"refresh\" content=\"%d\">", refresh);
-    return text + "<title>Wi-Fi channels</title><style>" + reportStyle +
+    return text + "<title>Wi-Fi channels</title><style>" + report_css +
            "</style></head><body><a class=\"skip\" href=\"#main\">To the channels</a>" + body +
            "</body></html>\n";
 }
@@ -259,9 +257,14 @@ std::string dbm_text(const std::optional<double> &value)
     return value ? minus(printed("%.1f", *value)) + " dBm" : "unknown";
 }
 
-std::string neighbor_name(const NeighborState &n)
+std::string ssid_html(const std::string &ssid)
 {
-    return n.ssid.empty() ? "hidden network" : html_escape(n.ssid);
+    return ssid.empty() ? "hidden network" : "<bdi>" + html_escape(ssid) + "</bdi>";
+}
+
+std::string ssid_text(const std::string &ssid)
+{
+    return ssid.empty() ? "hidden network" : html_escape(ssid);
 }
 
 std::string report_page(const Snapshot &snapshot, int refresh)

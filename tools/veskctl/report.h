@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tools/veskctl/snapshot.h"
+#include "tools/client/device.h"
 
 /** The page; `refresh`: seconds after which a browser loads it anew, 0 never. */
 std::string report_page(const Snapshot &snapshot, int refresh);
@@ -15,8 +15,11 @@ std::string minus(const std::string &number);
 /** How a level is spelled on the page; "unknown" where it is absent. */
 std::string dbm_text(const std::optional<int> &value);
 std::string dbm_text(const std::optional<double> &value);
-/** A neighbour's name, escaped; a hidden network has none. */
-std::string neighbor_name(const NeighborState &neighbor);
+/** A name that others gave, escaped and kept from turning the line round it; "hidden network" where it is
+ * empty. */
+std::string ssid_html(const std::string &ssid);
+/** The same for the title of a picture's part, which takes no markup. */
+std::string ssid_text(const std::string &ssid);
 
 struct ChartSize {
     int width;              // of the drawing, in its own units

@@ -5,9 +5,8 @@
 #include <cstring>
 #include <map>
 
-#include "tools/veskctl/cli.h"
+#include "tools/client/text.h"
 #include "tools/veskctl/report.h"
-#include "tools/veskctl/text.h"
 
 namespace
 {
@@ -164,26 +163,13 @@ void draw_grid(Chart &chart, const Panel &panel, const char *title, double step,
     }
 }
 
-/** First and last channel that an own signal of this width covers on 5 GHz; the primary alone elsewhere. */
-void own_block(const RadioState &radio, int &first, int &last)
-{
-    static constexpr int channels[] = { 1, 2, 4, 8, 4 };
-    first = last = radio.channel;
-    if (radio.band == 0 || radio.bandwidth < 1 || radio.bandwidth > 4)
-        return;
-    const int base = radio.channel >= 149 ? 149 : 36, span = 4 * channels[radio.bandwidth];
-    first = base + (radio.channel - base) / span * span;
-    last = first + span - 4;
-}
-
 void draw_own(Chart &chart)
 {
-    int first, last;
-    own_block(chart.radio, first, last);
+    const ChannelBlock block = channel_block(chart.radio.band, chart.radio.channel, chart.radio.bandwidth);
     const double half = chart.axis.half * chart.axis.perMhz;
     double from = chart.size.width, to = 0;
     for (const auto &[channel, x] : chart.axis.x) {
-        if (channel < first || channel > last)
+        if (channel < block.first || channel > block.last)
             continue;
         from = std::min(from, x - half);
         to = std::max(to, x + half);
@@ -304,7 +290,7 @@ void draw_hill(Chart &chart, const NeighborState &n)
     chart.add(printed("<path d=\"M%.1f %.1fC%.1f %.1f %.1f %.1f %.1f %.1fZ\" class=\"h h%d\"><title>",
                       x - half, base, x - half * 0.62, control, x + half * 0.62, control, x + half, base,
                       hill_color(n.bssid)) +
-              neighbor_name(n) + printed(", channel %d, ", n.channel) + dbm_text(n.level) +
+              ssid_text(n.ssid) + printed(", channel %d, ", n.channel) + dbm_text(n.level) +
               "</title></path>");
 }
 

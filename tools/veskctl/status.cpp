@@ -7,8 +7,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "tools/veskctl/cli.h"
-#include "tools/veskctl/text.h"
+#include "tools/client/text.h"
 
 namespace
 {
@@ -28,28 +27,22 @@ struct Painter {
     /** Adds a line, cut at the screen's edge; colour sequences take no room. */
     void line(const std::string &what)
     {
-        int used = 0;
-        bool inSequence = false, colored = false;
-        for (size_t i = 0; i < what.size(); i++) {
-            const char c = what[i];
-            const bool isLead = (static_cast<unsigned char>(c) & 0xc0) != 0x80;
-            if (c == '\033')
-                inSequence = colored = true;
-            if (!inSequence && isLead && ++used > screen.width)
+        size_t room = static_cast<size_t>(screen.width);
+        for (std::string_view rest = what; !rest.empty();) {
+            const size_t escape = rest.find('\033');
+            const std::string piece(rest.substr(0, escape));
+            const size_t cells = cell_count(piece);
+            text += cells <= room ? piece : cut_text(piece, room, "");
+            room -= std::min(cells, room);
+            if (escape == std::string_view::npos)
                 break;
-            text += c;
-            if (inSequence && c == 'm')
-                inSequence = false;
+            const size_t end = rest.find('m', escape);
+            text += rest.substr(escape, end - escape + 1);
+            rest.remove_prefix(end + 1);
         }
-        text += colored ? "\033[0m\n" : "\n";
+        text += "\n";
     }
 };
-
-std::string padded(const std::string &text, size_t width)
-{
-    const size_t used = char_count(text);
-    return used < width ? text + std::string(width - used, ' ') : text;
-}
 
 std::string bars_text(const std::optional<int> &signal, const Screen &screen)
 {
@@ -94,10 +87,7 @@ void add_radio(Painter &out, const RadioState &radio, bool showProgress)
 {
     out.line("");
     out.line(out.bold(band_name(radio.band)) +
-             printed("  %s  %s  channel %d  %s  %.1f dBm  %s", radio.name.c_str(),
-                     !radio.isEnabled ? "disabled"
-                     : radio.isUp     ? "up"
-                                      : "down",
+             printed("  %s  %s  channel %d  %s  %.1f dBm  %s", radio.name.c_str(), radio.state(),
                      radio.channel, bandwidth_name(radio.bandwidth), radio.power, radio.standards.c_str()));
     if (showProgress)
         add_progress(out, radio);
@@ -122,7 +112,7 @@ void add_radio(Painter &out, const RadioState &radio, bool showProgress)
 
 void add_vap(Painter &out, const VapState &vap)
 {
-    const bool isStation = is_bsta(vap.attribute);
+    const bool isStation = vap.is_station();
     out.line(padded(vap.name, 10) + padded(cut_text(vap.ssid, 20, out.screen.unicode ? "…" : "."), 21) +
              padded(band_name(vap.band), 8) + padded(vap_role(vap.attribute), 17) +
              (vap.isUp ? "up" : "down") + (isStation && !vap.peer.empty() ? "  peer " + vap.peer : ""));
@@ -153,7 +143,7 @@ bool is_utf8_locale()
 }
 } // namespace
 
-Screen screen_of_terminal()
+Screen screen_of_terminal(bool color)
 {
     Screen screen;
     winsize size = {};
@@ -162,7 +152,7 @@ Screen screen_of_terminal()
         screen.width = size.ws_col;
     else if (columns && atoi(columns) > 0)
         screen.width = atoi(columns);
-    screen.color = options.color;
+    screen.color = color;
     screen.unicode = is_utf8_locale();
     return screen;
 }

@@ -4,9 +4,8 @@
 #include <deque>
 #include <string>
 
-#include "tools/veskctl/logbook.h"
-#include "tools/veskctl/signals.h"
-#include "tools/veskctl/snapshot.h"
+#include "tools/client/device.h"
+#include "tools/client/log.h"
 
 struct Screen {
     int width = 80;
@@ -14,8 +13,8 @@ struct Screen {
     bool unicode = false; // else ASCII only
 };
 
-/** What the terminal and the environment allow (COLUMNS, NO_COLOR, the locale). */
-Screen screen_of_terminal();
+/** What the terminal and the environment allow (COLUMNS, the locale). */
+Screen screen_of_terminal(bool color);
 
 struct StatusView {
     const Snapshot *device; // NULL: `error` says why the daemon can't be asked

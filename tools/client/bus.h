@@ -1,5 +1,9 @@
-// The client's side of the bus: connecting with a deadline, calling the daemon's methods by their rows,
-// listening to its signals. Uses the public bus API only.
+// The client's side of the bus: calling the daemon's methods by their rows, sending its switches, listening
+// to its signals. Uses the public bus API only.
+//
+// Nothing here waits without a limit. The bus library's own waits have none, so a clock ticks through each of
+// them and, when the time is over or a stop is asked for, shuts the connection's socket down, which ends any
+// wait.
 #pragma once
 
 #include <cstdint>
@@ -10,9 +14,13 @@
 
 #include "include/vesk_methods.h"
 
+inline constexpr int busLimitMs =
+    5000; // for all that one command, or one look of a repeated one, does on the bus
+
 /** Result of a call. `error` is empty when the daemon answered; `status` is its `return` field. */
 struct CallResult {
     std::string error;
+    bool isAbsent = false; // the error is that the daemon's object isn't on the bus
     int status = 0;
     std::vector<uint8_t> record; // the result field's bytes; numbers in host order
 };
@@ -26,20 +34,27 @@ struct CallArg {
     std::vector<uint8_t> record;
 };
 
+/** The broker's socket; the device's own path unless this names another. The text has to stay. */
+void bus_use_socket(const char *path);
+
+/** Starts the time that everything from here on has on the bus, until it is started again. */
+void bus_start_time(int limitMs = busLimitMs);
+
 /** Connects to the broker. False, with the reason in `error`, when it is missing or doesn't greet in time. */
-bool ctl_connect(std::string &error);
-void ctl_disconnect();
+bool bus_connect(std::string &error);
+void bus_disconnect();
 
-const WireMethod *ctl_method(std::string_view name);
+const WireMethod *bus_method(std::string_view name);
 
-/** Calls a method of the daemon; `timeoutMs` covers the call alone. */
-CallResult ctl_call(const WireMethod &method, const std::vector<CallArg> &args, int timeoutMs = 5000);
+/** Calls a method of the daemon. The daemon's object is looked up once a connection, and again when it is a
+ * new one. */
+CallResult bus_call(const WireMethod &method, const std::vector<CallArg> &args);
 
 /** The same for methods whose record is one C++ type. */
 template <class T>
-CallResult ctl_get(std::string_view method, const std::vector<CallArg> &args, T *record)
+CallResult bus_get(std::string_view method, const std::vector<CallArg> &args, T *record)
 {
-    CallResult result = ctl_call(*ctl_method(method), args);
+    CallResult result = bus_call(*bus_method(method), args);
     if (result.error.empty() && result.record.size() == sizeof(T))
         __builtin_memcpy(static_cast<void *>(record), result.record.data(), sizeof(T));
     return result;
@@ -61,16 +76,18 @@ CallArg arg_record(const char *name, const T &record)
 }
 
 /** Sends an inbound signal of the daemon ("setLogLevel") with its payload; empty error on success. */
-std::string ctl_send_signal(std::string_view signal, const void *payload, size_t size);
+std::string bus_send_signal(std::string_view signal, const void *payload, size_t size);
 
 using SignalVisitor = std::function<void(const std::string &name, const std::vector<uint8_t> &payload)>;
 
 /** Delivers the daemon's signals until `stop` answers true or the process gets SIGINT or SIGTERM; looks for
- * both every 100 ms. Outlives a broker that is started again. False, with the reason, when there is no bus to
- * begin with. */
-bool ctl_listen(const SignalVisitor &visit, const std::function<bool()> &stop, std::string &error);
+ * both every 100 ms. `stop` may call methods. Outlives a broker that is started again. False, with the
+ * reason, when there is no bus to begin with. */
+bool bus_listen(const SignalVisitor &visit, const std::function<bool()> &stop, std::string &error);
 
 /** From here on SIGINT and SIGTERM only leave a note, so that a loop ends between two rounds; call before the
  * bus is used. */
 void catch_stop();
 bool stop_asked();
+/** Sleeps. False once a stop has been asked for. */
+bool sleep_until_stop(int ms);

@@ -1,10 +1,10 @@
-#include "tools/veskctl/decode.h"
+#include "tools/client/record.h"
 
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 
-#include "tools/veskctl/text.h"
+#include "tools/client/text.h"
 
 namespace
 {
@@ -31,47 +31,42 @@ double load_float(const uint8_t *from, uint32_t width)
 }
 
 /** Nothing may steer a terminal, and JSON takes valid UTF-8 only. */
-std::string load_text(const uint8_t *from, uint32_t width)
+std::string load_text(const FieldLayout &field, const uint8_t *from, Secrets secrets)
 {
-    const auto *text = reinterpret_cast<const char *>(from);
-    return clean_text({ text, strnlen(text, width) });
+    const std::string text = field_text(reinterpret_cast<const char *>(from), field.width);
+    return field.isSecret && secrets == Secrets::Hidden && !text.empty() ? "********" : text;
 }
 
 /** Whole numbers that a double can't hold exactly travel as text. */
-cJSON *integer_value(int64_t value, bool isSigned)
+Json integer_value(int64_t value, bool isSigned)
 {
-    char text[24];
-    if (isSigned)
-        snprintf(text, sizeof text, "%lld", static_cast<long long>(value));
-    else
-        snprintf(text, sizeof text, "%llu", static_cast<unsigned long long>(value));
-    return cJSON_CreateRaw(text);
+    return Json::raw(isSigned ? std::to_string(value) : std::to_string(static_cast<uint64_t>(value)));
 }
 
-cJSON *decode_element(const FieldLayout &field, const uint8_t *data)
+Json decode_element(const FieldLayout &field, const uint8_t *data, Secrets secrets)
 {
     switch (field.kind) {
     case FieldKind::Int:
     case FieldKind::Unsigned: {
         const int64_t value = load_integer(data, field.width, field.kind == FieldKind::Int);
-        return field.zeroIsAbsent && value == 0 ? cJSON_CreateNull()
+        return field.zeroIsAbsent && value == 0 ? Json::null()
                                                 : integer_value(value, field.kind == FieldKind::Int);
     }
     case FieldKind::Float: {
         const double value = load_float(data, field.width);
-        return (field.zeroIsAbsent && value == 0.0) || !std::isfinite(value) ? cJSON_CreateNull()
-                                                                             : cJSON_CreateNumber(value);
+        return (field.zeroIsAbsent && value == 0.0) || !std::isfinite(value) ? Json::null()
+                                                                             : Json::number(value);
     }
     case FieldKind::Text:
-        return cJSON_CreateString(load_text(data, field.width).c_str());
+        return Json::text(load_text(field, data, secrets));
     case FieldKind::Mac:
-        return cJSON_CreateString(mac_text(data).c_str());
+        return Json::text(mac_text(data));
     case FieldKind::Record:
-        return decode_record(*field.record, data);
+        return decode_record(*field.record, data, secrets);
     case FieldKind::Bytes:
-        return cJSON_CreateString(to_hex(data, field.width).c_str());
+        return Json::text(to_hex(data, field.width));
     }
-    return cJSON_CreateNull();
+    return Json::null();
 }
 
 /** Elements (or, for bytes, bytes) in use, as the record's count field tells. */
@@ -96,21 +91,39 @@ bool is_all_zero(const uint8_t *data, size_t size)
     return true;
 }
 
-cJSON *decode_field(const RecordLayout &layout, const FieldLayout &field, const uint8_t *data)
+Json decode_field(const RecordLayout &layout, const FieldLayout &field, const uint8_t *data, Secrets secrets)
 {
     const uint8_t *at = data + field.offset;
     if (field.kind == FieldKind::Bytes)
-        return cJSON_CreateString(to_hex(at, used_count(layout, field, data)).c_str());
+        return Json::text(to_hex(at, used_count(layout, field, data)));
     if (field.count == 1)
-        return decode_element(field, at);
-    cJSON *array = cJSON_CreateArray();
+        return decode_element(field, at, secrets);
+    Json array = Json::array();
     const uint32_t used = used_count(layout, field, data);
     for (uint32_t i = 0; i < used; i++) {
         if (field.record && !field.countField && is_all_zero(at + i * field.width, field.width))
             continue; // an entry that nobody filled
-        cJSON_AddItemToArray(array, decode_element(field, at + i * field.width));
+        array.push(decode_element(field, at + i * field.width, secrets));
     }
     return array;
+}
+
+const FieldLayout *find_field(const RecordLayout &layout, std::string_view name)
+{
+    for (const FieldLayout &field : layout.fields)
+        if (name == field.name)
+            return &field;
+    return nullptr;
+}
+
+/** Whether this is the name beside a value, which a record doesn't hold. */
+bool is_name_of_value(const RecordLayout &layout, std::string_view key)
+{
+    constexpr std::string_view suffix = "Name";
+    if (key.size() <= suffix.size() || key.substr(key.size() - suffix.size()) != suffix)
+        return false;
+    const FieldLayout *field = find_field(layout, key.substr(0, key.size() - suffix.size()));
+    return field && field->naming != FieldNaming::None;
 }
 
 std::string encode_element(const FieldLayout &field, const cJSON *value, uint8_t *to)
@@ -182,30 +195,47 @@ std::string encode_field(const FieldLayout &field, const cJSON *value, uint8_t *
     return "";
 }
 
-int hex_digit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    c = static_cast<char>(c | 0x20);
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
 } // namespace
 
-cJSON *decode_record(const RecordLayout &layout, const uint8_t *data)
+std::string value_name(const FieldLayout &field, int64_t value)
 {
-    cJSON *object = cJSON_CreateObject();
-    for (const FieldLayout &field : layout.fields)
-        cJSON_AddItemToObject(object, field.name, decode_field(layout, field, data));
+    const char *name = nullptr;
+    switch (field.naming) {
+    case FieldNaming::None:
+        return "";
+    case FieldNaming::VhtMcs:
+        return vht_mcs_text(static_cast<int>(value));
+    case FieldNaming::HeMcs:
+        return he_mcs_text(static_cast<int>(value));
+    case FieldNaming::Table:
+        name = find_name(field.names, static_cast<int>(value));
+        break;
+    }
+    return name ? name : "";
+}
+
+Json decode_record(const RecordLayout &layout, const uint8_t *data, Secrets secrets)
+{
+    Json object = Json::object();
+    for (const FieldLayout &field : layout.fields) {
+        object.put(field.name, decode_field(layout, field, data, secrets));
+        if (field.naming != FieldNaming::None) {
+            const int64_t value =
+                load_integer(data + field.offset, field.width, field.kind == FieldKind::Int);
+            object.put((std::string(field.name) + "Name").c_str(),
+                       Json::text_or_null(value_name(field, value)));
+        }
+    }
     return object;
 }
 
-cJSON *decode_result(const WireMethod &method, const std::vector<uint8_t> &record)
+Json decode_result(const WireMethod &method, const std::vector<uint8_t> &record, Secrets secrets)
 {
     const WireField &field = method.result;
     if (field.type == WireType::None || record.size() != field.size)
-        return nullptr;
+        return Json();
     if (field.type == WireType::Record)
-        return decode_record(*vesk_layout_of(method.name, field.name), record.data());
+        return decode_record(*vesk_layout_of(method.name, field.name), record.data(), secrets);
     return integer_value(load_integer(record.data(), field.size, true), true);
 }
 
@@ -217,13 +247,13 @@ const SignalLayout *signal_layout(std::string_view name)
     return nullptr;
 }
 
-cJSON *decode_signal(std::string_view name, const std::vector<uint8_t> &payload)
+Json decode_signal(std::string_view name, const std::vector<uint8_t> &payload)
 {
     const SignalLayout *row = signal_layout(name);
     if (row && row->layout && row->size == payload.size())
         return decode_record(*row->layout, payload.data());
-    cJSON *object = cJSON_CreateObject();
-    cJSON_AddStringToObject(object, "bytes", to_hex(payload.data(), payload.size()).c_str());
+    Json object = Json::object();
+    object.put("bytes", to_hex(payload.data(), payload.size()));
     return object;
 }
 
@@ -235,10 +265,9 @@ std::string encode_record(const RecordLayout &layout, const cJSON *object, std::
     const cJSON *item;
     cJSON_ArrayForEach(item, object)
     {
-        const FieldLayout *row = nullptr;
-        for (const FieldLayout &f : layout.fields)
-            if (std::string_view(f.name) == item->string)
-                row = &f;
+        const FieldLayout *row = find_field(layout, item->string);
+        if (!row && is_name_of_value(layout, item->string))
+            continue;
         if (!row)
             return std::string(layout.name) + " has no field \"" + item->string + "\"";
         const std::string error = encode_field(*row, item, record.data());
@@ -246,52 +275,4 @@ std::string encode_record(const RecordLayout &layout, const cJSON *object, std::
             return error;
     }
     return "";
-}
-
-std::string to_hex(const uint8_t *data, size_t size)
-{
-    static constexpr char digits[] = "0123456789abcdef";
-    std::string text;
-    for (size_t i = 0; i < size; i++) {
-        text += digits[data[i] >> 4];
-        text += digits[data[i] & 15];
-    }
-    return text;
-}
-
-bool from_hex(std::string_view text, std::vector<uint8_t> &bytes)
-{
-    bytes.clear();
-    int high = -1;
-    for (char c : text) {
-        if (c == ' ' || c == ':')
-            continue;
-        const int digit = hex_digit(c);
-        if (digit < 0)
-            return false;
-        if (high < 0) {
-            high = digit;
-        } else {
-            bytes.push_back(static_cast<uint8_t>(high << 4 | digit));
-            high = -1;
-        }
-    }
-    return high < 0;
-}
-
-std::string mac_text(const uint8_t *mac)
-{
-    char text[18];
-    snprintf(text, sizeof text, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4],
-             mac[5]);
-    return text;
-}
-
-bool parse_mac(std::string_view text, uint8_t *mac)
-{
-    std::vector<uint8_t> bytes;
-    if (text.size() != 17 || !from_hex(text, bytes) || bytes.size() != 6)
-        return false;
-    memcpy(mac, bytes.data(), 6);
-    return true;
 }

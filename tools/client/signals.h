@@ -3,12 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include <cjson/cJSON.h>
+#include "tools/client/json.h"
 
 struct SeenSignal {
     double time;      // seconds since the epoch
@@ -16,17 +16,21 @@ struct SeenSignal {
     std::vector<uint8_t> payload;
 };
 
-/** {"time", "signal", "data"} and, for a record, "payload" in hexadecimal. Caller deletes. */
-cJSON *signal_json(const SeenSignal &signal, bool withPayload);
-/** "22:58:41.123 veskClientJoin ifName=ath0.v0 ..." */
-std::string signal_line(const SeenSignal &signal);
+/** The name without the daemon's interface in front. */
+std::string short_name(const std::string &name);
+/** {"time", "date", "signal", "data"} and, for a record, "payload" in hexadecimal. */
+Json signal_json(const SeenSignal &signal, bool withPayload);
+/** "22:58:41.123 veskClientJoin ifName=ath0.v0 ...", the day in front if asked for. */
+std::string signal_line(const SeenSignal &signal, bool withDay = false);
 
 /** Listens for the daemon's own signals until `stop`, SIGINT or SIGTERM. False, with the reason, when there
  * is no bus to begin with. */
 bool listen_for_signals(const std::function<void(const SeenSignal &)> &visit,
                         const std::function<bool()> &stop, std::string &error);
 
-/** Reads a record, line by line ("-": standard input). False, with the line's number in `error`, at the first
- * that is none. */
+/** One line of a record. False if it isn't one. */
+bool parse_signal(const char *text, SeenSignal &signal);
+/** Reads a record, line by line ("-": standard input), until `visit` answers false. False, with the line's
+ * number in `error`, at the first that is none. */
 bool read_record(const std::string &path, const std::function<bool(const SeenSignal &)> &visit,
                  std::string &error);
