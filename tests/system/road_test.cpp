@@ -179,9 +179,9 @@ TEST_F(System, ClientReachesEverything) {
         "kick ath0 02:5e:70:00:00:01 --no-wait", "vendor-ie add ath0 1 dd03aabbcc", "vendor-ie del ath0 1 dd03aabbcc",
         "vlan 20 5", "vlan", "btm-request ath10 02:5e:70:00:00:02 --target 02:1a:10:00:00:20,81,6",
         "beacon-request ath10 02:5e:70:00:00:02 --channels 1 6 11", "backhaul info", "backhaul auto 5 on",
-        "backhaul auto 5 off", "backhaul credential 5 apclii0 net secret-key", "log level 7", "log to stderr",
+        "backhaul auto 5 off", "backhaul credential 5 apclii0 net secret-key", "log level 7",
         "scanning on", "refresh", "polling stations off", "polling channels off", "polling stats off",
-        "object off", "object on", "call getLinkMetrics local_iface=ath0 peer_mac=x", "call getEirp band=0",
+        "object off", "object on", "log to stderr", "call getLinkMetrics local_iface=ath0 peer_mac=x", "call getEirp band=0",
         "call setEirp band=0 eirp={\"eirp\":1}", "call getRadioAdvancedCapability" }) {
         // clang-format on
         SCOPED_TRACE(command);
