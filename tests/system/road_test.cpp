@@ -170,7 +170,7 @@ TEST_F(System, InboundSignalsSwitchTheDaemon) {
 TEST_F(System, ClientReachesEverything) {
     startBoth();
     const auto all_there = [] { return contains(veskctl({ "stations" }).out, "02:5e:70:00:00:02"); };
-    ASSERT_TRUE(eventually(PATIENCE, all_there));
+    ASSERT_TRUE(eventually(all_there));
     // clang-format off
     for (const char *command : {
         "radio 2.4", "vap ath0", "stats ath0", "stats 5", "scan", "neighbors 5", "channels 5", "channel 5",
