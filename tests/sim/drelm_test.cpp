@@ -83,7 +83,7 @@ const struct { const char *line, *why; } bad[] = {
 
 TEST(Drelm, DatagramsOfEachCommand) {
     for (const auto &row : good) {
-        EXPECT_EQ(run(row.line), "");
+        EXPECT_EQ(run(row.line), "") << row.line;
         ASSERT_EQ(sent.size(), 1u) << row.line;
         EXPECT_EQ(described(row.datagram), row.datagram);
     }
@@ -91,7 +91,8 @@ TEST(Drelm, DatagramsOfEachCommand) {
 
 TEST(Drelm, BadLinesSendNothingAndSayWhy) {
     for (const auto &row : bad) {
-        EXPECT_TRUE(*row.why ? run(row.line).find(row.why) != std::string::npos : run(row.line).empty());
+        const std::string message = run(row.line);
+        EXPECT_TRUE(*row.why ? message.find(row.why) != std::string::npos : message.empty()) << row.line << message;
         EXPECT_TRUE(sent.empty()) << row.line;
     }
 }

@@ -42,7 +42,8 @@ TEST_F(SimTest, BuiltInGateway) {
     EXPECT_NE(rilk_getRadioApInterfaceInfo(2, &none), 0);
     EXPECT_EQ(role(), 2);
     auto list = answer(hul_getRadioChannelList, 3);
-    EXPECT_TRUE(list.chListNums == 16 && list.chList[15] == 128);
+    EXPECT_EQ(list.chListNums, 16);
+    EXPECT_EQ(list.chList[15], 128);
     EXPECT_NE(hul_getRadioChannelList(1, &list), 0); // a radio's index is no band word
     for (const auto &[name, attr] : { std::pair("ath0", 0), { "ath1", 0x40 }, { "apclii0", 0x80 } })
         EXPECT_EQ(answer(hul_getEnabledVapCfg, name).vapAttr, attr) << name;
@@ -63,9 +64,12 @@ TEST_F(SimTest, DescriptionIsLaidOverTheBuiltInDevice) {
     EXPECT_EQ(channel_of("wifi0"), 11);
     EXPECT_EQ(channel_of("wifi1"), 44);
     EXPECT_EQ(vap_names(), "ath0 ath2 ath10 ath11 ");
-    EXPECT_TRUE(list.chListNums == 5 && list.chAttr[0] == 513);
-    EXPECT_TRUE(excluded.chListNums == 2 && excluded.entries[1].chAttr == 9);
-    EXPECT_TRUE(nol.count == 1 && nol.channels[0] == 6);
+    EXPECT_EQ(list.chListNums, 5);
+    EXPECT_EQ(list.chAttr[0], 513);
+    EXPECT_EQ(excluded.chListNums, 2);
+    EXPECT_EQ(excluded.entries[1].chAttr, 9);
+    EXPECT_EQ(nol.count, 1);
+    EXPECT_EQ(nol.channels[0], 6);
     EXPECT_STREQ(ssid, "Other");
     EXPECT_EQ(logged(), "");
 }
@@ -110,7 +114,8 @@ TEST_F(SimTest, StationsComeAndGoWithTheCounts) {
     EXPECT_EQ(rilk_getVapAssocStationMac("ath0", 0, mac), -1);
     VeskStaEntry entry;
     ASSERT_EQ(rilk_getVapAssocStationInfo("ath0", mac, &entry), 0);
-    EXPECT_TRUE(entry.rssi == -47 && entry.is11k == 1);
+    EXPECT_EQ(entry.rssi, -47);
+    EXPECT_EQ(entry.is11k, 1);
     EXPECT_STREQ(entry.text2, "11n");
     EXPECT_NE(rilk_getVapAssocStationInfo("ath1", mac, &entry), 0);
 
@@ -266,8 +271,10 @@ TEST_F(SimTest, EveryCommandIsOneLine) {
            "rilk_setMinMaxDwellTime radio=wifi0 min=55 max=150 rc=0 ",
            "rilk_addVendorIE if=ath0 pktType=1 len=2 data=dd01 rc=0 ", "rilk_set8021dotqCfg if=ath0 vid=20 pcp=3 rc=0 ",
            "rilk_sendBTMReq if=ath0 mac=000000000000 values=0,0,0 targets=255 ",
-           "rilk_sendBeaconReq if=ath0 mac=000000000000 " })
-        EXPECT_TRUE(std::getline(lines, line) && line.starts_with(begin)) << begin << "\n" << line;
+           "rilk_sendBeaconReq if=ath0 mac=000000000000 " }) {
+        EXPECT_TRUE(std::getline(lines, line)) << begin << "\n" << line;
+        EXPECT_TRUE(line.starts_with(begin)) << begin << "\n" << line;
+    }
     EXPECT_NE(line.rfind(" rc=0 t="), std::string::npos);
     EXPECT_FALSE(std::getline(lines, line));
 }

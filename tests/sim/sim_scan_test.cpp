@@ -49,7 +49,8 @@ TEST_F(SimScanTest, ResultsComeAfterADwellForEachChannel) {
     describe(R"({"radios": [{"channels": [1, 6, 11]}]})");
     channels[1] = nullptr;
     ASSERT_EQ(trigger("wifi0", 0, "ath0"), 0); // the whole list
-    for (const auto &[ms, first, last] : { std::tuple(DWELL - 1, 0, 0), { 1, 1, 0 }, { 2 * DWELL - 1, 1, 0 }, { 1, 1, 11 } }) {
+    for (const auto &[ms, first, last] :
+         { std::tuple(DWELL - 1, 0, 0), { 1, 1, 0 }, { 2 * DWELL - 1, 1, 0 }, { 1, 1, 11 } }) {
         sim_advance(ms);
         rilk_getScanChannelResult("wifi0", channels);
         rilk_getScanNeighborApOneChannel("wifi0", 11, table.data());
@@ -76,8 +77,11 @@ TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere) {
         visit(channel);
         utils.insert(int{ records[1].chnUtil });
     }
-    EXPECT_TRUE(records[0].chnUtil == 41 && records[0].noise == -254);
-    EXPECT_TRUE(utils.size() > 2 && *utils.begin() >= 0 && *utils.rbegin() <= 100); // 0 before the first
+    EXPECT_EQ(records[0].chnUtil, 41);
+    EXPECT_EQ(records[0].noise, -254);
+    EXPECT_GT(utils.size(), 2);
+    EXPECT_GE(*utils.begin(), 0);
+    EXPECT_LE(*utils.rbegin(), 100); // 0 before the first
 }
 
 TEST_F(SimScanTest, NeighborsComeAndGoAndOldBlocksStayReadable) {
@@ -86,7 +90,8 @@ TEST_F(SimScanTest, NeighborsComeAndGoAndOldBlocksStayReadable) {
         {"channel": 11, "bssid": "02:00:00:00:00:02", "ssid": "at times", "visits": [1, 1]}]}]})");
     visit(11);
     VeskScanNeighbor *first = slot(2, 0), *second = slot(2, 1);
-    ASSERT_TRUE(first && second);
+    ASSERT_TRUE(first);
+    ASSERT_TRUE(second);
     EXPECT_STREQ(first->bssid, "02:00:00:00:00:01");
     EXPECT_STREQ(first->text, "note");
     EXPECT_EQ(int{ first->rssi }, -40);
@@ -104,7 +109,8 @@ TEST_F(SimScanTest, RowHoldsAtMost128Neighbors) {
     for (int i = 1; i < 200; i++) json += R"(, {"channel": 6})";
     describe(json + "]}]}");
     visit(6);
-    EXPECT_TRUE(slot(1, 127) && !slot(2, 0));
+    EXPECT_TRUE(slot(1, 127));
+    EXPECT_FALSE(slot(2, 0));
 }
 
 TEST_F(SimScanTest, GarbageSparesTheSmoothedNoise) {

@@ -27,8 +27,7 @@ TEST_F(System, WaitsForTheBus) {
 
 TEST_F(System, TwoWaitingInstancesAreSettledByTheLock) {
     Child first("vesk"), second("vesk");
-    for (Child *child : { &first, &second })
-        ASSERT_TRUE(eventually([&] { return contains(child->err(), waiting); }));
+    for (Child *child : { &first, &second }) ASSERT_TRUE(eventually([&] { return contains(child->err(), waiting); }));
     startBroker();
     ASSERT_TRUE(eventually(on_the_bus));
     ASSERT_TRUE(eventually([&] { return contains(first.err() + second.err(), refused); }));
@@ -60,7 +59,8 @@ TEST_F(System, SecondInstanceLeavesTheFirstAlone) {
         EXPECT_EQ(finish(second), 255);
         EXPECT_EQ(second.err(), refused);
     }
-    EXPECT_TRUE(exists("/var/run/vesk.pid") && read_file("/var/run/vesk.pid").empty());
+    EXPECT_TRUE(exists("/var/run/vesk.pid"));
+    EXPECT_TRUE(read_file("/var/run/vesk.pid").empty());
     EXPECT_TRUE(runs(daemon));
     EXPECT_EQ(Bus().call("getVersionInfo").status, 0);
 }

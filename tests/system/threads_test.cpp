@@ -34,7 +34,8 @@ void ask(Bus &bus, uint32_t band, std::initializer_list<const char *> methods) {
             blobmsg_add_u32(b, "band", band);
             blobmsg_add_field(b, BLOBMSG_TYPE_UNSPEC, "data", &other, sizeof other);
         });
-        ASSERT_TRUE(answer.status == 0 && answer.result == 0) << method << " " << band;
+        ASSERT_EQ(answer.status, 0) << method << " " << band;
+        ASSERT_EQ(answer.result, 0) << method << " " << band;
     }
 }
 

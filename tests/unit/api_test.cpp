@@ -226,7 +226,8 @@ TEST_F(Api, OffChannelFiguresAndNeighbors) {
     expect_bytes(band_call("getNeighborAPInfo", 3), want);
     for (int i = 0; i < 300; i++) put(i, 1 + i % 13, "02:00:00:00:00:09");
     const BusReply full = band_call("getNeighborAPInfo", 0);
-    EXPECT_TRUE(full.result[5] == 1 && full.result[4] == 0); // 256
+    EXPECT_EQ(full.result[5], 1);
+    EXPECT_EQ(full.result[4], 0); // 256
     vesk_destory_scan_info();
 }
 
@@ -248,7 +249,8 @@ TEST_F(Api, SetChannelAnswersThePreviousOutcomeAndKeepsTheLastRequest) {
         SCOPED_TRACE(bandwidth);
         const Bytes data = Bytes(8).i32(0, channel, bandwidth);
         EXPECT_EQ(bus_call("setChannel", Args().i32("band", 3).record("data", data)).status, status);
-        EXPECT_TRUE(radio[1].setChannel == setChannel && radio[1].setBw == setBw);
+        EXPECT_EQ(radio[1].setChannel, setChannel);
+        EXPECT_EQ(radio[1].setBw, setBw);
     }
     EXPECT_TRUE(fake_logged("ERROR", range(6, 0, 6)));
     EXPECT_EQ(fakeLoop.due(&radio[1].setChannelTimer), 2000);
@@ -380,12 +382,14 @@ TEST_F(Api, AutoConnectExcludesScanning) {
     };
     EXPECT_EQ(call(0, 1), 0);
     EXPECT_EQ(enabledAtCall, 0); // scans had stopped
-    EXPECT_TRUE(scan->scanCfg[0].bstaAuto.enableAuto == 1 && scan->scanCfg[1].bstaAuto.enableAuto == 1);
+    EXPECT_EQ(scan->scanCfg[0].bstaAuto.enableAuto, 1);
+    EXPECT_EQ(scan->scanCfg[1].bstaAuto.enableAuto, 1);
     expect_call("rilk_setBstaAutoConnect", "apcli0 enable=1 radar=1", Bytes(23).text(4, "apcli0").u8(20, 1, 1, 1));
     EXPECT_EQ(call(3, 0), 0); // radio 0 still holds scanning back
     EXPECT_EQ(scan->scanEnable, 0);
     EXPECT_EQ(call(0, 0), 0);
-    EXPECT_TRUE(enabledAtCall == 0 && scan->scanEnable == 1); // scans come back behind the driver's call
+    EXPECT_EQ(enabledAtCall, 0);
+    EXPECT_EQ(scan->scanEnable, 1); // scans come back behind the driver's call
 }
 
 TEST_F(Api, DefaultVlanDwellLimitsAndPlaceholders) {

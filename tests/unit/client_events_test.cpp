@@ -16,7 +16,9 @@ TEST_F(ClientEvents, JoinIsCompletedFromTheRecords) {
     ASSERT_EQ(sent(), Texts{ "veskClientJoin 619" });
     EXPECT_EQ(fakeBus.signals[0].payload, expected);
     uint8_t cap[3] = {};
-    EXPECT_TRUE(vesk_get_sta_cap(STA.data(), cap) == 0 && cap[0] == 0x80 && cap[1] == 0); // of 0xee, 0xee
+    EXPECT_EQ(vesk_get_sta_cap(STA.data(), cap), 0);
+    EXPECT_EQ(cap[0], 0x80);
+    EXPECT_EQ(cap[1], 0); // of 0xee, 0xee
     EXPECT_EQ(pollDue(), 1000);
     const char *line =
         " Ubus send successfully [tamlo.pelk.vesk] [tamlo.pelk.vesk.veskClientJoin] [ath10] [" STA_TEXT "]\n";
@@ -71,7 +73,9 @@ TEST_F(ClientEvents, JoinRefusals) {
         vesk_get_vap_info()->band = band;
         Bytes event = joinBody(5);
         EXPECT_EQ(wdev_client_join_event_process(event.data(), ifName), -1);
-        EXPECT_TRUE(sent().empty() && fakeDevice.log.empty() && pollDue() == due) << band;
+        EXPECT_TRUE(sent().empty()) << band;
+        EXPECT_TRUE(fakeDevice.log.empty()) << band;
+        EXPECT_EQ(pollDue(), due) << band;
         EXPECT_EQ(messages("ERROR"), errors);
     }
 }
@@ -88,7 +92,9 @@ TEST_F(ClientEvents, LeaveAndAssociationResponseAreSentAndDisassociationIsLogged
     uint8_t cap[3];
     EXPECT_EQ(vesk_get_sta_cap(STA.data(), cap), -1);
     EXPECT_EQ(pollDue(), 1000);
-    EXPECT_TRUE(vesk_get_dot1q_cfg()->vid == 356 && vesk_get_dot1q_cfg()->pcp == 5 && fakeDevice.log.empty());
+    EXPECT_EQ(vesk_get_dot1q_cfg()->vid, 356);
+    EXPECT_EQ(vesk_get_dot1q_cfg()->pcp, 5);
+    EXPECT_TRUE(fakeDevice.log.empty());
     EXPECT_EQ(messages("ERROR"), (Texts{ " Enter wdev_map_r2_assoc_resp_process\n",
                                          " vid=356, pcp=5, ifname=apcli0,peer mac=[" STA_TEXT "]\n",
                                          " Enter wdev_sta_disassoc_process\n" }));
@@ -103,7 +109,8 @@ TEST_F(ClientEvents, ProbeReachesTheMonitoredStationOfItsChannelOnly) {
     EXPECT_EQ(wdev_probe_req_event_process(event.data(), "ath0"), 0);
     const VeskStaMon *node = vesk_sta_mon_get(STA.data(), 6);
     EXPECT_STREQ(node->ifName, "ath0.v0");
-    EXPECT_TRUE(node->rssi == -71 && node->lastProbeTime == get_current_time());
+    EXPECT_EQ(node->rssi, -71);
+    EXPECT_EQ(node->lastProbeTime, get_current_time());
     EXPECT_EQ(vesk_sta_mon_get(STA.data(), 11)->rssi, 0);
     EXPECT_EQ(wdev_probe_req_event_process(nullptr, "ath0") + wdev_probe_req_event_process(event.data(), nullptr), -2);
 }

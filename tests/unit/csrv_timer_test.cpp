@@ -33,7 +33,8 @@ TEST_F(CsrvTimerTest, RunsByExpiryAndTheLaterArmedFirstAmongEquals) {
     EXPECT_EQ(csrv_next_timeout(), 999);
     EXPECT_EQ(run_after(998), "");
     EXPECT_EQ(run_after(502), "cba");
-    EXPECT_TRUE(csrv_next_timeout() == 1001 && csrv_stop_timer(first) == -1);
+    EXPECT_EQ(csrv_next_timeout(), 1001);
+    EXPECT_EQ(csrv_stop_timer(first), -1);
 }
 
 TEST_F(CsrvTimerTest, TimesAtTheEdgesAndThePeriodFromTheEndOfTheCallback) {
@@ -55,7 +56,9 @@ TEST_F(CsrvTimerTest, CallbackStopsItselfOrAnother) {
     for (auto *start : { csrv_start_timer, csrv_start_periodic_timer }) {
         toStop = start(10, stop, 'o', 0);
         EXPECT_EQ(run_after(10), "o");
-        EXPECT_TRUE(stopResult == 0 && csrv_timer_count() == 0 && csrv_stop_timer(toStop) == -1);
+        EXPECT_EQ(stopResult, 0);
+        EXPECT_EQ(csrv_timer_count(), 0);
+        EXPECT_EQ(csrv_stop_timer(toStop), -1);
     }
     toStop = csrv_start_timer(20, note, 'x', 0);
     csrv_start_timer(10, stop, 's', 0);

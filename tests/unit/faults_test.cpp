@@ -188,8 +188,12 @@ TEST_F(Faults, LibraryAnswersGarbage) {
         for (int band : { 0, 3 }) {
             const auto radio = answered<WireRadioInfo>(2, band);
             const auto vap = answered<WireVapInfo>(5, band);
-            EXPECT_TRUE(ends(radio.radioIfname, 16) && ends(radio.bond, 8) && ends(radio.countryCode, 8) &&
-                        ends(radio.operatingStandards, 32) && ends(vap.ssid, 65) && ends(vap.keyPassphrase, 65));
+            EXPECT_TRUE(ends(radio.radioIfname, 16));
+            EXPECT_TRUE(ends(radio.bond, 8));
+            EXPECT_TRUE(ends(radio.countryCode, 8));
+            EXPECT_TRUE(ends(radio.operatingStandards, 32));
+            EXPECT_TRUE(ends(vap.ssid, 65));
+            EXPECT_TRUE(ends(vap.keyPassphrase, 65));
             EXPECT_LE(static_cast<uint32_t>(radio.chListNums), 64u);
             EXPECT_LE(static_cast<uint32_t>(answered<WireApIntfsInfo>(3, band).vapNums), 8u);
             EXPECT_LE(answered<uint32_t>(7, band), 256u); // stations

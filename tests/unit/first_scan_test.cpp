@@ -51,7 +51,8 @@ TEST_F(FirstScan, Refusals) {
     vesk_start_first_scan_ubus_timer(0, 1);
     fakeLibc.onSleep = [](unsigned) { vesk_scan_2G_first_ubus_handle(nullptr); }; // one run per radio
     fake_advance(1s);
-    EXPECT_TRUE(fakeDevice.count("rilk_triggerScan") == 3 && fakeLoop.due(&scan_cfg(0)->firstTimer) == 1000);
+    EXPECT_EQ(fakeDevice.count("rilk_triggerScan"), 3);
+    EXPECT_EQ(fakeLoop.due(&scan_cfg(0)->firstTimer), 1000);
 }
 
 TEST_F(FirstScan, WhileASecondOneWaitsThePassesStandBack) {

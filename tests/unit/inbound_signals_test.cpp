@@ -36,8 +36,11 @@ TEST(InboundSignals, RefuseWhatIsMissingOrShort) {
             errors.push_back(sizes.substr(0, sizes.size() - 1) + ", parameter mismatched\n\n");
         }
         EXPECT_EQ(messages("ERROR"), errors);
-        EXPECT_TRUE(fakeBus.signals.empty() && fakeBus.calls.empty() && fakeDevice.log.empty());
-        EXPECT_TRUE(fakeLoop.pendingTimers() == 0 && vesk_get_vesk_info()->logLevel == 7);
+        EXPECT_TRUE(fakeBus.signals.empty());
+        EXPECT_TRUE(fakeBus.calls.empty());
+        EXPECT_TRUE(fakeDevice.log.empty());
+        EXPECT_EQ(fakeLoop.pendingTimers(), 0);
+        EXPECT_EQ(vesk_get_vesk_info()->logLevel, 7);
     }
 }
 

@@ -30,7 +30,8 @@ TEST_F(IntfPollTest, PollsUntilTheFirstTriggerAndNeverAgain) {
     fakeDevice.radio[0].channel = 11; // found by the refresh, as the channel poller is off
     fake_advance(90s);
     EXPECT_EQ(refreshes(), 2) << "one for the burst";
-    EXPECT_TRUE(vesk_get_scan_status() == 1 && radio[0].curChannel == 11);
+    EXPECT_EQ(vesk_get_scan_status(), 1);
+    EXPECT_EQ(radio[0].curChannel, 11);
 }
 
 TEST_F(IntfPollTest, Statistics) {

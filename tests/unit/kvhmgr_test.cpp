@@ -50,14 +50,18 @@ TEST(Kvhmgr, RefusedEntriesLeaveTheTableAsItIs) {
     EXPECT_EQ(reinterpret_cast<uintptr_t>(last) % alignof(void *), 0u);
     EXPECT_EQ(store.set("1c"), nullptr) << "full";
     kvhmgr_delete(&store.mgr, "0a");
-    EXPECT_TRUE(!store.set("1c", entryBytes + 1) && !store.set("1c", -1));
-    EXPECT_TRUE(!store.set("4x") && !store.set("/x")) << "one past the buckets, one before";
+    EXPECT_FALSE(store.set("1c", entryBytes + 1));
+    EXPECT_FALSE(store.set("1c", -1));
+    EXPECT_FALSE(store.set("4x")) << "one past the buckets, one before";
+    EXPECT_FALSE(store.set("/x")) << "one past the buckets, one before";
     EXPECT_EQ(store.counts(), "1+1");
     for (int failAlloc : { 0, 1, -1 }) { // the buckets', the pool's, none but nothing to store
         fakeLibc.failAlloc = failAlloc;
         Store none(4, failAlloc < 0 ? 0 : entryBytes);
         fakeLibc.failAlloc = -1;
-        EXPECT_TRUE(none.result == -1 && !none.set("1a", 0) && !kvhmgr_delete(&none.mgr, "1a")) << failAlloc;
+        EXPECT_EQ(none.result, -1) << failAlloc;
+        EXPECT_FALSE(none.set("1a", 0)) << failAlloc;
+        EXPECT_FALSE(kvhmgr_delete(&none.mgr, "1a")) << failAlloc;
         kvhmgr_obj_clear(&none.mgr);
         EXPECT_EQ(none.counts(), "0+0");
     }

@@ -57,13 +57,14 @@ TEST(Log, WritesThePrefixAndTheMessageAsItStands) {
 
 TEST(Log, RotatesAboveOneMebibyteAndComesBackToTheFile) {
     // clang-format off
-    const struct { int64_t size; int level; void (*redirect)(); } cases[] = {
-        { 1048576, 7, [] {} }, { 1048577, 7, [] {} }, { 1048577, 0, [] {} }, // level 0 holds the line back
-        { 1048577, 6, vesk_log_use_stderr }, { 1048577, 6, [] { vesk_log_redirect(nullptr); } },
-        { 1048577, 6, [] { vesk_log_redirect("/tmp/elsewhere"); } } };
+    const struct { const char *name; int64_t size; int level; void (*redirect)(); } cases[] = {
+        { "just full", 1048576, 7, [] {} }, { "one byte more", 1048577, 7, [] {} },
+        { "held back by its level", 1048577, 0, [] {} }, { "from stderr", 1048577, 6, vesk_log_use_stderr },
+        { "from nowhere", 1048577, 6, [] { vesk_log_redirect(nullptr); } },
+        { "from another file", 1048577, 6, [] { vesk_log_redirect("/tmp/elsewhere"); } } };
     // clang-format on
     for (const auto &c : cases) {
-        SCOPED_TRACE(&c - cases);
+        SCOPED_TRACE(c.name);
         open_log();
         c.redirect();
         ASSERT_EQ(truncate("/tmp/vesk.log", static_cast<off_t>(c.size)), 0);

@@ -28,5 +28,6 @@ TEST_F(NamesTest, BothFormsAndLookUps) {
     SetUp(), fill(); // ath0, ath1, apcli0, ath10, ath11, apclii0 in slots 0 to 5
     EXPECT_EQ(vesk_getVapIdxByName(""), 6) << "first free slot";
     strcpy(vap[4].mode, "aps");
-    EXPECT_TRUE(vesk_is_active_ap_interface(&vap[3]) && !vesk_is_active_ap_interface(&vap[4])) << "exactly ap";
+    EXPECT_TRUE(vesk_is_active_ap_interface(&vap[3])) << "exactly ap";
+    EXPECT_FALSE(vesk_is_active_ap_interface(&vap[4])) << "exactly ap";
 }

@@ -32,7 +32,7 @@ TEST_F(PeriodicScan, RefusalsInOrder) {
     };
     // clang-format on
     for (size_t first = 0; first < std::size(rows); first++) {
-        SCOPED_TRACE(first);
+        SCOPED_TRACE(rows[first].first);
         start_idle();
         kvhmgr_init(stations, 64, 256, 280, vesk_sta_hash, vesk_sta_mac_cmp);
         for (size_t i = first; i < std::size(rows); i++) rows[i].second();
@@ -74,7 +74,8 @@ TEST_F(PeriodicScan, FullCycleOf13And16Channels) {
     scan->scanEnable = 0, fake_advance(65s); // skips the first pass, and the timer goes on
     scan->scanEnable = 1, fake_advance(960s);
     EXPECT_EQ(seen, expected);
-    EXPECT_TRUE(scan_cfg(0)->alreadyScanCount == 3 && scan_cfg(1)->alreadyScanCount == 0); // in its second cycle
+    EXPECT_EQ(scan_cfg(0)->alreadyScanCount, 3);
+    EXPECT_EQ(scan_cfg(1)->alreadyScanCount, 0); // in its second cycle
     EXPECT_EQ(scan->scanTime, 1700001024);
 }
 
@@ -93,7 +94,8 @@ TEST_F(PeriodicScan, OwedFirstScanIsRetriggeredOnce) {
         set_flags(band, 1, 0, 0);
         vesk_scan_process(band);
         EXPECT_EQ(fakeLoop.due(&scan_cfg(band)->firstTimer), band == 0 ? 1000 : 11000);
-        EXPECT_TRUE(scan_cfg(band)->isFirstScan == 1 && fakeLoop.due(&scan_cfg(band)->resultTimer) == -1);
+        EXPECT_EQ(scan_cfg(band)->isFirstScan, 1);
+        EXPECT_EQ(fakeLoop.due(&scan_cfg(band)->resultTimer), -1);
         vesk_stop_first_scan_ubus_timer(band);
         vesk_retrigger_scan(band);
         EXPECT_EQ(fakeLoop.due(&scan_cfg(band)->firstTimer), -1); // turned down while owed

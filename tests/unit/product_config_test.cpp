@@ -50,13 +50,15 @@ TEST(ProductConfig, EachKeyLandsInItsField) {
     const uint8_t he[] = { 1, 1, 1, 1, 1, 6, 7, 1, 1, 1, 1, 12 };
     const uint16_t maps[] = { 11, 12, 13, 14, 15, 16 };
     EXPECT_EQ(memcmp(&w.HTShortGI20MHz, htVht, sizeof htVht), 0);
-    EXPECT_EQ(memcmp(&cfg.Wifi[0].HTShortGI20MHz, std::string(sizeof htVht, 0).data(), sizeof htVht), 0); // none says "Supported"
+    EXPECT_EQ(memcmp(&cfg.Wifi[0].HTShortGI20MHz, std::string(sizeof htVht, 0).data(), sizeof htVht),
+              0); // none says "Supported"
     EXPECT_EQ(memcmp(&w.HEULMUMIMO, he, sizeof he), 0);
     EXPECT_EQ(memcmp(&w.HEMCS, maps, sizeof maps), 0);
     for (const char *line : { "VHT80+80MHz [Supported] int [1]", "PhysicalPortNumber [44]", "TxMap80+80MHz [16]",
                               "VHTTxMCS [65530]", "NoCATBias [-3]", "NumberOfEthernetPorts [70000]" }) // as stored
         EXPECT_TRUE(fake_logged("INFO", std::string(" Checking ") + line + "\n")) << line;
-    EXPECT_TRUE(vesk_get_cfg_band_idx(3) == 1 && vesk_get_cfg_band_idx(0) == -1);
+    EXPECT_EQ(vesk_get_cfg_band_idx(3), 1);
+    EXPECT_EQ(vesk_get_cfg_band_idx(0), -1);
     EXPECT_TRUE(fake_logged("ERROR", " Get vesk config band index failed\n"));
 }
 

@@ -9,7 +9,8 @@ TEST_F(RadioInventoryTest, ReadsOnceAndFlagsDifferences) {
     FakeRadio &device = fakeDevice.radio[0];
     device.chip = std::string(16, 'c'), device.ap.vapNums = 9;
     vesk_update_radio_info();
-    EXPECT_TRUE(strlen(radio[0].chipName) == 15 && radio[0].intfNums == 8);
+    EXPECT_EQ(strlen(radio[0].chipName), 15);
+    EXPECT_EQ(radio[0].intfNums, 8);
     EXPECT_EQ(fakeDevice.calls("rilk_getRadioApInterfaceInfo").at(1).args, "1");
     EXPECT_EQ(fakeDevice.calls("hul_getRadioInfo").at(1).args, "3");
     device.channel = 11;

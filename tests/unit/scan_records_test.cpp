@@ -13,10 +13,12 @@ TEST_F(ScanRecords, InitWithAndWithoutMemory) {
         EXPECT_EQ(calls(), (Texts{ "initScanChannelList 7", "setMinMaxDwellTime wifi0 0 150",
                                    "setMinMaxDwellTime wifi1 0 150" }));
         EXPECT_EQ(flags(1), (Numbers{ 1, 0, 0, 0 }));
-        EXPECT_TRUE(scan_cfg(0)->isSupportScan == 0 && scan_cfg(1)->isSupportScan == 1 &&
-                    scan_cfg(0)->bstaAutoTimer == -1);
+        EXPECT_EQ(scan_cfg(0)->isSupportScan, 0);
+        EXPECT_EQ(scan_cfg(1)->isSupportScan, 1);
+        EXPECT_EQ(scan_cfg(0)->bstaAutoTimer, -1);
         EXPECT_EQ(scan->channels == nullptr && scan->neighbors == nullptr, n < 9);
-        EXPECT_TRUE(scan->channelNums == (n < 9 ? 0 : 7) && !vesk_scan_channel_at(7));
+        EXPECT_EQ(scan->channelNums, (n < 9 ? 0 : 7));
+        EXPECT_FALSE(vesk_scan_channel_at(7));
         EXPECT_EQ(fake_logged("ERROR", " channel or neighbor calloc NULL\n"), n < 9);
         vesk_first_scanning(&radio[0].band);
         EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 })); // nothing to wait for
@@ -50,7 +52,12 @@ TEST_F(ScanRecords, TearDownStopsEverythingAndAutoConnectTheScan) {
 
 TEST_F(ScanRecords, BaseVapIsTheFirstThatIsUpAndAnAccessPoint) {
     const std::tuple<uint8_t, const char *, const char *> rows[] = { // of ath10; base
-        { 1, "ap", "ath10" }, { 0, "ap", "ath11" }, { 1, "sta", "ath11" }, { 1, "", "ath11" }, { 1, "wds-ap", "ath10" } };
+                                                                     { 1, "ap", "ath10" },
+                                                                     { 0, "ap", "ath11" },
+                                                                     { 1, "sta", "ath11" },
+                                                                     { 1, "", "ath11" },
+                                                                     { 1, "wds-ap", "ath10" }
+    };
     for (const auto &[status, mode, base] : rows) {
         vap_of("ath10").status = status;
         strcpy(vap_of("ath10").mode, mode);

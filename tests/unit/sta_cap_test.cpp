@@ -19,11 +19,15 @@ TEST(StaCap, KeepsTwoBitsInTheFirstSlotThatFits) {
     set(0, 0x7f, 0xfe);
     EXPECT_EQ(get(0), 0);
     for (uint8_t n = 1; n < 65; n++) set(n, 0x80, 0);
-    EXPECT_TRUE(get(0) == 0 && get(63) == 0x800000 && get(64) == -1); // full: dropped
+    EXPECT_EQ(get(0), 0);
+    EXPECT_EQ(get(63), 0x800000);
+    EXPECT_EQ(get(64), -1); // full: dropped
     vesk_unset_sta_cap(Bytes{ 2, 0, 0, 0, 1, 5 }.data());
     set(63, 0, 1); // goes into the free slot in front of its own, and is found there
     EXPECT_EQ(get(63), 0x100);
     vesk_unset_sta_cap(Bytes{ 2, 0, 0, 0, 1, 63 }.data()); // clears both
     for (uint8_t n = 64; n < 67; n++) set(n, 0x80, 0);
-    EXPECT_TRUE(get(63) == -1 && get(65) == 0x800000 && get(66) == -1);
+    EXPECT_EQ(get(63), -1);
+    EXPECT_EQ(get(65), 0x800000);
+    EXPECT_EQ(get(66), -1);
 }

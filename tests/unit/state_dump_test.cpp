@@ -7,7 +7,8 @@
 TEST(StateDump, ShowsTheModelAndSavesTheLogWhateverTheLevel) {
     fake_reset();
     VeskRadioInfo &radio = vesk_get_radio_info()[1];
-    radio.status = 1, radio.band = 2, radio.actualBand = 3, radio.txPower = 17.5f, radio.curChannel = 4, radio.curBw = 5;
+    radio.status = 1, radio.band = 2, radio.actualBand = 3, radio.txPower = 17.5f, radio.curChannel = 4,
+    radio.curBw = 5;
     radio.intfNums = 6, radio.chListNums = 1000, radio.apIntf.vapNums = 2; // more channels than there are
     strcpy(radio.bond, "HT80"), strcpy(radio.apIntf.radioIfname, "wifi1");
     memcpy(radio.curchList, "\x24\0\xa5", 3);
@@ -18,7 +19,8 @@ TEST(StateDump, ShowsTheModelAndSavesTheLogWhateverTheLevel) {
     strcpy(vap.radio, "wifi1"), strcpy(vap.ifName, "ath10"), strcpy(vap.mode, "ap");
     vap.bssid[5] = 0xb1, vap.status = 1, vap.staNums = 7, vap.band = 8;
     VeskOffScanCfg &scan = *vesk_get_scan_info();
-    scan.channelNums = 2, scan.scanEnable = 1, scan.firstScanItv = 9, scan.channelList[0] = 36, scan.channelList[1] = 40;
+    scan.channelNums = 2, scan.scanEnable = 1, scan.firstScanItv = 9, scan.channelList[0] = 36,
+    scan.channelList[1] = 40;
     VeskScanCfg &cfg = scan.scanCfg[1];
     strcpy(cfg.radio, "wifi1"), cfg.offChList[0] = 40, cfg.offChListNums = 1, cfg.dwellMin = 11, cfg.dwellMax = 12;
     cfg.scanItv = 13, cfg.txThd = 14, cfg.rxThd = 15, cfg.isFirstScan = 1, cfg.noiseEval = 16;
@@ -40,8 +42,8 @@ TEST(StateDump, ShowsTheModelAndSavesTheLogWhateverTheLevel) {
     for (const std::string &part :
          { r + "status = 1\n" + r + "band = 2\n" + r + "actualBand = 3\n" + r + "txPower = 17.500000\n" + r +
                "curChannel = 4\n" + r + "curBw = 5\n" + r + "intfNums = 6\n" + r + "bond = HT80\n" + r +
-               "chListNums = 1000\n" + r + "curchList = 36 165 \n" + r + "radioIfname = wifi1\n" + r +
-               "vapNums = 2\n" + r + "vapIfname = ath10 fifteen-letters \n",
+               "chListNums = 1000\n" + r + "curchList = 36 165 \n" + r + "radioIfname = wifi1\n" + r + "vapNums = 2\n" +
+               r + "vapIfname = ath10 fifteen-letters \n",
            v + "radio = wifi1\n" + v + "ifName = ath10\n" + v + "mode = ap\n" + v + "bssid = 00:00:00:00:00:b1\n" + v +
                "status = 1\n" + v + "staNums = 7\n" + v + "band = 8\n",
            std::string("offScan->scanEnable = 1\n offScan->channelList = 36 40 \n offScan->channelNums = 2\n"),
@@ -56,7 +58,8 @@ TEST(StateDump, ShowsTheModelAndSavesTheLogWhateverTheLevel) {
         EXPECT_NE(text.find(part), std::string::npos) << part << text;
     const std::string neighbor =
         " ch=40, bssid=" + std::string(17, 'b') + ", ssid=" + std::string(64, 'b') + ", rssi=0\n";
-    EXPECT_TRUE(text.find(neighbor) < text.size() && text.find(" ch=40, bssid") == text.rfind(" ch=40, bssid"));
+    EXPECT_LT(text.find(neighbor), text.size());
+    EXPECT_EQ(text.find(" ch=40, bssid"), text.rfind(" ch=40, bssid"));
 
     EXPECT_EQ(file_text("/tmp/vesk_init.log"), "as it stands\n");
     vesk_log_set_level(3), vesk_print();

@@ -10,9 +10,11 @@ TEST_F(Stub, ResultsHaveTheirOwnTypes) {
     const BusReply version = bus_call("getVersionInfo"), status = bus_call("getScanStatus"),
                    ability = bus_call("getRadioAdvancedCapability");
     EXPECT_EQ(version.fields, (Texts{ "return", "info" }));
-    EXPECT_TRUE(version.dispatch == 0 && version.resultType == BLOBMSG_TYPE_UNSPEC);
+    EXPECT_EQ(version.dispatch, 0);
+    EXPECT_EQ(version.resultType, BLOBMSG_TYPE_UNSPEC);
     EXPECT_EQ(first_difference(version.result, Bytes(64).text(0, "vesk").text(32, "1.4.3")), "");
-    EXPECT_TRUE(status.resultType == BLOBMSG_TYPE_INT8 && status.result.size() == 1);
+    EXPECT_EQ(status.resultType, BLOBMSG_TYPE_INT8);
+    EXPECT_EQ(status.result.size(), 1);
     EXPECT_EQ(ability.resultType, BLOBMSG_TYPE_INT32);
     EXPECT_EQ(ability.result, (std::vector<uint8_t>{ 0, 0, 0, 64 })); // blobmsg's byte order
 }
@@ -32,18 +34,22 @@ TEST_F(Stub, RefusesWhatItCannotDecode) {
         Args args;
         c.fill(args);
         const BusReply reply = bus_call(c.method, args);
-        EXPECT_TRUE(reply.dispatch == -1 && !reply.sent) << c.name;
+        EXPECT_EQ(reply.dispatch, -1) << c.name;
+        EXPECT_FALSE(reply.sent) << c.name;
     }
     EXPECT_EQ(fakeLoop.pendingTimers(), 0);
     strcpy(vesk_get_radio_info()[0].apIntf.radioIfname, "wifi0");
     const BusReply reply = bus_call("setChannel", Args().i32("band", 0).text("data", "1234567"));
-    EXPECT_TRUE(reply.dispatch == 0 && reply.status == -1); // 8 bytes of another type; out of range
+    EXPECT_EQ(reply.dispatch, 0);
+    EXPECT_EQ(reply.status, -1); // 8 bytes of another type; out of range
     const BusReply unnamed = bus_call("getVapInfo");
-    EXPECT_TRUE(unnamed.dispatch == 0 && unnamed.status == -1);
+    EXPECT_EQ(unnamed.dispatch, 0);
+    EXPECT_EQ(unnamed.status, -1);
     EXPECT_EQ(first_difference(unnamed.result, Bytes(280)), ""); // a failure carries its record
     EXPECT_TRUE(fake_logged("ERROR", " Error:is NULL\n"));
     const BusReply unknown = bus_call("getNothing");
-    EXPECT_TRUE(unknown.dispatch == 0 && !unknown.sent);
+    EXPECT_EQ(unknown.dispatch, 0);
+    EXPECT_FALSE(unknown.sent);
     EXPECT_EQ(fakeBus.fatal, Texts{ "771 onTamloPelkVeskDispatch unknown message: getNothing\n" });
 }
 

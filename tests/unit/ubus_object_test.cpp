@@ -5,13 +5,16 @@
 
 TEST(UbusObject, AddAlwaysRemovesFirstAndGoesOn) {
     // clang-format off
-    const struct { bool known, context; int removeResult, addResult; size_t calls; const char *trace; } cases[] = {
-        { true, true, 0, 0, 2, "add:I remove:I remove:I add:I " }, { true, true, 4, 0, 2, "add:I remove:I remove:E add:I " },
-        { true, true, 0, 2, 2, "add:I remove:I remove:I add:E " }, { true, false, 0, 0, 0, "add:I remove:I remove:E add:E " },
-        { false, true, 0, 0, 0, "add:I remove:I remove:E add:E " },
+    const struct { const char *name; bool known, context; int removeResult, addResult; size_t calls; const char *trace; } cases[] = {
+        { "usual", true, true, 0, 0, 2, "add:I remove:I remove:I add:I " },
+        { "wasn't there", true, true, 4, 0, 2, "add:I remove:I remove:E add:I " },
+        { "refused", true, true, 0, 2, 2, "add:I remove:I remove:I add:E " },
+        { "no bus", true, false, 0, 0, 0, "add:I remove:I remove:E add:E " },
+        { "no object", false, true, 0, 0, 0, "add:I remove:I remove:E add:E " },
     };
     // clang-format on
     for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
         fake_reset();
         vesk_get_vesk_info()->ubusObj = c.known ? vesk_get_ubus_obj() : nullptr;
         fakeBus.hasContext = c.context;

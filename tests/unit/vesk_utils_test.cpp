@@ -55,5 +55,6 @@ TEST(Utils, BoundedTexts) {
     char names[4][16] = {}, text[] = " ath0 , eth 1,,a-name-of-16-char,ath10", empty[] = " \t\n";
     EXPECT_EQ(vesk_utils_str2array(text, names, 3), 3);
     EXPECT_EQ(words(names[0], names[1], names[2], names[3]), "ath0 eth1 a-name-of-16-ch  ");
-    EXPECT_TRUE(vesk_utils_str2array(empty, names, 3) == 0 && vesk_utils_str2array(nullptr, names, 3) == -1);
+    EXPECT_EQ(vesk_utils_str2array(empty, names, 3), 0);
+    EXPECT_EQ(vesk_utils_str2array(nullptr, names, 3), -1);
 }
