@@ -3,23 +3,6 @@
 
 namespace
 {
-constexpr blob_attr_info attributeTypes[UBUS_ATTR_MAX] = {
-    {},                   // UNSPEC
-    { BLOB_ATTR_INT32 },  // STATUS
-    { BLOB_ATTR_STRING }, // OBJPATH
-    { BLOB_ATTR_INT32 },  // OBJID
-    { BLOB_ATTR_STRING }, // METHOD
-    { BLOB_ATTR_INT32 },  // OBJTYPE
-    {},                   // SIGNATURE
-    {},                   // DATA
-    {},                   // TARGET
-    {},                   // ACTIVE
-    {},                   // NO_REPLY
-    {},                   // SUBSCRIBERS
-    { BLOB_ATTR_STRING }, // USER
-    { BLOB_ATTR_STRING }, // GROUP
-};
-
 int ping(Request &request)
 {
     OutMessage out;

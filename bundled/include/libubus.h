@@ -32,31 +32,13 @@ typedef void (*ubus_data_handler_t)(struct ubus_request *req, int type, struct b
 typedef void (*ubus_fd_handler_t)(struct ubus_request *req, int fd);
 typedef void (*ubus_complete_handler_t)(struct ubus_request *req, int ret);
 
-#define UBUS_TAG_STATUS (1ul << 0)
-#define UBUS_TAG_ADMIN (1ul << 1)
-#define UBUS_TAG_PRIVATE (1ul << 2)
-
 #define UBUS_METHOD_NOARG(_name, _handler)                                                                   \
     {                                                                                                        \
         .name = _name, .handler = _handler                                                                   \
     }
-#define UBUS_METHOD_TAG_NOARG(_name, _handler, _tags)                                                        \
-    {                                                                                                        \
-        .name = _name, .handler = _handler, .tags = _tags                                                    \
-    }
 #define UBUS_METHOD(_name, _handler, _policy)                                                                \
     {                                                                                                        \
         .name = _name, .handler = _handler, .policy = _policy, .n_policy = ARRAY_SIZE(_policy)               \
-    }
-#define UBUS_METHOD_TAG(_name, _handler, _policy, _tags)                                                     \
-    {                                                                                                        \
-        .name = _name, .handler = _handler, .tags = _tags, .policy = _policy,                                \
-        .n_policy = ARRAY_SIZE(_policy)                                                                      \
-    }
-#define UBUS_METHOD_MASK(_name, _handler, _policy, _mask)                                                    \
-    {                                                                                                        \
-        .name = _name, .handler = _handler, .mask = _mask, .policy = _policy,                                \
-        .n_policy = ARRAY_SIZE(_policy)                                                                      \
     }
 #define UBUS_OBJECT_TYPE(_name, _methods)                                                                    \
     {                                                                                                        \

@@ -11,11 +11,6 @@ constexpr size_t maxBufferLength = 0xffffff; // a length has 24 bits
 constexpr size_t growStep = 256;
 constexpr size_t cookieBias = 1; // tells the outermost container's offset, 0, from a failure
 
-size_t pad4(size_t length)
-{
-    return (length + BLOB_ATTR_ALIGN - 1) & ~size_t{ BLOB_ATTR_ALIGN - 1 };
-}
-
 blob_attr *at_offset(const blob_buf *buf, size_t offset)
 {
     return reinterpret_cast<blob_attr *>(static_cast<char *>(buf->buf) + offset);
@@ -69,12 +64,12 @@ blob_attr *append(blob_buf *buf, int id, size_t payload)
     const size_t head = offset_of(buf, buf->head);
     const size_t start = head + blob_pad_len(buf->head);
     const size_t raw = sizeof(blob_attr) + payload;
-    if (payload > maxBufferLength || !reserve(buf, start + pad4(raw)))
+    if (payload > maxBufferLength || !reserve(buf, start + blob_padded(raw)))
         return nullptr;
     blob_attr *attr = at_offset(buf, start);
     init_attr(attr, id, raw);
     blob_fill_pad(attr);
-    blob_set_raw_len(buf->head, static_cast<unsigned int>(blob_pad_len(buf->head) + pad4(raw)));
+    blob_set_raw_len(buf->head, static_cast<unsigned int>(blob_pad_len(buf->head) + blob_padded(raw)));
     return attr;
 }
 
@@ -117,27 +112,13 @@ int parse_children(blob_attr *first, size_t rem, blob_attr **data, const blob_at
 void blob_fill_pad(blob_attr *attr)
 {
     const size_t raw = blob_raw_len(attr);
-    memset(reinterpret_cast<char *>(attr) + raw, 0, pad4(raw) - raw);
+    memset(reinterpret_cast<char *>(attr) + raw, 0, blob_padded(raw) - raw);
 }
 
 void blob_set_raw_len(blob_attr *attr, unsigned int len)
 {
     const uint32_t kept = be32_to_cpu(attr->id_len) & ~BLOB_ATTR_LEN_MASK;
     attr->id_len = cpu_to_be32(kept | (len & BLOB_ATTR_LEN_MASK));
-}
-
-bool blob_attr_equal(const blob_attr *a1, const blob_attr *a2)
-{
-    if (!a1 || !a2)
-        return a1 == a2;
-    return blob_pad_len(a1) == blob_pad_len(a2) && memcmp(a1, a2, blob_pad_len(a1)) == 0;
-}
-
-blob_attr *blob_memdup(blob_attr *attr)
-{
-    const size_t size = blob_pad_len(attr);
-    void *copy = malloc(size);
-    return static_cast<blob_attr *>(copy ? memcpy(copy, attr, size) : nullptr);
 }
 
 bool blob_check_type(const void *ptr, unsigned int len, int type)
@@ -168,32 +149,9 @@ void blob_buf_free(blob_buf *buf)
     buf->buflen = 0;
 }
 
-bool blob_buf_grow(blob_buf *buf, int required)
-{
-    return required >= 0 && reserve(buf, static_cast<size_t>(buf->buflen) + static_cast<size_t>(required));
-}
-
 blob_attr *blob_new(blob_buf *buf, int id, int payload)
 {
     return payload < 0 ? nullptr : append(buf, id, static_cast<size_t>(payload));
-}
-
-blob_attr *blob_put(blob_buf *buf, int id, const void *ptr, unsigned int len)
-{
-    blob_attr *attr = append(buf, id, len);
-    if (attr && len)
-        memcpy(blob_data(attr), ptr, len);
-    return attr;
-}
-
-blob_attr *blob_put_raw(blob_buf *buf, const void *ptr, unsigned int len)
-{
-    if (len < sizeof(blob_attr))
-        return nullptr;
-    blob_attr *attr = append(buf, 0, len - sizeof(blob_attr));
-    if (attr)
-        memcpy(attr, ptr, len);
-    return attr;
 }
 
 void *blob_nest_into(blob_buf *buf, blob_attr *last)
@@ -205,14 +163,10 @@ void *blob_nest_into(blob_buf *buf, blob_attr *last)
     return reinterpret_cast<void *>(offset_of(buf, outer) + cookieBias);
 }
 
-void *blob_nest_start(blob_buf *buf, int id)
-{
-    blob_attr *inner = append(buf, id, 0);
-    return inner ? blob_nest_into(buf, inner) : nullptr;
-}
-
 void blob_nest_end(blob_buf *buf, void *cookie)
 {
+    if (!cookie)
+        return;
     blob_attr *outer = at_offset(buf, reinterpret_cast<size_t>(cookie) - cookieBias);
     blob_set_raw_len(outer, static_cast<unsigned int>(blob_raw_len(outer) + blob_pad_len(buf->head)));
     buf->head = outer;

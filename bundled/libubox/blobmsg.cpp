@@ -114,16 +114,6 @@ int blobmsg_check_array_len(const blob_attr *attr, int type, size_t len)
     return count;
 }
 
-bool blobmsg_check_attr_list(const blob_attr *attr, int type)
-{
-    return blobmsg_check_array(attr, type) >= 0;
-}
-
-bool blobmsg_check_attr_list_len(const blob_attr *attr, int type, size_t len)
-{
-    return blobmsg_check_array_len(attr, type, len) >= 0;
-}
-
 int blobmsg_parse(const blobmsg_policy *policy, int policy_len, blob_attr **tb, void *data, unsigned int len)
 {
     memset(tb, 0, sizeof(*tb) * static_cast<size_t>(policy_len));
@@ -170,12 +160,6 @@ int blobmsg_parse_attr(const blobmsg_policy *policy, int policy_len, blob_attr *
                          static_cast<unsigned int>(blobmsg_data_len(data)));
 }
 
-int blobmsg_parse_array_attr(const blobmsg_policy *policy, int policy_len, blob_attr **tb, blob_attr *data)
-{
-    return blobmsg_parse_array(policy, policy_len, tb, blobmsg_data(data),
-                               static_cast<unsigned int>(blobmsg_data_len(data)));
-}
-
 int blobmsg_add_field(blob_buf *buf, int type, const char *name, const void *data, unsigned int len)
 {
     void *value;
@@ -184,12 +168,6 @@ int blobmsg_add_field(blob_buf *buf, int type, const char *name, const void *dat
     if (len)
         memcpy(value, data, len);
     return 0;
-}
-
-int blobmsg_add_blob(blob_buf *buf, blob_attr *attr)
-{
-    return blobmsg_add_field(buf, blobmsg_type(attr), blob_is_extended(attr) ? blobmsg_name(attr) : nullptr,
-                             blobmsg_data(attr), static_cast<unsigned int>(blobmsg_data_len(attr)));
 }
 
 void *blobmsg_open_nested(blob_buf *buf, const char *name, bool array)
@@ -221,54 +199,6 @@ int blobmsg_printf(blob_buf *buf, const char *name, const char *format, ...)
     const int length = blobmsg_vprintf(buf, name, format, arg);
     va_end(arg);
     return length;
-}
-
-void *blobmsg_alloc_string_buffer(blob_buf *buf, const char *name, unsigned int maxlen)
-{
-    const size_t before = blob_raw_len(buf->head);
-    void *value;
-    if (!new_field(buf, BLOBMSG_TYPE_STRING, name, size_t{ maxlen } + 1, &value))
-        return nullptr;
-    blob_set_raw_len(buf->head, static_cast<unsigned int>(before)); // counted once it is added
-    return value;
-}
-
-void *blobmsg_realloc_string_buffer(blob_buf *buf, unsigned int maxlen)
-{
-    const blob_attr *field = blob_next(buf->head);
-    const auto start = reinterpret_cast<const char *>(field) - static_cast<char *>(buf->buf);
-    const size_t end = static_cast<size_t>(start) + sizeof(blob_attr) + blobmsg_value_offset(field) +
-                       BLOBMSG_PADDING(size_t{ maxlen } + 1);
-    if (end > static_cast<size_t>(buf->buflen) &&
-        !blob_buf_grow(buf, static_cast<int>(end - static_cast<size_t>(buf->buflen))))
-        return nullptr;
-    return blobmsg_data(blob_next(buf->head));
-}
-
-void blobmsg_add_string_buffer(blob_buf *buf)
-{
-    blob_attr *field = blob_next(buf->head);
-    const size_t length = strlen(static_cast<char *>(blobmsg_data(field))) + 1;
-    blob_set_raw_len(field,
-                     static_cast<unsigned int>(sizeof(blob_attr) + blobmsg_value_offset(field) + length));
-    blob_fill_pad(field);
-    blob_set_raw_len(buf->head, static_cast<unsigned int>(blob_raw_len(buf->head) + blob_pad_len(field)));
-}
-
-uint64_t blobmsg_cast_u64(blob_attr *attr)
-{
-    switch (blobmsg_type(attr)) {
-    case BLOBMSG_TYPE_INT64:
-        return blobmsg_get_u64(attr);
-    case BLOBMSG_TYPE_INT32:
-        return blobmsg_get_u32(attr);
-    case BLOBMSG_TYPE_INT16:
-        return blobmsg_get_u16(attr);
-    case BLOBMSG_TYPE_INT8:
-        return blobmsg_get_u8(attr);
-    default:
-        return 0;
-    }
 }
 
 int64_t blobmsg_cast_s64(blob_attr *attr)

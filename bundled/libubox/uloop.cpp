@@ -15,7 +15,6 @@ namespace
 constexpr int batchSize = 10;
 
 int pollFd = -1;
-int runDepth = 0;
 
 struct Batch {
     epoll_event event[batchSize];
@@ -147,7 +146,6 @@ int uloop_run_timeout(int timeout)
 {
     uloop_clear_stop();
     uloop_cancelled = false;
-    runDepth++;
     do {
         uloop_timers_run();
         if (uloop_cancelled)
@@ -157,11 +155,5 @@ int uloop_run_timeout(int timeout)
             wait = timeout;
         uloop_poll_once(wait);
     } while (!uloop_cancelled && timeout < 0);
-    runDepth--;
     return uloop_stop_signal();
-}
-
-bool uloop_cancelling()
-{
-    return runDepth > 0 && uloop_cancelled;
 }

@@ -1,5 +1,4 @@
-// Signals. The handlers only set flags and write the signal's number into a pipe
-// that the loop watches, which ends a wait and carries signals to their callbacks on the loop's thread.
+// Signals. The handlers only set flags and write into a pipe that the loop watches, which ends a wait.
 #include "bundled/libubox/uloop_internal.h"
 
 #include <errno.h>
@@ -12,14 +11,12 @@ int wakeReader = -1;
 int wakeWriter = -1;
 volatile sig_atomic_t stopSignal = 0;
 
-list_head signals = LIST_HEAD_INIT(signals);
 uloop_fd waker;
 
-void wake(int signo)
+void wake()
 {
     const int saved = errno;
-    const auto byte = static_cast<unsigned char>(signo);
-    if (write(wakeWriter, &byte, 1) < 0) {
+    if (write(wakeWriter, "", 1) < 0) {
         // The pipe is full: the loop is going to wake anyway.
     }
     errno = saved;
@@ -29,7 +26,7 @@ void on_stop(int signo)
 {
     stopSignal = signo;
     uloop_cancelled = true;
-    wake(signo);
+    wake();
 }
 
 struct DefaultAction {
@@ -65,26 +62,11 @@ void install_defaults()
     }
 }
 
-void run_signal_callbacks(int signo)
-{
-    uloop_signal *s;
-    uloop_signal *following;
-    list_for_each_entry_safe(s, following, &signals, list)
-    {
-        if (s->signo != signo || !s->cb)
-            continue;
-        s->cb(s);
-        return; // one action per signal; the list may have changed
-    }
-}
-
 void on_wake(uloop_fd *u, unsigned int)
 {
     unsigned char byte[64];
-    ssize_t count;
-    while ((count = read(u->fd, byte, sizeof byte)) > 0)
-        for (ssize_t i = 0; i < count; i++)
-            run_signal_callbacks(byte[i]);
+    while (read(u->fd, byte, sizeof byte) > 0) {
+    }
 }
 
 } // namespace
@@ -107,8 +89,6 @@ int uloop_signals_open()
 
 void uloop_signals_close()
 {
-    while (!list_empty(&signals))
-        uloop_signal_delete(list_first_entry(&signals, uloop_signal, list));
     for (DefaultAction &row : defaults) {
         if (row.installed && row.restored) {
             sigaction(row.signo, &row.before, nullptr);
@@ -129,23 +109,4 @@ int uloop_stop_signal()
 void uloop_clear_stop()
 {
     stopSignal = 0;
-}
-
-int uloop_signal_add(uloop_signal *s)
-{
-    if (s->pending || set_action(s->signo, wake, &s->orig) < 0)
-        return -1;
-    list_add_tail(&s->list, &signals);
-    s->pending = true;
-    return 0;
-}
-
-int uloop_signal_delete(uloop_signal *s)
-{
-    if (!s->pending)
-        return -1;
-    list_del(&s->list);
-    s->pending = false;
-    sigaction(s->signo, &s->orig, nullptr);
-    return 0;
 }

@@ -4,11 +4,6 @@ namespace
 {
 constexpr size_t headerLength = sizeof(ubus_msghdr);
 
-size_t pad4(size_t length)
-{
-    return (length + 3) & ~size_t{ 3 };
-}
-
 void add_part(OutMessage &out, const void *data, size_t length)
 {
     if (!length)
@@ -59,7 +54,7 @@ void out_bytes(OutMessage &out, ubus_msg_attr id, const void *data, size_t lengt
     const uint32_t raw = static_cast<uint32_t>(sizeof(blob_attr) + length) & BLOB_ATTR_LEN_MASK;
     add_word(out, static_cast<uint32_t>(id) << BLOB_ATTR_ID_SHIFT | raw);
     add_part(out, data, length);
-    add_fixed(out, zeros, pad4(length) - length);
+    add_fixed(out, zeros, blob_padded(length) - length);
 }
 
 void out_string(OutMessage &out, ubus_msg_attr id, const char *text)

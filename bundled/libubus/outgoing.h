@@ -1,8 +1,27 @@
-// Messages on their way out, as the client and the broker put them together.
+// What the client and the broker share of messages: the types of their attributes, and how one is put
+// together.
 #pragma once
 
 #include <sys/uio.h>
 #include <ubusmsg.h>
+
+// What an attribute has to be to count as present.
+inline constexpr blob_attr_info attributeTypes[UBUS_ATTR_MAX] = {
+    {},                   // UNSPEC
+    { BLOB_ATTR_INT32 },  // STATUS
+    { BLOB_ATTR_STRING }, // OBJPATH
+    { BLOB_ATTR_INT32 },  // OBJID
+    { BLOB_ATTR_STRING }, // METHOD
+    { BLOB_ATTR_INT32 },  // OBJTYPE
+    { BLOB_ATTR_NESTED }, // SIGNATURE
+    { BLOB_ATTR_NESTED }, // DATA
+    { BLOB_ATTR_INT32 },  // TARGET
+    { BLOB_ATTR_INT8 },   // ACTIVE
+    { BLOB_ATTR_INT8 },   // NO_REPLY
+    { BLOB_ATTR_NESTED }, // SUBSCRIBERS
+    { BLOB_ATTR_STRING }, // USER
+    { BLOB_ATTR_STRING }, // GROUP
+};
 
 // An outgoing message as a list of pieces: small parts are written into `fixed`, strings and payloads
 // are referred to where they stand, so nothing is copied or allocated to send it.

@@ -18,9 +18,6 @@ const struct { const char *hex; void (*build)(blob_buf *); } vectors[] = {
     { "88000010 0001 64 00 c004000000000000", [](blob_buf *b) { blobmsg_add_double(b, "d", -2.5); } },
     { "83000009 0001 73 00 00 000000", [](blob_buf *b) { blobmsg_add_string(b, "s", ""); } },
     { "83000011 0004 73747234 00 00 61626364 00 000000", [](blob_buf *b) { blobmsg_printf(b, "str4", "ab%s", "cd"); } },
-    { "83000011 0004 73747234 00 00 61626364 00 000000", [](blob_buf *b) {
-          strcpy(static_cast<char *>(blobmsg_alloc_string_buffer(b, "str4", 100)), "abcd");
-          blobmsg_add_string_buffer(b); } },
     { "80000008 0001 75 00", [](blob_buf *b) { blobmsg_add_field(b, 0, "u", nullptr, 0); } },
     { "8000000f 0002 7562 00 000000 78797a 00", [](blob_buf *b) { blobmsg_add_field(b, 0, "ub", "xyz", 3); } },
     { "81000018 0003 617272 00 0000 8500000c 0000 00 00 00000007", [](blob_buf *b) {

@@ -71,9 +71,14 @@ static inline size_t blob_len(const struct blob_attr *attr)
     return blob_raw_len(attr) - sizeof(struct blob_attr);
 }
 
+static inline size_t blob_padded(size_t length)
+{
+    return (length + BLOB_ATTR_ALIGN - 1) & ~(size_t)(BLOB_ATTR_ALIGN - 1);
+}
+
 static inline size_t blob_pad_len(const struct blob_attr *attr)
 {
-    return (blob_raw_len(attr) + BLOB_ATTR_ALIGN - 1) & ~(size_t)(BLOB_ATTR_ALIGN - 1);
+    return blob_padded(blob_raw_len(attr));
 }
 
 static inline struct blob_attr *blob_next(const struct blob_attr *attr)
@@ -86,13 +91,6 @@ static inline uint8_t blob_get_u8(const struct blob_attr *attr)
     return (uint8_t)attr->data[0];
 }
 
-static inline uint16_t blob_get_u16(const struct blob_attr *attr)
-{
-    uint16_t value;
-    memcpy(&value, attr->data, sizeof value);
-    return be16_to_cpu(value);
-}
-
 static inline uint32_t blob_get_u32(const struct blob_attr *attr)
 {
     uint32_t value;
@@ -100,28 +98,9 @@ static inline uint32_t blob_get_u32(const struct blob_attr *attr)
     return be32_to_cpu(value);
 }
 
-static inline uint64_t blob_get_u64(const struct blob_attr *attr)
-{
-    uint64_t value;
-    memcpy(&value, attr->data, sizeof value);
-    return be64_to_cpu(value);
-}
-
-static inline int8_t blob_get_int8(const struct blob_attr *attr)
-{
-    return (int8_t)blob_get_u8(attr);
-}
-static inline int16_t blob_get_int16(const struct blob_attr *attr)
-{
-    return (int16_t)blob_get_u16(attr);
-}
 static inline int32_t blob_get_int32(const struct blob_attr *attr)
 {
     return (int32_t)blob_get_u32(attr);
-}
-static inline int64_t blob_get_int64(const struct blob_attr *attr)
-{
-    return (int64_t)blob_get_u64(attr);
 }
 static inline const char *blob_get_string(const struct blob_attr *attr)
 {
@@ -146,20 +125,15 @@ static inline bool blob_attr_fits(const struct blob_attr *attr, size_t rem)
 
 void blob_fill_pad(struct blob_attr *attr); // zeroes the padding
 void blob_set_raw_len(struct blob_attr *attr, unsigned int len);
-bool blob_attr_equal(const struct blob_attr *a1, const struct blob_attr *a2);
-struct blob_attr *blob_memdup(struct blob_attr *attr); // malloc'ed
 bool blob_check_type(const void *ptr, unsigned int len, int type);
 
 // Starts a message; the memory of the one before is used again. 0 or -ENOMEM.
 int blob_buf_init(struct blob_buf *buf, int id);
 void blob_buf_free(struct blob_buf *buf);
-bool blob_buf_grow(struct blob_buf *buf, int required);
 
-// All of these return NULL when the buffer can't grow (24-bit length, memory).
+// NULL when the buffer can't grow (24-bit length, memory).
 struct blob_attr *blob_new(struct blob_buf *buf, int id, int payload); // payload is for the caller to fill
-struct blob_attr *blob_put(struct blob_buf *buf, int id, const void *ptr, unsigned int len);
-struct blob_attr *blob_put_raw(struct blob_buf *buf, const void *ptr, unsigned int len);
-void *blob_nest_start(struct blob_buf *buf, int id);
+// Ends the container that blobmsg_open_nested opened; cookie NULL, of one that couldn't be opened: nothing.
 void blob_nest_end(struct blob_buf *buf, void *cookie);
 
 // Sorts the children by id into data[0..max); malformed ones count as absent, the last duplicate wins.
@@ -167,39 +141,6 @@ void blob_nest_end(struct blob_buf *buf, void *cookie);
 int blob_parse(struct blob_attr *attr, struct blob_attr **data, const struct blob_attr_info *info, int max);
 int blob_parse_untrusted(struct blob_attr *attr, size_t attr_len, struct blob_attr **data,
                          const struct blob_attr_info *info, int max);
-
-static inline struct blob_attr *blob_put_string(struct blob_buf *buf, int id, const char *str)
-{
-    return blob_put(buf, id, str, (unsigned int)strlen(str) + 1);
-}
-
-static inline struct blob_attr *blob_put_u8(struct blob_buf *buf, int id, uint8_t val)
-{
-    return blob_put(buf, id, &val, sizeof val);
-}
-
-static inline struct blob_attr *blob_put_u16(struct blob_buf *buf, int id, uint16_t val)
-{
-    val = cpu_to_be16(val);
-    return blob_put(buf, id, &val, sizeof val);
-}
-
-static inline struct blob_attr *blob_put_u32(struct blob_buf *buf, int id, uint32_t val)
-{
-    val = cpu_to_be32(val);
-    return blob_put(buf, id, &val, sizeof val);
-}
-
-static inline struct blob_attr *blob_put_u64(struct blob_buf *buf, int id, uint64_t val)
-{
-    val = cpu_to_be64(val);
-    return blob_put(buf, id, &val, sizeof val);
-}
-
-#define blob_put_int8 blob_put_u8
-#define blob_put_int16 blob_put_u16
-#define blob_put_int32 blob_put_u32
-#define blob_put_int64 blob_put_u64
 
 #ifdef __cplusplus
 }

@@ -92,8 +92,6 @@ bool blobmsg_check_attr_len(const struct blob_attr *attr, bool name, size_t len)
 // One level deep: number of children, or -1. type BLOBMSG_TYPE_UNSPEC: any.
 int blobmsg_check_array(const struct blob_attr *attr, int type);
 int blobmsg_check_array_len(const struct blob_attr *attr, int type, size_t len);
-bool blobmsg_check_attr_list(const struct blob_attr *attr, int type);
-bool blobmsg_check_attr_list_len(const struct blob_attr *attr, int type, size_t len);
 
 // Fills tb[0..policy_len) with the fields of the policy's names and types, the first of a name. 0;
 // -EINVAL for an empty message; -1 at the first malformed field.
@@ -104,21 +102,15 @@ int blobmsg_parse_array(const struct blobmsg_policy *policy, int policy_len, str
                         void *data, unsigned int len);
 int blobmsg_parse_attr(const struct blobmsg_policy *policy, int policy_len, struct blob_attr **tb,
                        struct blob_attr *data);
-int blobmsg_parse_array_attr(const struct blobmsg_policy *policy, int policy_len, struct blob_attr **tb,
-                             struct blob_attr *data);
 
 // 0, or -1 when the buffer can't grow. name NULL: none (array element).
 int blobmsg_add_field(struct blob_buf *buf, int type, const char *name, const void *data, unsigned int len);
-int blobmsg_add_blob(struct blob_buf *buf, struct blob_attr *attr);
 void *blobmsg_open_nested(struct blob_buf *buf, const char *name, bool array); // cookie, NULL: failed
 int blobmsg_vprintf(struct blob_buf *buf, const char *name, const char *format, va_list arg);
 int blobmsg_printf(struct blob_buf *buf, const char *name, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 
 // A string built in place: room for maxlen characters and the NUL; the field exists once it is added.
-void *blobmsg_alloc_string_buffer(struct blob_buf *buf, const char *name, unsigned int maxlen);
-void *blobmsg_realloc_string_buffer(struct blob_buf *buf, unsigned int maxlen);
-void blobmsg_add_string_buffer(struct blob_buf *buf);
 
 static inline int blobmsg_buf_init(struct blob_buf *buf)
 {
@@ -185,11 +177,6 @@ static inline uint8_t blobmsg_get_u8(struct blob_attr *attr)
 {
     return *(uint8_t *)blobmsg_data(attr);
 }
-static inline bool blobmsg_get_bool(struct blob_attr *attr)
-{
-    return blobmsg_get_u8(attr) != 0;
-}
-
 static inline uint16_t blobmsg_get_u16(struct blob_attr *attr)
 {
     uint16_t value;
@@ -211,21 +198,12 @@ static inline uint64_t blobmsg_get_u64(struct blob_attr *attr)
     return be64_to_cpu(value);
 }
 
-static inline double blobmsg_get_double(struct blob_attr *attr)
-{
-    uint64_t bits = blobmsg_get_u64(attr);
-    double d;
-    memcpy(&d, &bits, sizeof d);
-    return d;
-}
-
 static inline char *blobmsg_get_string(struct blob_attr *attr)
 {
     return (char *)blobmsg_data(attr);
 }
 
 // An integer field of any width; 0 for anything else.
-uint64_t blobmsg_cast_u64(struct blob_attr *attr);
 int64_t blobmsg_cast_s64(struct blob_attr *attr);
 
 #ifdef __cplusplus

@@ -52,7 +52,6 @@ static inline void list_del_init(struct list_head *item)
 
 #define list_entry(ptr, type, field) container_of(ptr, type, field)
 #define list_first_entry(head, type, field) list_entry((head)->next, type, field)
-#define list_last_entry(head, type, field) list_entry((head)->prev, type, field)
 
 #define list_for_each_entry(p, head, field)                                                                  \
     for (p = list_entry((head)->next, __typeof__(*p), field); &p->field != (head);                           \

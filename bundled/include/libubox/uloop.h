@@ -1,5 +1,5 @@
-// Event loop of one thread: timers, file descriptors, signals. Structures belong to
-// the caller, must be zeroed before their first use and must stay where they are while registered.
+// Event loop of one thread: timers and file descriptors. Structures belong to the caller, must be zeroed
+// before their first use and must stay where they are while registered.
 #pragma once
 
 #include <libubox/list.h>
@@ -12,11 +12,9 @@ extern "C" {
 
 struct uloop_fd;
 struct uloop_timeout;
-struct uloop_signal;
 
 typedef void (*uloop_fd_handler)(struct uloop_fd *u, unsigned int events);
 typedef void (*uloop_timeout_handler)(struct uloop_timeout *t);
-typedef void (*uloop_signal_handler)(struct uloop_signal *s);
 
 #define ULOOP_READ (1 << 0)
 #define ULOOP_WRITE (1 << 1)
@@ -40,14 +38,6 @@ struct uloop_timeout {
     struct timeval time; // monotonic clock
 };
 
-struct uloop_signal {
-    struct list_head list;
-    struct sigaction orig;
-    bool pending;
-    uloop_signal_handler cb;
-    int signo;
-};
-
 extern bool uloop_cancelled;
 
 // Starts or changes the watch. 0, or -1 (bad descriptor, regular file). No READ or WRITE in `flags`: delete.
@@ -64,10 +54,6 @@ int uloop_timeout_cancel(struct uloop_timeout *timeout); // -1 when not pending
 int uloop_timeout_remaining(struct uloop_timeout *timeout);
 int64_t uloop_timeout_remaining64(struct uloop_timeout *timeout);
 
-// Replaces the signal's action by a callback of the loop. -1 when pending already.
-int uloop_signal_add(struct uloop_signal *s);
-int uloop_signal_delete(struct uloop_signal *s);
-
 int uloop_init(void); // 0 or -1; again: nothing happens
 // Runs until uloop_end() or SIGINT/SIGTERM; 0 or the signal's number. Clears a stop asked for before.
 // timeout >= 0 (milliseconds): one pass that waits no longer than that.
@@ -80,7 +66,6 @@ static inline void uloop_end(void)
 {
     uloop_cancelled = true;
 }
-bool uloop_cancelling(void);      // inside a run that was told to stop
 int uloop_get_next_timeout(void); // milliseconds to the next timer, 0 when due, -1 when there is none
 void uloop_done(void);
 
