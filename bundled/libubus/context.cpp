@@ -20,29 +20,15 @@ struct Pending {
     InMessage message;
 };
 
-constexpr blob_attr_info attributeTypes[UBUS_ATTR_MAX] = {
-    {},                   // UNSPEC
-    { BLOB_ATTR_INT32 },  // STATUS
-    { BLOB_ATTR_STRING }, // OBJPATH
-    { BLOB_ATTR_INT32 },  // OBJID
-    { BLOB_ATTR_STRING }, // METHOD
-    { BLOB_ATTR_INT32 },  // OBJTYPE
-    { BLOB_ATTR_NESTED }, // SIGNATURE
-    { BLOB_ATTR_NESTED }, // DATA
-    { BLOB_ATTR_INT32 },  // TARGET
-    { BLOB_ATTR_INT8 },   // ACTIVE
-    { BLOB_ATTR_INT8 },   // NO_REPLY
-    { BLOB_ATTR_NESTED }, // SUBSCRIBERS
-    { BLOB_ATTR_STRING }, // USER
-    { BLOB_ATTR_STRING }, // GROUP
-};
-
+// Without memory the caller hears at once that there is none.
 void keep_for_later(ubus_context *ctx, const InMessage &message)
 {
     const size_t length = blob_raw_len(message.body);
     auto *pending = static_cast<Pending *>(malloc(sizeof(Pending) + length));
-    if (!pending)
+    if (!pending) {
+        refuse_invoke(ctx, message, UBUS_STATUS_NO_MEMORY);
         return;
+    }
     pending->message = message;
     pending->message.body = reinterpret_cast<blob_attr *>(pending + 1);
     memcpy(pending->message.body, message.body, length);

@@ -43,7 +43,7 @@ int event_object(ubus_context *ctx, const char *method, blob_buf *message, bool 
 {
     const int status =
         whole ? ubus_invoke(ctx, UBUS_SYSTEM_OBJECT_EVENT, method, message->head, nullptr, nullptr, 0)
-              : static_cast<int>(UBUS_STATUS_INVALID_ARGUMENT);
+              : static_cast<int>(UBUS_STATUS_NO_MEMORY);
     blob_buf_free(message);
     return status;
 }

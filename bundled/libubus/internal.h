@@ -50,3 +50,4 @@ void dispatch_pending(ubus_context *ctx);
 void dispatch_pending_soon(ubus_context *ctx); // after a synchronous call
 void connection_gone(ubus_context *ctx);
 void serve_invoke(ubus_context *ctx, const InMessage &message);
+void refuse_invoke(ubus_context *ctx, const InMessage &message, int status); // no handler runs

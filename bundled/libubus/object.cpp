@@ -146,6 +146,17 @@ void serve_invoke(ubus_context *ctx, const InMessage &message)
         send_status(ctx, req, status);
 }
 
+void refuse_invoke(ubus_context *ctx, const InMessage &message, int status)
+{
+    blob_attr *attr[UBUS_ATTR_MAX];
+    parse_attributes(message.body, attr);
+    ubus_request_data req = {};
+    req.object = attr[UBUS_ATTR_OBJID] ? blob_get_u32(attr[UBUS_ATTR_OBJID]) : 0;
+    req.peer = message.peer;
+    req.seq = message.seq;
+    send_status(ctx, req, status);
+}
+
 int ubus_send_reply(ubus_context *ctx, ubus_request_data *req, blob_attr *msg)
 {
     OutMessage out;
@@ -167,13 +178,18 @@ int ubus_add_object(ubus_context *ctx, ubus_object *obj)
     ubus_request req;
     OutMessage out;
     blob_buf signature = {};
+    const bool described = obj->name && obj->type && !obj->type->id;
+    if (described && !build_signature(&signature, *obj->type)) {
+        blob_buf_free(&signature);
+        return UBUS_STATUS_NO_MEMORY; // without its methods nobody would find it
+    }
     request_init(ctx, req, 0);
     out_begin(out, UBUS_MSG_ADD_OBJECT, req.seq, 0);
     if (obj->name && obj->type) {
         out_string(out, UBUS_ATTR_OBJPATH, obj->name);
-        if (obj->type->id)
+        if (!described)
             out_u32(out, UBUS_ATTR_OBJTYPE, obj->type->id);
-        else if (build_signature(&signature, *obj->type))
+        else
             out_bytes(out, UBUS_ATTR_SIGNATURE, blob_data(signature.head), blob_len(signature.head));
     }
     const uint32_t before = obj->id;

@@ -15,6 +15,7 @@ namespace
 
 constexpr int retryMs = 250;         // between attempts when the broker can't be reached
 constexpr int greetingMs = 1000;     // how long an accepted connection may stay without a greeting
+constexpr int mendMs = 1000;         // until an object or subscription that was refused is tried again
 constexpr int settleMs = 1000;       // listeners reconnect as well: let them be back before we send
 constexpr int statusBadGreeting = 9; // ubus_reconnect: connected, but greeted wrongly
 
@@ -71,8 +72,8 @@ bool bring_up(int settle)
     fcntl(bus.ctx->sock.fd, F_SETFD, FD_CLOEXEC);
     uloop_timeout_cancel(&bus.retry);
     ubus_add_uloop(bus.ctx);
-    merka::restore_objects(bus.ctx);
-    merka::renew_registrations(bus.ctx);
+    merka::forget_registrations();
+    merka::complete_registration();
     if (bus.up)
         merka::resume_sending(settle);
     return true;
@@ -90,6 +91,10 @@ void close_probe()
 /** Each attempt starts over with a new probe: the socket's path may belong to a new broker by now. */
 void on_retry(uloop_timeout *)
 {
+    if (bus.up) {
+        merka::complete_registration();
+        return;
+    }
     close_probe();
     if (bus.ctx != nullptr)
         uloop_fd_delete(&bus.ctx->sock); // a half-closed one would keep the loop busy
@@ -114,6 +119,16 @@ void on_probe(uloop_fd *fd, unsigned)
 ubus_context *merka::connected_context()
 {
     return bus.up ? bus.ctx : nullptr;
+}
+
+void merka::complete_registration()
+{
+    if (!bus.up)
+        return;
+    const bool objects = restore_objects(bus.ctx);
+    const bool subscriptions = register_missing(bus.ctx);
+    if (bus.up && !(objects && subscriptions))
+        try_again_in(mendMs);
 }
 
 void merka::connect_before_loop()

@@ -23,9 +23,14 @@ ubus_context *connected_context();
 /** Connects at start-up, waiting for the broker's greeting for at most a second. */
 void connect_before_loop();
 
-/** Notes all objects of the context before a reconnect; adds those that it left behind afterwards. */
+/** Notes all objects of the context before a reconnect; adds those that it left behind afterwards, if it can.
+ */
 void remember_objects(ubus_context *ctx);
-void restore_objects(ubus_context *ctx);
+bool restore_objects(ubus_context *ctx);
+
+/** Puts on the bus what it lacks of our objects and subscriptions; what is refused is tried again each
+ * second. */
+void complete_registration();
 
 /** Marks the loop as running: from here on connecting happens in the background only. */
 void enter_loop();
@@ -35,8 +40,11 @@ bool in_loop();
 int note_signal(const char *name);
 int set_signal_table(const MerkaSignalRow *rows, int count);
 
-/** Registers all noted signals on a connection that knows none of them yet. May block as any bus call. */
-void renew_registrations(ubus_context *ctx);
+/** For a connection that knows none of them yet. */
+void forget_registrations();
+
+/** Registers the noted signals that the connection doesn't know; whether it knows all of them now. */
+bool register_missing(ubus_context *ctx);
 
 int send_signal(const char *name, const void *payload, int size);
 

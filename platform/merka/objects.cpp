@@ -48,7 +48,7 @@ void merka::remember_objects(ubus_context *ctx)
     for_each_object<ubus_context, ubus_object>(ctx, remember);
 }
 
-void merka::restore_objects(ubus_context *ctx)
+bool merka::restore_objects(ubus_context *ctx)
 {
     int missing = 0;
     for (int i = 0; i < objects.count; ++i) {
@@ -59,4 +59,5 @@ void merka::restore_objects(ubus_context *ctx)
             objects.known[missing++] = object;
     }
     objects.count = missing;
+    return missing == 0;
 }

@@ -17,6 +17,7 @@ namespace
 
 constexpr unsigned ringSize = 1024;
 constexpr int pollMs = 10;          // how often a full socket is looked at again when it can't be watched
+constexpr int memoryMs = 1000;      // after how long a message is built again that there was no memory for
 constexpr uint32_t eventObject = 1; // the broker's own object that passes events on
 // A Unix socket is writable while no more than a quarter of its send buffer (160 KiB and up) is used, so
 // that a message of this size always fits when it is.
@@ -50,18 +51,32 @@ bool socket_takes_it()
     return poll(&entry, 1, 0) == 1 && entry.revents == POLLOUT;
 }
 
-/** The request isn't completed, so the library keeps no trace of it and ignores the broker's answer. */
-bool hand_over(const char *name, const void *payload, int size)
+/** Whether there was memory for the whole message. */
+bool build(const char *name, const void *payload, int size)
 {
-    blob_buf_init(&out.message, 0);
-    blobmsg_add_string(&out.message, "id", name);
+    if (blob_buf_init(&out.message, 0) != 0 || blobmsg_add_string(&out.message, "id", name) != 0)
+        return false;
     void *data = blobmsg_open_table(&out.message, "data");
-    if (size > 0)
-        blobmsg_add_field(&out.message, BLOBMSG_TYPE_UNSPEC, "payload", payload, static_cast<unsigned>(size));
+    if (data == nullptr)
+        return false;
+    if (size > 0 && blobmsg_add_field(&out.message, BLOBMSG_TYPE_UNSPEC, "payload", payload,
+                                      static_cast<unsigned>(size)) != 0)
+        return false;
     blobmsg_close_table(&out.message, data);
+    return true;
+}
+
+enum class Handed { over, noMemory, refused };
+
+/** The request isn't completed, so the library keeps no trace of it and ignores the broker's answer. */
+Handed hand_over(const char *name, const void *payload, int size)
+{
+    if (!build(name, payload, size))
+        return Handed::noMemory;
     ubus_request request = {};
-    return ubus_invoke_async(merka::connected_context(), eventObject, "send", out.message.head, &request) ==
-           0;
+    const int status =
+        ubus_invoke_async(merka::connected_context(), eventObject, "send", out.message.head, &request);
+    return status == 0 ? Handed::over : Handed::refused;
 }
 
 void drop_first()
@@ -95,7 +110,7 @@ void report_dropped()
 {
     if (out.dropped == 0)
         return;
-    fprintf(stderr, "merka: the bus is back, %u signals were dropped\n", out.dropped);
+    fprintf(stderr, "merka: signals go out again, %u were dropped\n", out.dropped);
     out.dropped = 0;
 }
 
@@ -128,18 +143,29 @@ void await_room()
     }
 }
 
+/** Goes on when what was in the way may be gone. A socket that takes more doesn't tell of memory. */
+void await(Handed last)
+{
+    if (last == Handed::noMemory)
+        look_again_in(memoryMs);
+    else
+        await_room();
+}
+
 /** Sends what waits for as long as the socket takes it. Without a connection resume_sending starts anew. */
 void send_waiting()
 {
+    Handed handed = Handed::over;
     while (out.count > 0 && socket_takes_it()) {
-        report_dropped();
         const Waiting *entry = out.ring[out.first];
-        if (!hand_over(entry->name, entry + 1, entry->size))
+        handed = hand_over(entry->name, entry + 1, entry->size);
+        if (handed != Handed::over)
             break;
+        report_dropped();
         drop_first();
     }
     if (out.count > 0 && merka::connected_context() != nullptr)
-        await_room();
+        await(handed);
 }
 
 void on_writable(uloop_fd *, unsigned)
@@ -162,11 +188,16 @@ int merka::send_signal(const char *name, const void *payload, int size)
         return -1;
     if (size < 0 || size > largestPayload || (payload == nullptr && size > 0))
         return -1;
-    if (out.count == 0 && !out.settling && socket_takes_it() && hand_over(name, payload, size))
+    Handed handed = Handed::refused;
+    if (out.count == 0 && !out.settling && socket_takes_it())
+        handed = hand_over(name, payload, size);
+    if (handed == Handed::over) {
+        report_dropped();
         return 0;
+    }
     const int result = put_aside(name, payload, size);
-    if (connected_context() != nullptr && !out.timer.pending)
-        await_room();
+    if (connected_context() != nullptr && !out.timer.pending && out.count > 0)
+        await(handed);
     return result;
 }
 

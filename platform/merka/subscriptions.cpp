@@ -32,16 +32,6 @@ bool row_name(const MerkaSignalRow &row, char (&name)[merka::longestName + 1])
     return length > 0 && length <= merka::longestName;
 }
 
-void register_missing(ubus_context *ctx)
-{
-    subs.listener.cb = on_event;
-    for (int i = 0; i < subs.nameCount; ++i) {
-        Name &name = subs.names[i];
-        if (!name.registered)
-            name.registered = ubus_register_event_handler(ctx, &subs.listener, name.text) == 0;
-    }
-}
-
 /** Finds the payload, NULL and 0 if there is none. Whether the message is sound. */
 bool read_payload(blob_attr *msg, void **payload, int *size)
 {
@@ -105,15 +95,25 @@ int merka::set_signal_table(const MerkaSignalRow *rows, int count)
         if (!row_name(rows[i], name) || note_signal(name) != 0)
             result = -1;
     }
-    if (ubus_context *ctx = connected_context())
-        register_missing(ctx);
+    complete_registration();
     return result;
 }
 
-void merka::renew_registrations(ubus_context *ctx)
+void merka::forget_registrations()
 {
     for (int i = 0; i < subs.nameCount; ++i)
         subs.names[i].registered = false;
-    if (subs.rows != nullptr)
-        register_missing(ctx);
+}
+
+bool merka::register_missing(ubus_context *ctx)
+{
+    bool whole = true;
+    subs.listener.cb = on_event;
+    for (int i = 0; i < subs.nameCount && subs.rows != nullptr; ++i) {
+        Name &name = subs.names[i];
+        if (!name.registered)
+            name.registered = ubus_register_event_handler(ctx, &subs.listener, name.text) == 0;
+        whole &= name.registered;
+    }
+    return whole;
 }
