@@ -168,7 +168,7 @@ constexpr Key<Config> keys[] = {
 void load()
 {
     config = {};
-    char path[256];
+    Path path;
     char *text = place(path, "%s", configFile) ? read_file(path, fileLimit) : nullptr;
     if (!text)
         return;
@@ -217,14 +217,14 @@ void config_forget()
 
 size_t config_product_order(char (*names)[16], size_t limit)
 {
-    char path[256];
+    Path path;
     char *text = nullptr;
     for (size_t i = 0; i < std::size(productFiles) && !text; i++)
         text = place(path, "%s", productFiles[i]) ? read_file(path, fileLimit) : nullptr;
     if (!text)
         return 0;
     cJSON *tree = cJSON_Parse(text);
-    const cJSON *parameters = cJSON_GetObjectItemCaseSensitive(tree, "ProductParameters");
+    const cJSON *parameters = cJSON_GetObjectItem(tree, "ProductParameters");
     const cJSON *radio;
     size_t count = 0;
     cJSON_ArrayForEach(radio, cJSON_GetObjectItemCaseSensitive(parameters, "Wifi")) count =

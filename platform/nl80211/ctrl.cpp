@@ -140,16 +140,16 @@ bool ctrl_value(const char *reply, const char *name, char *value, size_t size)
     return false;
 }
 
-bool ctrl_path(CtrlPeer peer, const char *ifName, char *path, size_t size)
+bool ctrl_path(CtrlPeer peer, const char *ifName, Path &path)
 {
     if (!is_name(ifName))
         return false;
     const Config &config = config_get();
     const char *chosen = peer == CtrlPeer::accessPoint ? config.hostapdDir : config.wpaDir;
     if (chosen[0] != '\0')
-        return place(path, size, "%s/%s", chosen, ifName);
+        return place(path, "%s/%s", chosen, ifName);
     for (const char *folder : usualFolders[peer == CtrlPeer::station]) {
-        if (place(path, size, "%s/%s", folder, ifName) && access(path, F_OK) == 0)
+        if (place(path, "%s/%s", folder, ifName) && access(path, F_OK) == 0)
             return true;
     }
     return false;
@@ -157,8 +157,8 @@ bool ctrl_path(CtrlPeer peer, const char *ifName, char *path, size_t size)
 
 int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size)
 {
-    char path[256];
-    if (!ctrl_path(peer, ifName, path, sizeof path))
+    Path path;
+    if (!ctrl_path(peer, ifName, path))
         return -1;
     return ctrl_ask(path, command, reply, size);
 }

@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "platform/nl80211/places.h"
+
 namespace radio
 {
 
@@ -31,7 +33,7 @@ bool ctrl_value(const char *reply, const char *name, char (&value)[N])
 enum class CtrlPeer { accessPoint, station };
 
 /** Path of an interface's socket: the configured folder, or where the daemons usually have it. */
-bool ctrl_path(CtrlPeer peer, const char *ifName, char *path, size_t size);
+bool ctrl_path(CtrlPeer peer, const char *ifName, Path &path);
 
 /** A command to an interface's daemon. 0, or -1. */
 int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size);

@@ -45,7 +45,7 @@ int64_t searched = -searchInterval;
 /** The phys by number. */
 void list_phys(List<Phy> &phys)
 {
-    char path[256];
+    Path path;
     DIR *folder = place(path, "/sys/class/ieee80211") ? opendir(path) : nullptr;
     if (!folder)
         return;
@@ -66,7 +66,7 @@ void list_phys(List<Phy> &phys)
 
 bool has_mac(const Phy &phy, const char *mac)
 {
-    char path[256];
+    Path path;
     char text[32];
     return place(path, "/sys/class/ieee80211/%s/macaddress", phy.name) &&
            read_line(path, text, sizeof text) && strcasecmp(text, mac) == 0;
@@ -75,7 +75,7 @@ bool has_mac(const Phy &phy, const char *mac)
 /** Whether the phy's device is the one at the end of a path: "pci0000:00/0000:00:1c.0/0000:01:00.0". */
 bool has_device(const Phy &phy, const char *wanted)
 {
-    char link[256];
+    Path link;
     char *device =
         place(link, "/sys/class/ieee80211/%s/device", phy.name) ? realpath(link, nullptr) : nullptr;
     if (!device)

@@ -7,7 +7,7 @@
 
 #include "platform/nl80211/channels.h"
 #include "platform/nl80211/device.h"
-#include "platform/nl80211/hostapd_conf.h"
+#include "platform/nl80211/hostapd.h"
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/rilk.h"
 #include "platform/nl80211/wiphy.h"
@@ -53,7 +53,7 @@ int hul_EM_getWorkRole(int32_t *role)
     if (!role)
         return -1;
     const Config &config = config_get();
-    char path[256];
+    Path path;
     int64_t value = -1;
     if (config.roleFile[0] != '\0' && place(path, "%s", config.roleFile))
         value = read_number(path, -1);
@@ -128,7 +128,7 @@ int hul_getRadioExcludedChannelList(int32_t actualBand, HulExcludedChannelList *
 int hul_getEnabledVapCfg(const char *ifName, HulVapCfg *cfg)
 {
     Security security;
-    if (!cfg || !is_name(ifName) || hostapd_security(ifName, security) != 0)
+    if (!cfg || !is_name(ifName) || hostapd_ask_security(ifName, security) != 0)
         return -1;
     HulVapCfg value{};
     value.authMode = security.authMode;

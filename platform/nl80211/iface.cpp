@@ -25,6 +25,7 @@ Iface iface_of(const Attributes &answer)
     attr_text(answer[NL80211_ATTR_SSID], iface.ssid);
     iface.frequency = attr_value<uint32_t>(answer[NL80211_ATTR_WIPHY_FREQ]);
     iface.width = attr_value<int>(answer[NL80211_ATTR_CHANNEL_WIDTH], -1);
+    iface.hasPower = answer[NL80211_ATTR_WIPHY_TX_POWER_LEVEL] != nullptr;
     iface.power = attr_value<int32_t>(answer[NL80211_ATTR_WIPHY_TX_POWER_LEVEL]);
     return iface;
 }

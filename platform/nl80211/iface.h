@@ -17,7 +17,8 @@ struct Iface {
     char ssid[33];      // bytes as they are, terminated
     uint32_t frequency; // MHz; 0: on no channel
     int width;          // NL80211_CHAN_WIDTH_..., -1 if unknown
-    int32_t power;      // mBm; 0 if unknown
+    bool hasPower;
+    int32_t power; // mBm
 };
 
 /** All interfaces of all phys, by index. 0 or negative errno. */

@@ -165,6 +165,15 @@ int on_refusal(sockaddr_nl *, nlmsgerr *error, void *arg)
     return NL_STOP;
 }
 
+/** The socket's own callbacks are counted, and to be given back. */
+nl_cb *clone_callbacks(nl_sock *socket)
+{
+    nl_cb *own = nl_socket_get_cb(socket);
+    nl_cb *callbacks = nl_cb_clone(own);
+    nl_cb_put(own);
+    return callbacks;
+}
+
 /** Reads until the request is over. False: it isn't, and nothing more comes. */
 bool collect(nl_sock *socket, nl_cb *callbacks, const Exchange &exchange)
 {
@@ -183,7 +192,7 @@ bool collect(nl_sock *socket, nl_cb *callbacks, const Exchange &exchange)
 bool exchange_messages(Line line, Exchange &exchange)
 {
     nl_msg *message = nlmsg_alloc();
-    nl_cb *callbacks = nl_cb_clone(nl_socket_get_cb(line.socket));
+    nl_cb *callbacks = clone_callbacks(line.socket);
     bool sound = false;
     if (message && callbacks && put_query(message, line.family, *exchange.query)) {
         nl_cb_err(callbacks, NL_CB_CUSTOM, on_refusal, &exchange);
@@ -237,7 +246,7 @@ nl_sock *netlink_listen()
     if (!line.socket)
         return nullptr;
     const int group = genl_ctrl_resolve_grp(line.socket, familyName, scanGroup);
-    if (group < 0 || nl_socket_add_membership(line.socket, group) < 0) {
+    if (group < 0 || netlink_port_join(line.socket, group) < 0) {
         nl_socket_free(line.socket);
         return nullptr;
     }
@@ -253,7 +262,7 @@ void netlink_close(nl_sock *socket)
 
 int netlink_wait(nl_sock *socket, int ms, ScanEvent &event)
 {
-    nl_cb *callbacks = nl_cb_clone(nl_socket_get_cb(socket));
+    nl_cb *callbacks = clone_callbacks(socket);
     if (!callbacks)
         return -ENOMEM;
     nl_cb_set(callbacks, NL_CB_VALID, NL_CB_CUSTOM, on_scan_message, &event);

@@ -1,9 +1,12 @@
 #include "platform/nl80211/netlink_port.h"
 
 #include <cerrno>
+#include <ctime>
 
 #include <netlink/genl/genl.h>
 #include <poll.h>
+
+#include "platform/nl80211/clock.h"
 
 namespace radio
 {
@@ -25,11 +28,23 @@ int netlink_port_connect(nl_sock *socket)
     return nl_socket_set_nonblocking(socket);
 }
 
+int netlink_port_join(nl_sock *socket, int group)
+{
+    return nl_socket_add_membership(socket, group);
+}
+
 int netlink_port_wait(nl_sock *socket, int ms)
 {
     pollfd wanted = { nl_socket_get_fd(socket), POLLIN, 0 };
     const int ready = poll(&wanted, 1, ms);
     return ready < 0 ? -errno : ready;
+}
+
+int64_t clock_ms()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{ now.tv_sec } * 1000 + now.tv_nsec / 1000000;
 }
 
 } // namespace radio

@@ -1,5 +1,5 @@
-// Where the wrapper meets the socket. A file of its own, so that a test links another one, which answers with
-// recorded messages.
+// Where the wrapper meets the system: the socket and the clock. A file of its own, so that a test links
+// another one, which answers with recorded messages and moves the time.
 #pragma once
 
 #include <netlink/netlink.h>
@@ -10,6 +10,9 @@ namespace radio
 
 /** Connects to generic netlink. 0 or negative. */
 int netlink_port_connect(nl_sock *socket);
+
+/** Lets a socket hear of what is sent to a group. 0 or negative. */
+int netlink_port_join(nl_sock *socket, int group);
 
 /** 1 when something can be read, 0 when `ms` have passed, negative errno. */
 int netlink_port_wait(nl_sock *socket, int ms);

@@ -16,8 +16,6 @@ namespace
 
 const char *root = "";
 
-constexpr size_t pathSize = 256;
-
 } // namespace
 
 void places_begin_at(const char *path)
@@ -25,17 +23,17 @@ void places_begin_at(const char *path)
     root = path;
 }
 
-bool place(char *to, size_t size, const char *format, ...)
+bool place(Path &to, const char *format, ...)
 {
     const size_t length = strlen(root);
-    if (length >= size)
+    if (length >= pathSize)
         return false;
     memcpy(to, root, length + 1);
     va_list arguments;
     va_start(arguments, format);
-    const int rest = vsnprintf(to + length, size - length, format, arguments);
+    const int rest = vsnprintf(to + length, pathSize - length, format, arguments);
     va_end(arguments);
-    return rest >= 0 && static_cast<size_t>(rest) < size - length;
+    return rest >= 0 && static_cast<size_t>(rest) < pathSize - length;
 }
 
 bool is_name(const char *name)
@@ -68,7 +66,7 @@ int64_t read_number(const char *path, int64_t absent)
 
 bool read_link_name(const char *path, char *to, size_t size)
 {
-    char target[pathSize];
+    Path target;
     const ssize_t length = readlink(path, target, sizeof target - 1);
     if (length <= 0)
         return false;
@@ -97,7 +95,7 @@ char *read_file(const char *path, size_t limit)
 
 uint32_t interface_index(const char *ifName)
 {
-    char path[pathSize];
+    Path path;
     if (!is_name(ifName) || !place(path, "/sys/class/net/%s/ifindex", ifName))
         return 0;
     return static_cast<uint32_t>(read_number(path, 0));
@@ -105,7 +103,7 @@ uint32_t interface_index(const char *ifName)
 
 bool interface_is_up(const char *ifName)
 {
-    char path[pathSize];
+    Path path;
     char state[16];
     return is_name(ifName) && place(path, "/sys/class/net/%s/operstate", ifName) &&
            read_line(path, state, sizeof state) && strcmp(state, "up") == 0;
@@ -113,7 +111,7 @@ bool interface_is_up(const char *ifName)
 
 uint64_t interface_counter(const char *ifName, const char *counter)
 {
-    char path[pathSize];
+    Path path;
     char text[32];
     if (!is_name(ifName) || !place(path, "/sys/class/net/%s/statistics/%s", ifName, counter) ||
         !read_line(path, text, sizeof text))
@@ -123,7 +121,7 @@ uint64_t interface_counter(const char *ifName, const char *counter)
 
 int interface_phy(const char *ifName)
 {
-    char path[pathSize];
+    Path path;
     if (!is_name(ifName) || !place(path, "/sys/class/net/%s/phy80211/index", ifName))
         return -1;
     return static_cast<int>(read_number(path, -1));
@@ -131,7 +129,7 @@ int interface_phy(const char *ifName)
 
 int phy_index(const char *phy)
 {
-    char path[pathSize];
+    Path path;
     if (!is_name(phy) || !place(path, "/sys/class/ieee80211/%s/index", phy))
         return -1;
     return static_cast<int>(read_number(path, -1));

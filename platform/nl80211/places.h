@@ -11,14 +11,11 @@ namespace radio
 /** What all paths below begin with; "" but in tests. The text has to stay. */
 void places_begin_at(const char *root);
 
-/** "ROOT" and the formatted path. False if it doesn't fit. */
-bool place(char *to, size_t size, const char *format, ...) __attribute__((format(printf, 3, 4)));
+inline constexpr size_t pathSize = 256;
+using Path = char[pathSize];
 
-template <size_t N, class... Arguments>
-bool place(char (&to)[N], const char *format, Arguments... arguments)
-{
-    return place(to, N, format, arguments...);
-}
+/** "ROOT" and the formatted path. False if it doesn't fit. */
+bool place(Path &to, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
 /** Whether a text can be the name of an interface or a phy: 1 to 15 characters, and no path. */
 bool is_name(const char *name);

@@ -3,13 +3,13 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <iterator>
 
 #include "platform/nl80211/channels.h"
 #include "platform/nl80211/clock.h"
 #include "platform/nl80211/ctrl.h"
+#include "platform/nl80211/hostapd.h"
 #include "platform/nl80211/log.h"
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/station.h"
@@ -66,47 +66,6 @@ void list_vaps(const Radio &radio, const List<Iface> &interfaces, VeskApIntfInfo
 bool is_on_air(const Iface &iface)
 {
     return iface_is_ap(iface) && iface.frequency != 0 && interface_is_up(iface.name);
-}
-
-/** Whether one of hostapd's rates, in units of 500 kbit/s and hexadecimal, is of 802.11b (or is not). */
-bool has_rate(const char *rates, bool of11b)
-{
-    char *end;
-    for (const char *at = rates;; at = end) {
-        const unsigned long rate = strtoul(at, &end, 16) & 0x7f;
-        if (end == at)
-            return false;
-        const bool isOf11b = rate == 2 || rate == 4 || rate == 11 || rate == 22;
-        if (isOf11b == of11b)
-            return true;
-    }
-}
-
-/** "b,g,n,ax" from a STATUS of hostapd. */
-void list_modes(const char *status, int band, char *to, size_t size)
-{
-    char rates[128] = "";
-    char flag[4];
-    ctrl_value(status, "supported_rates", rates);
-    const auto has = [&](const char *name) { return ctrl_value(status, name, flag) && flag[0] == '1'; };
-    const struct {
-        bool present;
-        const char *name;
-    } modes[] = {
-        { band == band24 && has_rate(rates, true), "b" },
-        { band == band24 && has_rate(rates, false), "g" },
-        { band == band5 && has_rate(rates, false), "a" },
-        { has("ieee80211n"), "n" },
-        { band == band5 && has("ieee80211ac"), "ac" },
-        { has("ieee80211ax"), "ax" },
-        { has("ieee80211be"), "be" },
-    };
-    to[0] = '\0';
-    for (const auto &[present, name] : modes) {
-        const size_t length = strlen(to);
-        if (present)
-            snprintf(to + length, size - length, "%s%s", length > 0 ? "," : "", name);
-    }
 }
 
 /** The sample becomes the next one's beginning, at most once a second; the load is the last that was counted.
@@ -228,9 +187,9 @@ void put_station(const Station &station, const char *ifName, VeskStaEntry &entry
     entry.time = station.connected;
     entry.value1 = static_cast<int32_t>(station.throughput / 1000);
     entry.value3 = static_cast<int32_t>(station.inactive);
-    entry.is11k = station.is11k;
-    entry.is11v = station.is11v;
-    put_text(entry.text2, station.mode);
+    entry.is11k = station.abilities.is11k;
+    entry.is11v = station.abilities.is11v;
+    put_text(entry.text2, station.abilities.mode);
     const uint64_t counters[16] = {
         station.rxPackets,
         station.txPackets,
@@ -279,7 +238,7 @@ int rilk_getRadioApInterfaceInfo(int32_t radioIdx, VeskApIntfInfo *info)
 int rilk_getRadioChipName(const char *radioIfname, int32_t size, char *chipName)
 {
     Radio radio;
-    char path[256];
+    Path path;
     char driver[64];
     if (!chipName || size <= 0 || !device_find(radioIfname, radio))
         return -1;
@@ -316,7 +275,7 @@ int rilk_getRadioDynParamters(const char *radioIfname, RilkRadioDynParams *param
         value.bw = width.index;
         put_text(value.bond, width.bond);
         if (ctrl_ask_interface(CtrlPeer::accessPoint, iface.name, "STATUS", status, sizeof status) == 0)
-            list_modes(status, radio.index, value.operatingStandards, sizeof value.operatingStandards);
+            hostapd_modes(status, radio.index, value.operatingStandards, sizeof value.operatingStandards);
         return 0;
     });
 }
@@ -339,7 +298,7 @@ int rilk_getRadioTxpower(const char *radioIfname, float *power)
         iface_first_ap(radio.wiphy, iface);
         bool isKnown = false;
         device_remember(radio, [&](Memory &memory) {
-            if (iface.power != 0 || iface.frequency != 0) {
+            if (iface.hasPower && (iface.power != 0 || iface.frequency != 0)) {
                 memory.hasPower = true;
                 memory.power = static_cast<float>(iface.power) / 100.0F;
             }

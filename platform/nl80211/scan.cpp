@@ -278,7 +278,7 @@ int scan_request(const Radio &radio, int channel, int dwell, const char *ifName)
     numbers[0] = static_cast<uint8_t>(channel);
     if (channel == 0)
         count = scan_channels_of(radio, numbers);
-    if (interface_phy(ifName) != radio.wiphy || frequency_of_channel(radio.index, numbers[0]) == 0)
+    if (count == 0 || interface_phy(ifName) != radio.wiphy || !is_listed_channel(radio.index, numbers[0]))
         return -1;
     Request request = { radio, 0, dwell, {}, 0 };
     put_text(request.ifName, ifName);

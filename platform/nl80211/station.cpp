@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -10,7 +9,6 @@
 
 #include "include/vesk_wire.h"
 #include "platform/nl80211/clock.h"
-#include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/iface.h"
 #include "platform/nl80211/netlink.h"
 
@@ -123,46 +121,10 @@ void add_station(const Attributes &answer, List<Station> &stations)
     list_add(stations, station);
 }
 
-/** Whether a bit of a field in hexadecimal digits is set, counted through its bytes from the first one's
- * lowest. */
-bool hex_bit(const char *digits, size_t bit)
-{
-    const size_t at = bit / 8 * 2;
-    if (strlen(digits) < at + 2)
-        return false;
-    const char byte[] = { digits[at], digits[at + 1], '\0' };
-    return (strtoul(byte, nullptr, 16) >> (bit % 8) & 1) != 0;
-}
-
-const char *mode_of(const char *flags)
-{
-    static constexpr const char *modes[][2] = { { "[HE]", "11ax" }, { "[VHT]", "11ac" }, { "[HT]", "11n" } };
-    for (const auto &[flag, mode] : modes) {
-        if (strstr(flags, flag))
-            return mode;
-    }
-    return "";
-}
-
-/** 802.11k is bit 12 of the capability field, 802.11v's BSS transition bit 19 of the extended capabilities.
- */
+/** Without a reply hostapd is asked again in the next poll. */
 void ask_hostapd(const char *ifName, Station &station)
 {
-    char command[32];
-    char reply[ctrlReplySize];
-    char value[256];
-    const uint8_t *mac = station.mac;
-    snprintf(command, sizeof command, "STA %02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
-             mac[4], mac[5]);
-    if (ctrl_ask_interface(CtrlPeer::accessPoint, ifName, command, reply, sizeof reply) != 0)
-        return;
-    station.asked = true;
-    if (ctrl_value(reply, "capability", value))
-        station.is11k = (strtoul(value, nullptr, 16) >> 12 & 1) != 0;
-    if (ctrl_value(reply, "ext_capab", value))
-        station.is11v = hex_bit(value, 19);
-    if (ctrl_value(reply, "flags", value))
-        snprintf(station.mode, sizeof station.mode, "%s", mode_of(value));
+    station.asked = hostapd_ask_abilities(ifName, station.mac, station.abilities) == 0;
 }
 
 /** What is known of stations that were there the last time and haven't joined anew since. */
@@ -175,9 +137,7 @@ void carry_over(const char *ifName, List<Station> &stations)
             if (!old || !old->asked || station.connected < old->connected)
                 continue;
             station.asked = true;
-            station.is11k = old->is11k;
-            station.is11v = old->is11v;
-            memcpy(station.mode, old->mode, sizeof station.mode);
+            station.abilities = old->abilities;
         }
     }
     pthread_mutex_unlock(&lock);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "platform/nl80211/hostapd.h"
 #include "platform/nl80211/list.h"
 
 namespace radio
@@ -23,9 +24,7 @@ struct Station {
 
     // From hostapd, asked once when the station is new.
     bool asked;
-    bool is11k;
-    bool is11v;
-    char mode[8]; // "11ax"
+    Abilities abilities;
 };
 
 /** Stations of one interface. 0, or negative errno. */

@@ -1,0 +1,250 @@
+#include "tests/nl80211/fake_kernel.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <mutex>
+
+#include "platform/nl80211/clock.h"
+#include "platform/nl80211/netlink.h"
+#include "platform/nl80211/netlink_port.h"
+
+namespace {
+
+constexpr uint16_t FAMILY = 0x1c, SCAN_GROUP = 7;
+
+struct State {
+    std::recursive_mutex lock; // an answer may send an event
+    std::condition_variable_any changed;
+    FakeKernel *kernel = nullptr;
+    std::map<uint8_t, std::function<Reply(const Asked &)>> answers;
+    std::vector<Asked> asked;
+    std::map<nl_sock *, std::deque<Blob>> queues; // datagrams on their way
+    std::vector<nl_sock *> listeners;
+    int64_t ahead = 0; // ms that the clock was advanced
+} state;
+
+void append(Blob &to, const void *bytes, size_t size) {
+    const size_t at = to.size();
+    to.resize(at + size);
+    if (size > 0) memcpy(&to[at], bytes, size);
+}
+
+template <class T>
+void append(Blob &to, const T &value) {
+    append(to, &value, sizeof value);
+}
+
+Blob message(uint16_t type, uint16_t flags, uint32_t seq, const Blob &payload) {
+    Blob out;
+    append(out, nlmsghdr{ static_cast<uint32_t>(NLMSG_HDRLEN + payload.size()), type, flags, seq, 0 });
+    append(out, payload.data(), payload.size());
+    out.resize((out.size() + 3) & ~size_t{ 3 });
+    return out;
+}
+
+Blob generic(uint16_t family, uint8_t command, uint16_t flags, uint32_t seq, const Blob &content) {
+    Blob payload;
+    append(payload, genlmsghdr{ command, 1, 0 });
+    append(payload, content.data(), content.size());
+    return message(family, flags, seq, payload);
+}
+
+Blob ending(const nlmsghdr &request, int error, uint16_t flags) {
+    Blob payload;
+    const bool done = error == 0 && (request.nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP;
+    if (done)
+        append(payload, 0);
+    else
+        append(payload, nlmsgerr{ error, request });
+    return message(done ? NLMSG_DONE : NLMSG_ERROR, done ? NLM_F_MULTI | flags : 0, request.nlmsg_seq, payload);
+}
+
+Reply describe_family() {
+    return { { join({ number<uint16_t>(CTRL_ATTR_FAMILY_ID, FAMILY), text(CTRL_ATTR_FAMILY_NAME, "nl80211"),
+                      number<uint32_t>(CTRL_ATTR_VERSION, 1), number<uint32_t>(CTRL_ATTR_HDRSIZE, 0),
+                      number<uint32_t>(CTRL_ATTR_MAXATTR, 300),
+                      nest(CTRL_ATTR_MCAST_GROUPS, { nest(1, { number<uint32_t>(CTRL_ATTR_MCAST_GRP_ID, SCAN_GROUP),
+                                                               text(CTRL_ATTR_MCAST_GRP_NAME, "scan") }) }) }) } };
+}
+
+Asked read_request(nlmsghdr *header) {
+    nlattr *attrs[NL80211_ATTR_MAX + 1];
+    genlmsg_parse(header, 0, attrs, NL80211_ATTR_MAX, nullptr);
+    Asked asked = { static_cast<genlmsghdr *>(nlmsg_data(header))->cmd,
+                    (header->nlmsg_flags & NLM_F_DUMP) != 0,
+                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_IFINDEX]),
+                    radio::attr_value<int>(attrs[NL80211_ATTR_WIPHY], -1),
+                    0,
+                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_SCAN_FLAGS]),
+                    attrs[NL80211_ATTR_MEASUREMENT_DURATION]
+                        ? radio::attr_value<uint16_t>(attrs[NL80211_ATTR_MEASUREMENT_DURATION])
+                        : -1,
+                    attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr };
+    radio::attr_each(attrs[NL80211_ATTR_SCAN_FREQUENCIES],
+                     [&](const nlattr *one) { asked.frequency = radio::attr_value<uint32_t>(one); });
+    return asked;
+}
+
+Reply answer(nlmsghdr *header) {
+    if (!state.kernel || !state.kernel->present) return { {}, -ENOENT };
+    if (header->nlmsg_type == GENL_ID_CTRL) return describe_family();
+    const Asked asked = read_request(header);
+    state.asked.push_back(asked);
+    const auto found = state.answers.find(asked.command);
+    return found == state.answers.end() ? Reply{ {}, -EOPNOTSUPP } : found->second(asked);
+}
+
+int on_send(nl_sock *socket, nl_msg *request) {
+    nlmsghdr *header = nlmsg_hdr(request);
+    const std::lock_guard guard(state.lock);
+    const Reply reply = answer(header);
+    if (reply.lost) return static_cast<int>(header->nlmsg_len);
+    bool whole = true; // nothing follows a datagram that is cut
+    const auto deliver = [&](Blob datagram) {
+        if (!whole) return;
+        whole = datagram.size() <= reply.cutTo;
+        datagram.resize(std::min(datagram.size(), reply.cutTo));
+        state.queues[socket].push_back(std::move(datagram));
+    };
+    const bool dump = (header->nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP;
+    for (const Blob &content : reply.error ? std::vector<Blob>{} : reply.messages)
+        deliver(generic(header->nlmsg_type, 1, static_cast<uint16_t>(reply.flags | (dump ? NLM_F_MULTI : 0)),
+                        header->nlmsg_seq, content));
+    deliver(ending(*header, reply.error, reply.flags));
+    return static_cast<int>(header->nlmsg_len);
+}
+
+int on_receive(nl_sock *socket, sockaddr_nl *from, unsigned char **bytes, ucred **) {
+    const std::lock_guard guard(state.lock);
+    auto &queue = state.queues[socket];
+    if (queue.empty()) return -NLE_AGAIN;
+    const Blob datagram = queue.front();
+    queue.pop_front();
+    *from = {};
+    from->nl_family = AF_NETLINK;
+    *bytes = static_cast<unsigned char *>(malloc(datagram.size()));
+    memcpy(*bytes, datagram.data(), datagram.size());
+    return static_cast<int>(datagram.size());
+}
+
+} // namespace
+
+namespace radio {
+
+int netlink_port_connect(nl_sock *socket) {
+    nl_cb *callbacks = nl_socket_get_cb(socket);
+    nl_cb_overwrite_send(callbacks, on_send);
+    nl_cb_overwrite_recv(callbacks, on_receive);
+    nl_cb_put(callbacks);
+    const std::lock_guard guard(state.lock);
+    state.queues[socket].clear(); // the address may be that of an earlier one
+    std::erase(state.listeners, socket);
+    return 0;
+}
+
+int netlink_port_join(nl_sock *socket, int group) {
+    const std::lock_guard guard(state.lock);
+    state.listeners.push_back(socket);
+    return group == SCAN_GROUP ? 0 : -1;
+}
+
+int netlink_port_wait(nl_sock *socket, int ms) {
+    std::unique_lock guard(state.lock);
+    const bool listens = std::count(state.listeners.begin(), state.listeners.end(), socket) > 0;
+    const auto ready = [&] { return !state.queues[socket].empty(); };
+    return listens ? state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready) : ready();
+}
+
+int64_t clock_ms() {
+    using namespace std::chrono;
+    const std::lock_guard guard(state.lock);
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count() + state.ahead;
+}
+
+} // namespace radio
+
+void clock_advance(int64_t ms) {
+    const std::lock_guard guard(state.lock);
+    state.ahead += ms;
+}
+
+Blob attribute(int type, const void *data, size_t size) {
+    Blob out;
+    append(out, nlattr{ static_cast<uint16_t>(NLA_HDRLEN + size), static_cast<uint16_t>(type) });
+    append(out, data, size);
+    out.resize((out.size() + 3) & ~size_t{ 3 });
+    return out;
+}
+
+Blob text(int type, const std::string &value) { return attribute(type, value.c_str(), value.size() + 1); }
+
+Blob join(std::initializer_list<Blob> parts) {
+    Blob out;
+    for (const Blob &part : parts) append(out, part.data(), part.size());
+    return out;
+}
+
+Blob nest(int type, std::initializer_list<Blob> parts) {
+    const Blob inner = join(parts);
+    return attribute(type, inner.data(), inner.size());
+}
+
+Blob mac(int type, uint8_t last) {
+    const uint8_t bytes[6] = { 2, 0x11, 0, 0, 0, last };
+    return attribute(type, bytes, sizeof bytes);
+}
+
+std::vector<Blob> recorded(const std::string &name) {
+    std::ifstream file(std::string(VESK_RECORDED) + "/" + name, std::ios::binary);
+    const Blob bytes((std::istreambuf_iterator<char>(file)), {});
+    std::vector<Blob> contents;
+    for (size_t at = 0; at + NLMSG_HDRLEN + GENL_HDRLEN <= bytes.size();) {
+        nlmsghdr header;
+        memcpy(&header, &bytes[at], sizeof header);
+        contents.emplace_back(bytes.begin() + static_cast<long>(at) + NLMSG_HDRLEN + GENL_HDRLEN,
+                              bytes.begin() + static_cast<long>(at + header.nlmsg_len));
+        at += NLMSG_ALIGN(header.nlmsg_len);
+    }
+    return contents;
+}
+
+FakeKernel::FakeKernel() {
+    const std::lock_guard guard(state.lock);
+    state.kernel = this;
+}
+
+FakeKernel::~FakeKernel() {
+    const std::lock_guard guard(state.lock);
+    state.kernel = nullptr;
+    state.answers.clear();
+    state.asked.clear();
+}
+
+void FakeKernel::on(uint8_t command, Reply reply) {
+    on(command, [reply](const Asked &) { return reply; });
+}
+
+void FakeKernel::on(uint8_t command, std::function<Reply(const Asked &)> answer) {
+    const std::lock_guard guard(state.lock);
+    state.answers[command] = std::move(answer);
+}
+
+void FakeKernel::send_event(uint8_t command, int wiphy) {
+    const std::lock_guard guard(state.lock);
+    for (nl_sock *socket : state.listeners)
+        state.queues[socket].push_back(generic(FAMILY, command, 0, 0, number<int>(NL80211_ATTR_WIPHY, wiphy)));
+    state.changed.notify_all();
+}
+
+std::vector<Asked> FakeKernel::asked(uint8_t command) {
+    const std::lock_guard guard(state.lock);
+    std::vector<Asked> found;
+    for (const Asked &one : state.asked)
+        if (one.command == command) found.push_back(one);
+    return found;
+}

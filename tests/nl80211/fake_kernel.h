@@ -1,0 +1,58 @@
+// The kernel's side of nl80211: answers with recorded or built messages, notes what it was asked, sends events. It
+// stands where netlink_port.cpp stands in the library, below libnl, whose handling of messages is the real one.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <linux/nl80211.h>
+
+using Blob = std::vector<uint8_t>;
+
+// Attributes: a message's content is a row of them.
+Blob attribute(int type, const void *data, size_t size);
+template <class T>
+Blob number(int type, T value) {
+    return attribute(type, &value, sizeof value);
+}
+Blob text(int type, const std::string &value);
+inline Blob flag(int type) { return attribute(type, nullptr, 0); }
+Blob join(std::initializer_list<Blob> parts);
+Blob nest(int type, std::initializer_list<Blob> parts);
+Blob mac(int type, uint8_t last);
+
+/** Contents of the messages in tests/nl80211/recorded/NAME, as a kernel once sent them. */
+std::vector<Blob> recorded(const std::string &name);
+
+/** What a request asked. */
+struct Asked {
+    uint8_t command;
+    bool dump;
+    uint32_t ifindex;
+    int wiphy;
+    uint32_t frequency, flags;
+    int duration; // time units, -1 without
+    bool active;
+};
+
+struct Reply {
+    std::vector<Blob> messages;
+    int error = 0;         // negative errno
+    uint16_t flags = 0;    // of each message
+    size_t cutTo = 100000; // bytes of a datagram that arrive
+    bool lost = false;     // nothing arrives
+};
+
+struct FakeKernel {
+    FakeKernel();
+    ~FakeKernel();
+    void on(uint8_t command, Reply reply);
+    void on(uint8_t command, std::function<Reply(const Asked &)> answer);
+    void send_event(uint8_t command, int wiphy);
+    std::vector<Asked> asked(uint8_t command);
+    bool present = true; // nl80211 is there
+};
+
+void clock_advance(int64_t ms);

@@ -1,0 +1,150 @@
+#include "tests/nl80211/world.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "platform/nl80211/config.h"
+#include "platform/nl80211/device.h"
+#include "platform/nl80211/places.h"
+#include "platform/nl80211/scan.h"
+#include "platform/nl80211/station.h"
+
+namespace fs = std::filesystem;
+
+FakeHostapd::FakeHostapd(const std::string &where, std::map<std::string, std::string> rows)
+    : path(where), replies(std::move(rows)), fd(socket(AF_UNIX, SOCK_DGRAM, 0)) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    fs::create_directories(fs::path(path).parent_path());
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof address), 0) << path;
+    thread = std::thread([this] { serve(); });
+}
+
+FakeHostapd::~FakeHostapd() {
+    ends = true;
+    thread.join();
+    close(fd);
+    unlink(path.c_str());
+}
+
+void FakeHostapd::serve() {
+    while (!ends) {
+        pollfd wanted = { fd, POLLIN, 0 };
+        char bytes[4096];
+        sockaddr_un from;
+        socklen_t size = sizeof from;
+        if (poll(&wanted, 1, 5) <= 0) continue;
+        const ssize_t length = recvfrom(fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr *>(&from), &size);
+        const std::string command(bytes, static_cast<size_t>(std::max<ssize_t>(length, 0)));
+        const std::lock_guard guard(lock);
+        heard.push_back(command);
+        for (const auto &[begin, reply] : replies)
+            if (command.starts_with(begin)) {
+                sendto(fd, reply.data(), reply.size(), 0, reinterpret_cast<sockaddr *>(&from), size);
+                break;
+            }
+    }
+}
+
+std::vector<std::string> FakeHostapd::commands() {
+    const std::lock_guard guard(lock);
+    return heard;
+}
+
+void FakeHostapd::say(const std::string &command, const std::string &reply) {
+    const std::lock_guard guard(lock);
+    replies[command] = reply;
+}
+
+World::World() : root("/tmp/radio." + std::to_string(getpid())) {
+    fs::remove_all(root);
+    radio::places_begin_at(root.c_str());
+    for (const auto &[index, name] : { std::pair(0, "phy0"), { 1, "phy1" }, { 4, "phy4" } }) add_phy(index, name);
+    for (const auto &[index, name, phy] : { std::tuple(2u, "wlan0", 0),
+                                            { 9u, "wlan0b", 0 },
+                                            { 10u, "wlan0b.sta1", 0 },
+                                            { 3u, "wlan1", 1 },
+                                            { 6u, "wlan4", 4 } })
+        add_interface(index, name, phy);
+    const auto find_one = [](const Asked &asked) {
+        for (const Blob &one : recorded("iface"))
+            if (one[2] == NL80211_ATTR_IFINDEX && one[4] == asked.ifindex)
+                return Reply{ { one } }; // their first attribute
+        return Reply{ {}, -ENODEV };
+    };
+    kernel.on(NL80211_CMD_GET_INTERFACE,
+              [=](const Asked &asked) { return asked.dump ? Reply{ recorded("iface") } : find_one(asked); });
+    kernel.on(NL80211_CMD_GET_WIPHY, { recorded("wiphy") });
+    kernel.on(NL80211_CMD_GET_STATION, [](const Asked &asked) {
+        return asked.ifindex == 2    ? Reply{ recorded("station_wlan0") }
+               : asked.ifindex == 10 ? Reply{ recorded("station_vlan") }
+                                     : Reply{};
+    });
+    kernel.on(NL80211_CMD_GET_SURVEY, { recorded("survey") });
+    kernel.on(NL80211_CMD_GET_SCAN, { recorded("scan") });
+    kernel.on(NL80211_CMD_GET_REG, { recorded("reg") });
+    testing::internal::CaptureStderr();
+}
+
+World::~World() {
+    radio::scan_stop();
+    testing::internal::GetCapturedStderr();
+    radio::station_forget();
+    radio::device_forget();
+    radio::config_forget();
+    fs::remove_all(root);
+}
+
+bool World::logged(const std::string &text) {
+    log += testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    return log.find(text) != std::string::npos;
+}
+
+void World::put(const std::string &file, const std::string &content) {
+    const fs::path path = root + file;
+    fs::create_directories(path.parent_path());
+    std::ofstream(path) << content;
+}
+
+void World::link(const std::string &file, const std::string &target) {
+    const fs::path path = root + file;
+    fs::create_directories(path.parent_path());
+    fs::remove(path);
+    fs::create_symlink(target, path);
+}
+
+void World::remove(const std::string &path) { fs::remove_all(root + path); }
+
+void World::add_phy(int index, const std::string &name) {
+    const std::string device = "/sys/devices/pci0000:00/0000:0" + std::to_string(index) + ":00.0";
+    put(device + "/vendor", "0x14c3\n");
+    link(device + "/driver", "../../../bus/pci/drivers/mt7915e");
+    const std::string phy = "/sys/class/ieee80211/" + name;
+    put(phy + "/index", std::to_string(index) + "\n");
+    put(phy + "/macaddress", "02:00:00:00:0" + std::to_string(index) + ":00\n");
+    link(phy + "/device", root + device);
+}
+
+void World::add_interface(uint32_t index, const std::string &name, int phy, const std::string &operstate) {
+    const std::string net = "/sys/class/net/" + name;
+    put(net + "/ifindex", std::to_string(index) + "\n");
+    put(net + "/operstate", operstate + "\n");
+    put(net + "/phy80211/index", std::to_string(phy) + "\n");
+    const char *counters[] = { "rx_packets", "tx_packets", "rx_bytes",   "tx_bytes", "rx_errors",
+                               "tx_errors",  "rx_dropped", "tx_dropped", "multicast" };
+    for (size_t i = 0; i < std::size(counters); i++)
+        put(net + "/statistics/" + counters[i], std::to_string(5000000000 + 100 * index + i) + "\n");
+}
+
+Blob interface(uint32_t index, int wiphy, uint32_t type, const std::string &name, uint32_t frequency, uint8_t last) {
+    return join({ number(NL80211_ATTR_IFINDEX, index), text(NL80211_ATTR_IFNAME, name),
+                  number(NL80211_ATTR_WIPHY, wiphy), number(NL80211_ATTR_IFTYPE, type), mac(NL80211_ATTR_MAC, last),
+                  frequency ? number(NL80211_ATTR_WIPHY_FREQ, frequency) : Blob{} });
+}
