@@ -9,7 +9,7 @@ if [ "${VESK_PRIVATE_ROOT:-}" != 1 ]; then
     # What the packages need from outside, in the versions of this machine, for a package database of their own.
     # shellcheck disable=SC2016
     for deb in "$build"/package/*.deb; do
-        dpkg-deb -f "$deb" Depends | tr ',' '\n' | awk -v native="$(dpkg --print-architecture)" '$1 !~ /^vesk/ { print $1 ":" native }'
+        dpkg-deb -f "$deb" Depends | tr ',' '\n' | awk -v native="$(dpkg --print-architecture)" 'NF && $1 !~ /^vesk/ { print $1 ":" native }'
     done | sort -u | xargs dpkg-query -W -f 'Package: ${Package}\nStatus: install ok installed\nVersion: ${Version}\nArchitecture: ${Architecture}\nMaintainer: x\nDescription: x\n\n' >"$build/package/outside"
     scripts/private-root --build "$build" "$checkout/tests/packaging/debian.sh" "$build"
     exit
@@ -37,11 +37,44 @@ sed -n 's/^Package: //p' "$build/package/outside" | while read -r name; do
     touch "$root/var/lib/dpkg/info/$name.list"
 done
 
-package -i "$build"/package/vesk_*.deb && wrong 'vesk can be configured without the closed libraries'
-expect 'installation' package -i "${debs[@]}"
+# Without a device's libraries the daemon is installed all the same, and its service tells what is missing.
+check_platform() { sed "s|/usr/sbin|$root&|" "$root/usr/libexec/vesk/platform-check" | sh 2>&1; }
+expect 'the daemon alone' package -i "$build"/package/vesk{,-bus}_*.deb
+[ "$(check_platform | grep -oE 'lib[a-z]+\.so' | xargs)" = 'libhul.so librilk.so' ] || wrong "missing: $(check_platform)"
+expect 'the daemon alone, purged' package --purge vesk vesk-bus
+
+# The layout before vesk-bus: its files in vesk-sim. The upgrade moves them.
+old=$scratch/old
+mkdir "$old"
+for deb in "${debs[@]}"; do
+    name=$(basename "$deb")
+    case "$name" in
+    vesk-bus_* | vesk-sim_*) dpkg-deb -x "$deb" "$old/vesk-sim" ;;
+    vesk_*) dpkg-deb -x "$deb" "$old/vesk" ;;
+    esac
+done
+while IFS='|' read -r name relations; do
+    mkdir "$old/$name/DEBIAN"
+    printf 'Package: %s\nVersion: 1.4.3\nArchitecture: %s\nMaintainer: x\nDescription: x\n%b' "$name" \
+        "$(dpkg --print-architecture)" "$relations\n" >"$old/$name/DEBIAN/control"
+    fakeroot dpkg-deb -b "$old/$name" "$old/$name.deb" >/dev/null
+done <<'TABLE'
+vesk|Depends: vesk-sim (= 1.4.3) | vesk-platform
+vesk-sim|Provides: vesk-bus, vesk-platform\nConflicts: vesk-bus, vesk-platform
+TABLE
+expect 'the former layout' package -i "$old"/*.deb
+expect 'upgrade from the former layout' package --auto-deconfigure -i "${debs[@]}"
+for package in vesk vesk-bus vesk-sim vesk-dev veskctl; do
+    [[ $(state $package) == 'installed 1.4.3+2' ]] || wrong "$package after the upgrade: $(state $package)"
+done
+[ "$(dpkg-query --admindir="$root/var/lib/dpkg" -S /usr/lib/vesk/libubus.so)" = 'vesk-bus: /usr/lib/vesk/libubus.so' ] ||
+    wrong 'vesk-bus has no libubus.so'
+[ -z "$(check_platform)" ] || wrong "with all packages: $(check_platform)"
 [ -d "$root/configs" ] || wrong 'the daemon has no folder for its configuration'
+[ ! -e "$root/etc/systemd/system/timers.target.wants/vesk-metrics.timer" ] || wrong 'the timer is on unasked'
 [ -L "$root/etc/systemd/system/multi-user.target.wants/vesk.service" ] || wrong 'the service is not enabled'
-systemd-analyze verify --man=no --recursive-errors=no --root="$root" vesk.service vesk-busd.service ||
+systemd-analyze verify --man=no --recursive-errors=no --root="$root" vesk.service vesk-busd.service \
+    vesk-metrics.service vesk-metrics.timer ||
     wrong 'unit files'
 
 # The installed programs, with the search path of the unit; their libraries come from this root.
@@ -63,19 +96,37 @@ veskctl watch >"$scratch/signals" &
 # shellcheck disable=SC2016
 within 60 bash -c '"$0/event" && grep -q "veskClientLeave .*mac=02:5e:70:00:00:01" "$0/signals"' "$scratch" || wrong "the guide's example sends no event"
 
+# The example of a vendor's library, with the headers of vesk-dev: its country shows.
+c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -shared -fPIC -I"$root/usr/include/vesk" -o "$scratch/libhul.so" \
+    "$root/usr/share/doc/vesk-dev/examples/hul.cpp" || wrong "the example of a vendor's library"
+kill "$daemon"
+wait "$daemon" || wrong 'the daemon did not end in good order'
+LD_LIBRARY_PATH=$scratch vesk 2>/dev/null &
+# shellcheck disable=SC2016
+within 60 bash -c 'veskctl radios 2>/dev/null | grep -q " AT "' || wrong "the example's country isn't in force"
+
+# What the timer runs. Its folder is the service manager's to make.
+mkdir /tmp/lib
+while read -r command; do
+    ${command/\/var\/lib/\/tmp\/lib} || wrong "$command"
+done < <(sed -n 's|^ExecStart=/usr/bin/||p' "$root/lib/systemd/system/vesk-metrics.service" | sed 's|/vesk/|/|')
+grep -q '^vesk_up 1' /tmp/lib/vesk.prom || wrong 'no metrics'
+[ -s /tmp/lib/report.html ] || wrong 'no report'
+
 # An upgrade keeps what the user made; a purge leaves nothing.
 mkdir -p "$root/configs/vesk" && touch "$root/configs/vesk/vesk_debug_flag"
 for deb in "${debs[@]}"; do
     dpkg-deb -R "$deb" "$scratch/next"
-    sed -i 's/1\.4\.3/1.4.4/' "$scratch/next/DEBIAN/control"
+    sed -i '/^Version/s/1\.4\.3/1.4.4/' "$scratch/next/DEBIAN/control"
     fakeroot dpkg-deb -b "$scratch/next" "$scratch/$(basename "$deb" | sed s/1.4.3/1.4.4/)" >/dev/null
     rm -r "$scratch/next"
 done
 expect 'upgrade' package -i "$scratch"/*.deb
-[ "$(state vesk) $(state veskctl)" = 'installed 1.4.4 installed 1.4.4' ] || wrong "after the upgrade: $(state vesk)"
+[ "$(state vesk) $(state veskctl)" = 'installed 1.4.4+2 installed 1.4.4+2' ] || wrong "after the upgrade: $(state vesk)"
 [ -e "$root/configs/vesk/vesk_debug_flag" ] || wrong 'the upgrade took the configuration away'
-expect 'purge' package --purge vesk vesk-sim veskctl
-[ -z "$(state vesk)$(state vesk-sim)" ] || wrong "after the purge: $(state vesk)"
+mkdir -p "$root/var/lib/vesk" && touch "$root/var/lib/vesk/report.html"
+expect 'purge' package --purge vesk vesk-bus vesk-sim vesk-dev veskctl
+[ -z "$(state vesk)$(state vesk-bus)$(state vesk-sim)" ] || wrong "after the purge: $(state vesk)"
 left=$(find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -print | grep -v kor-product-cfg.json || true)
 [ -z "$left" ] || wrong "the purge left $left"
 [ ! -e "$root/configs" ] || wrong 'the purge left /configs'
