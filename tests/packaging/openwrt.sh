@@ -1,22 +1,57 @@
 #!/bin/bash
-# openwrt.sh BUILD: the OpenWrt package as far as it can be checked without OpenWrt.
+# openwrt.sh BUILD: the OpenWrt packages as far as it can be checked without OpenWrt.
 # shellcheck source=tests/packaging/checks.sh
 . "$(dirname "$0")/checks.sh"
-cd "$checkout/packaging/openwrt"
+cd "$checkout/packaging/openwrt/vesk"
+
+# On a tree that has the bus in a folder of its own the init script makes the link, and daemon and client come by it.
+# On one with the former path it leaves the socket alone. In private roots, since the paths are the device's.
+if [ "${VESK_PRIVATE_ROOT:-}" = 1 ]; then
+    for function in procd_open_instance procd_set_param procd_add_jail procd_add_jail_mount procd_add_jail_mount_rw \
+        procd_close_instance; do
+        echo "$function() { :; }"
+    done >"$scratch/stubs"
+    socket=$2
+    mkdir -p "$(dirname "$socket")"
+    "$build/vesk-busd" -s "$socket" &
+    until [ -S "$socket" ]; do sleep 0.05; done
+    identity=$(stat -Lc %i "$socket")
+    for _ in first again; do
+        sh -euc '. "$1/stubs"; . "$2"; start_service' - "$scratch" files/vesk.init
+        [ "$(readlink /var/run/ubus.sock)" = "$3" ] || wrong "the link: $(readlink /var/run/ubus.sock)"
+        [ "$(stat -Lc %i /var/run/ubus.sock)" = "$identity" ] || wrong 'another socket than the bus'
+    done
+    cp "$checkout/platform/sim/kor-product-cfg.json" /tmp/
+    "$build/vesk" 2>/dev/null &
+    for ((i = 0; i < 600; i++)); do
+        ! "$build/veskctl" version >/dev/null 2>&1 || exit 0
+        sleep 0.1
+    done
+    wrong "no daemon by the bus at $socket"
+fi
+while read -r socket link; do
+    "$checkout/scripts/private-root" --build "$build" "$checkout/tests/packaging/openwrt.sh" "$build" "$socket" "$link" ||
+        wrong "a bus at $socket"
+done <<'TABLE'
+/run/ubus/ubus.sock ubus/ubus.sock
+/run/ubus.sock
+TABLE
 
 sh -n files/vesk.init
 shellcheck -s dash files/vesk.init || wrong 'shellcheck'
 
 # The init script on stubs of rc.common and procd, which write down what they are asked for.
+init=$PWD/files/vesk.init
 (
     cd "$scratch"
     for function in procd_open_instance procd_set_param procd_add_jail procd_add_jail_mount procd_add_jail_mount_rw \
-        procd_close_instance mkdir; do
+        procd_close_instance procd_add_reload_trigger link_bus mkdir ubus; do
         echo "$function() { echo $function \"\$@\"; }"
     done >stubs
-    sh -euc '. ./stubs; . "$1"; [ "$USE_PROCD" = 1 ]; start_service' - "$checkout/packaging/openwrt/files/vesk.init" >asked
+    sh -euc '. ./stubs; . "$1"; [ "$USE_PROCD" = 1 ]; . ./stubs; start_service' - "$init" >asked
+    sh -euc '. ./stubs; . "$1"; . ./stubs; service_triggers; reload_service' - "$init" >reloaded
 )
-[ "$(head -n 1 "$scratch/asked")" = 'mkdir -p /configs' ] || wrong 'the jail mounts a folder that may be missing'
+[ "$(head -n 2 "$scratch/asked" | xargs)" = 'link_bus mkdir -p /configs' ] || wrong 'the jail mounts a folder that may be missing'
 [ "$(tail -n 1 "$scratch/asked")" = procd_close_instance ] || wrong 'the instance stays open'
 while read -r line; do
     grep -qxF -- "$line" "$scratch/asked" || wrong "the init script doesn't ask for: $line"
@@ -27,6 +62,8 @@ procd_set_param stderr 1
 procd_set_param no_new_privs 1
 procd_add_jail_mount_rw /tmp /configs /var/run
 TABLE
+[ "$(cat "$scratch/reloaded")" = 'procd_add_reload_trigger wireless
+ubus send tamlo.pelk.vesk.notifyWlanChange { "payload": 1 }' ] || wrong 'a changed Wi-Fi configuration is not announced'
 
 # The read roles name each query and nothing else; the full ones leave nothing out.
 methods | grep '^get' | sort >"$scratch/queries"
@@ -40,6 +77,14 @@ jq -e '.access."tamlo.pelk.vesk".methods == ["*"]' files/ubus-vesk-full.json >/d
 
 # The install rules of the Makefile against an installed build.
 DESTDIR=$scratch/installed cmake --install "$build" --prefix /usr >/dev/null
+# An empty entry in a RUNPATH is the working directory; what is installed names its own folder and nothing else.
+runpath() { readelf -dW "$1" 2>/dev/null | sed -n 's/.*(R.*PATH).*\[\(.*\)\]/\1/p'; }
+while read -r file; do
+    [[ :$(runpath "$file"): != *::* || -z $(runpath "$file") ]] || wrong "an empty entry in the RUNPATH of $file"
+done < <(find "$build" "$scratch/installed" -path '*/CMakeFiles' -prune -o -type f \( -perm -100 -o -name '*.so' \) -print)
+while read -r file; do
+    [[ $(runpath "$file") =~ ^(\$ORIGIN(/\.\./lib/vesk)?)?$ ]] || wrong "$file: RUNPATH $(runpath "$file")"
+done < <(find "$scratch/installed" -type f -path '*/*bin/*' -o -name '*.so')
 mkdir "$scratch/include"
 touch "$scratch/include/rules.mk" "$scratch/include/cmake.mk"
 cat >"$scratch/include/package.mk" <<'STUB'
@@ -53,7 +98,7 @@ $(1):
 	$(call Package/$(1)/install,$(SCRATCH)/root)
 endef
 STUB
-make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk vesk-sim
-for path in usr/sbin/vesk etc/init.d/vesk usr/share/rpcd/acl.d/vesk.json usr/sbin/run_drelm.sh usr/lib/vesk/librilk.so; do
+make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk veskctl vesk-sim
+for path in usr/sbin/vesk usr/bin/veskctl etc/init.d/vesk usr/share/rpcd/acl.d/vesk.json usr/sbin/run_drelm.sh usr/lib/vesk/librilk.so; do
     [ -e "$scratch/root/$path" ] || wrong "the package lacks $path"
 done
