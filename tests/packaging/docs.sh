@@ -5,12 +5,18 @@
 cd "$checkout"
 
 vesk-apidoc --markdown >"$scratch/bus-api.md"
-same 'docs/bus-api.md is old: ninja bus-api writes it anew' docs/bus-api.md "$scratch/bus-api.md"
+same 'docs/bus-api.md is old: ninja bus-api writes it again' docs/bus-api.md "$scratch/bus-api.md"
 
 # The description for programs, against bytes put together by hand.
 vesk-apidoc --json >"$scratch/api.json"
-jq -e '(.methods | length) == 38 and (.signals | length) == 15 and (.switches | length) == 9' "$scratch/api.json" \
+count=$(sed -n 's/^inline constexpr int VESK_METHODS = \([0-9]*\);$/\1/p' include/vesk_methods.h)
+jq -e "(.methods | length) == $count and (.signals | length) == 15 and (.switches | length) == 9" "$scratch/api.json" \
     >/dev/null || wrong 'methods, signals or switches are missing in the description'
+for text in README.md docs/vesk.8; do
+    while read -r said; do
+        [ "$said" = "$count" ] || wrong "$text says $said methods; include/vesk_methods.h has $count"
+    done < <(tr '\n' ' ' <"$text" | grep -oE '[0-9]+ (bus )?methods' | grep -oE '^[0-9]+')
+done
 grep -aoE 'tamlo\.pelk\.vesk\.[A-Za-z0-9]+' "$build/vesk" | sort -u >"$scratch/spoken"
 jq -r '(.signals + .switches)[].name' "$scratch/api.json" | sort >"$scratch/described"
 same 'the daemon knows other signals than the description' "$scratch/spoken" "$scratch/described"

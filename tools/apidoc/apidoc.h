@@ -18,6 +18,8 @@ struct Text {
 
 /** The sentence of a name; ends the program when there is none: a new row needs one. */
 const char *method_text(std::string_view method);
+/** What the method's `return` says. */
+const char *return_text(std::string_view method);
 const char *signal_text(std::string_view shortName);
 const char *argument_text(std::string_view argument);
 

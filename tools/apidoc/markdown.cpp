@@ -54,7 +54,7 @@ std::string method_section(const WireMethod &method)
         if (field.name)
             text += table_row(
                 { "argument " + code(field.name), type_cell(method, field), argument_text(field.name) });
-    text += table_row({ "reply `return`", "int32", "0, or why not" });
+    text += table_row({ "reply `return`", "int32", return_text(method.name) });
     if (method.result.name)
         text += table_row(
             { "reply " + code(method.result.name), type_cell(method, method.result), "the result" });
@@ -146,7 +146,9 @@ std::string names_section()
                    { "`encryptMode`, `encryption`", encryptionNames } };
     std::string text =
         "\n## Names of values\n\nWhat `veskctl` calls a value; in JSON the name follows it as a field "
-        "of its own (`curBw`,\n`curBwName`), null for a value that has none.\n\n";
+        "of its own (`curBw`,\n`curBwName`), null for a value that has none. The numbers of `authMode`, "
+        "`encryptMode` and `encryption` are the\nsimulated device's: to the daemon they mean nothing, and a "
+        "vendor's library may number otherwise.\n\n";
     text += table_row({ "field", "values" }) + table_row({ "---", "---" });
     for (const auto &table : tables) {
         std::string values;

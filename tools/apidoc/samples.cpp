@@ -30,7 +30,7 @@ constexpr Sample samples[] = {
     { &layoutIntfStats, COUNTERS },
     { &layoutVapInfo,
       R"({"radio":"wifi0","vapName":"ath0.v0","ssid":"Lindenhof","keyPassphrase":"am-alten-markt-7","authMode":32,
-          "supportedModes":[1,2,4,8,16,32,64,128,256],"encryptMode":8,"mode":"ap","network":"lan","maxStations":128,
+          "supportedModes":[1,2,4,8,16,32,64,96,34],"encryptMode":8,"mode":"ap","network":"lan","maxStations":128,
           "bssid":"02:1a:10:00:00:10","bstaPeerBssid":"00:00:00:00:00:00","status":1,"vapAttr":0,"isBackhaulBss":0})" },
     { &layoutStaInfo,
       R"({"count":1,"vapIntf":"ath0.v0","stations":[{"mac":"02:5e:70:00:00:01","rssi":-58,"value1":0,"value2":-61,
@@ -42,7 +42,7 @@ constexpr Sample samples[] = {
     { &layoutOffChInfo,
       R"({"radioBand":3,"scanNums":3,"channels":[
           {"ch":36,"inC":3,"chnUtil":41,"noise":-93,"cac":0,"smoothedNoise":-92.5,"time":1767225600,"dwell":150},
-          {"ch":52,"inC":0,"chnUtil":0,"noise":0,"cac":1,"smoothedNoise":0,"time":0,"dwell":150}]})" },
+          {"ch":52,"inC":0,"chnUtil":0,"noise":0,"cac":1,"smoothedNoise":0,"time":1767225600,"dwell":150}]})" },
     { &layoutNbAPInfo,
       R"({"radioBand":3,"nbNums":1,"neighbors":[{"channel":36,"rssi":-76,"bssid":"02:c1:36:00:00:01",
           "ssid":"Familie Petersen","value1":0,"value2":0,"text":"11ac"}]})" },
@@ -105,7 +105,9 @@ constexpr Text methods[] = {
     { "getVersionInfo", "Name and version of the daemon." },
     { "getRadioCapability",
       "What the device's set of radios is, by their number: 1, 9, 7 or 16 for one to four." },
-    { "getRadioInfo", "A radio: its state, its channel and the channels it may use." },
+    { "getRadioInfo", "A radio: its state, its channel, and in `curchList` all its channels, excluded ones "
+                      "too, as they were read "
+                      "at the start; `getRadioAvaliableChannelList` has those that it may use now." },
     { "getRadioApIntfsInfo", "The access point interfaces of a radio. Backhaul stations aren't among them." },
     { "getRadioIntfStats", "The driver's counters of a radio." },
     { "getVapInfo", "An access point or backhaul station, its key included." },
@@ -114,12 +116,15 @@ constexpr Text methods[] = {
     { "getCurChannelInfo", "Utilisation and noise of the channel that a radio runs on." },
     { "getOffChannelInfo",
       "What the scans have measured, channel by channel. `scanNums` counts the channels of the "
-      "radio, not the entries that are filled." },
+      "radio, not the entries that are filled. All entries carry one `time`: when the 5 GHz radio's scans "
+      "last "
+      "stored a result." },
     { "getNeighborAPInfo", "The neighbouring access points that the scans have found." },
     { "get1905interfacesList", "The interfaces that IEEE 1905 is to use." },
     { "getBstaIntfInfo", "The backhaul station of a radio." },
     { "applyBackhaulCredentialToBsta", "Gives a backhaul station the network to join, and stops scanning." },
-    { "setBstaAutoConnect", "Switches a backhaul station's auto-connect. While it is on nothing scans." },
+    { "setBstaAutoConnect",
+      "Switches a backhaul station's auto-connect, at once. While it is on nothing scans." },
     { "getChannel", "The channel and bandwidth that a radio runs on." },
     { "setChannel",
       "Asks for a channel and bandwidth; channel 0 leaves the channel, bandwidth 5 the bandwidth. "
@@ -142,13 +147,39 @@ constexpr Text methods[] = {
     { "addVendorIE", "Adds a vendor element to an access point's frames." },
     { "delVendorIE", "Takes a vendor element out of an access point's frames." },
     { "getScanStatus", "1 when the first scans of both radios are over, 0 before." },
-    { "getScanCap", "Whether a radio scans, and how often." },
-    { "getRadioAvaliableChannelList",
-      "The channels that a radio may use now; the name is spelled as it is." },
+    { "getScanCap", "Whether a radio's chip is said to support scans, and the interval. The flag is only "
+                    "told: a radio with 0 scans "
+                    "like any other." },
+    { "getRadioAvaliableChannelList", "The channels that a radio may use now: `curchList` of `getRadioInfo` "
+                                      "without the excluded ones. The method's "
+                                      "name is spelled as it is." },
     { "disassocSta", "Disconnects a station." },
     { "getDefault802dot1qSetting", "The default VLAN of the backhaul BSSs." },
     { "setDefault802dot1qSetting", "Sets the default VLAN of the backhaul BSSs." },
     { "getRadioAdvancedCapability", "Further capabilities of the device's radios." },
+};
+
+/** What `return` says, where it is more than 0 for done and -1 for refused. */
+constexpr Text returns[] = {
+    { "getStaInfo", "0, also for an interface that doesn't exist: `count` is 0 then" },
+    { "applyBackhaulCredentialToBsta",
+      "0: will be applied; -1: the interface, SSID, key, encryption or authentication is missing" },
+    { "setBstaAutoConnect",
+      "0, whatever the driver's library answered; -1: the band has no backhaul station" },
+    { "setChannel", "-1: refused; else the result of the radio's request before this one" },
+    { "getEirp", "always 0" },
+    { "setEirp", "always 0" },
+    { "getLinkMetrics", "always 0" },
+    { "setStaMon", "0, also when there was nothing to remove; -1, without a line: another `operation`" },
+    { "setBeaconRequest",
+      "the code of the driver's library; -1: a count doesn't fit, or, without a line, no `vapName`" },
+    { "setBTMRequest", "the code of the driver's library; -1: too many candidates" },
+    { "setBlockClient",
+      "0, whatever the driver's library answered; -1, without a line: another `operation`" },
+    { "addVendorIE", "the code of the driver's library; -1: the element is too long" },
+    { "delVendorIE", "the code of the driver's library; -1: the element is too long" },
+    { "disassocSta", "always 0, also without `mac`; the log has a line then" },
+    { "setDefault802dot1qSetting", "always 0, whatever the driver's library answered" },
 };
 
 constexpr Text signals[] = {
@@ -206,6 +237,14 @@ void give_up(const std::string &what)
 const char *method_text(std::string_view method)
 {
     return find_text(methods, method, "sentence");
+}
+
+const char *return_text(std::string_view method)
+{
+    for (const Text &row : returns)
+        if (method == row.name)
+            return row.text;
+    return "0, or -1: refused";
 }
 
 const char *signal_text(std::string_view shortName)
