@@ -12,7 +12,7 @@ vesk-apidoc --json >"$scratch/api.json"
 count=$(sed -n 's/^inline constexpr int VESK_METHODS = \([0-9]*\);$/\1/p' include/vesk_methods.h)
 jq -e "(.methods | length) == $count and (.signals | length) == 15 and (.switches | length) == 9" "$scratch/api.json" \
     >/dev/null || wrong 'methods, signals or switches are missing in the description'
-for text in README.md docs/vesk.8; do
+for text in README.md docs/vesk.8 docs/robustness.md; do
     while read -r said; do
         [ "$said" = "$count" ] || wrong "$text says $said methods; include/vesk_methods.h has $count"
     done < <(tr '\n' ' ' <"$text" | grep -oE '[0-9]+ (bus )?methods' | grep -oE '^[0-9]+')

@@ -67,7 +67,8 @@ ubus send tamlo.pelk.vesk.notifyWlanChange { "payload": 1 }' ] || wrong 'a chang
 
 # The read roles name each query and nothing else; the full ones leave nothing out.
 methods | grep '^get' | sort >"$scratch/queries"
-queries_of() { jq -r "$2 | .[]" "files/$1" | sort >"$scratch/role"; same "$1: the read role" "$scratch/queries" "$scratch/role"; }
+queries_of() { jq -r "$2 | .[]" "files/$1" | sort >"$scratch/role"; same "packaging/openwrt/vesk/files/$1: the read role names each method that begins with get, and no other" \
+    "$scratch/queries" "$scratch/role"; }
 queries_of vesk.acl.json '."vesk-read".read.ubus."tamlo.pelk.vesk"'
 queries_of ubus-vesk-read.json '.access."tamlo.pelk.vesk".methods'
 jq -e '."vesk-read" | has("write") | not' files/vesk.acl.json >/dev/null || wrong 'the read role writes'

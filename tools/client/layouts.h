@@ -329,18 +329,20 @@ constexpr const RecordLayout *vesk_layout_of(std::string_view method, std::strin
  * NULL: under the sanitizers g++ takes that for no constant. */
 constexpr bool layouts_match_methods()
 {
-    size_t records = 0;
+    size_t records = 0, wanted = 0;
     for (const WireMethod &m : vesk_methods)
         for (const WireField &f : { m.args[0], m.args[1], m.result }) {
             if (f.type != WireType::Record)
                 continue;
+            wanted++;
             for (const MethodLayout &row : vesk_method_layouts)
                 records += std::string_view(m.name) == row.method && std::string_view(f.name) == row.field &&
                            row.layout->size == f.size;
         }
-    return records == std::size(vesk_method_layouts);
+    return records == wanted && records == std::size(vesk_method_layouts);
 }
-static_assert(layouts_match_methods());
+static_assert(layouts_match_methods(),
+              "vesk_method_layouts needs a row for each record of include/vesk_methods.inc");
 
 /** An outbound signal. `layout` NULL: opaque bytes of `size`. */
 struct SignalLayout {
