@@ -1,0 +1,106 @@
+// The log's lines taken apart, matched with the statements that wrote them, and followed while the file grows.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <unistd.h>
+
+#include "tests/unit/test_files.h"
+#include "tools/client/log.h"
+
+namespace {
+
+constexpr char start[] = "VESK > Wed Nov 25 10:00:00 | INFO    | source/vesk_config | vesk_load_cfg:1 |  vesk version "
+                         "[1.4.3] load vesk conf /x, 9\n";
+constexpr char pass[] = "VESK > Wed Nov 25 10:00:05 | DEBUG   | source/vesk_scan | vesk_update_scan_ubus_handle:7 |  "
+                        "scanEnable=1, scanEnableCfg=1, scanItv=60\r\n\n";
+
+const struct {
+    const char *name, *text, *level, *function, *message;
+} lines[] = {
+    { "whole", pass, "DEBUG", "vesk_update_scan_ubus_handle", "scanEnable=1, scanEnableCfg=1, scanItv=60" },
+    { "dump", "    scanCfg[0]->txThd           = 10\n", "", "", "scanCfg[0]->txThd           = 10" },
+    { "cut behind the stamp", "VESK > Wed Nov 25 10:00:05", "", "", "VESK > Wed Nov 25 10:00:05" },
+    { "no message", "VESK > Wed Nov 25 10:00:05 | INFO    | m | f:1 | ", "", "",
+      "VESK > Wed Nov 25 10:00:05 | INFO    | m | f:1 |" },
+    { "no stamp", "VESK > | INFO", "", "", "VESK > | INFO" },
+    { "empty", "\n", "", "", "" },
+};
+
+TEST(ClientLog, LinesAreTakenApart) {
+    for (const auto &l : lines) {
+        SCOPED_TRACE(l.name);
+        const LogLine line = parse_log_line(l.text, false, 1, 1764064900);
+        EXPECT_EQ(line.level(), l.level);
+        EXPECT_EQ(line.function(), l.function);
+        EXPECT_EQ(line.message(), l.message);
+    }
+    EXPECT_EQ(parse_log_line(std::string(pass).replace(60, 0, std::string(70000, 'x')), false, 1, 0).level(), "");
+}
+
+TEST(ClientLog, AStampAheadIsThatOfTheYearBefore) {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    const time_t newYear = 1767225600; // 2026-01-01 00:00:00
+    EXPECT_EQ(parse_log_line("VESK > Wed Dec 31 23:59:58 | INFO | m | f:1 |  x", false, 1, newYear).when, newYear - 2);
+    EXPECT_EQ(parse_log_line("VESK > Thu Jan  1 00:00:00 | INFO | m | f:1 |  x", false, 1, newYear).when, newYear);
+}
+
+const struct {
+    const char *message, *format;
+    bool is;
+} matches[] = {
+    { "count=2", VESK_TEXT_RADIOS_AT_END, true },
+    { "count=", VESK_TEXT_RADIOS_AT_END, false },
+    { "count=2, more", VESK_TEXT_RADIOS_AT_END, false },
+    { "scanEnable=1, scanEnableCfg=1", VESK_TEXT_SWITCHES, true },
+    { "scanEnable=1, scanEnableCfg=1, itv=4", VESK_TEXT_SWITCHES, false },
+    { "Radio wifi0 is not enable - exit", VESK_TEXT_STEP_RADIO_DOWN, true },
+    { "Radio  is not enable - exit", VESK_TEXT_STEP_RADIO_DOWN, true },
+    { "Radio wifi0 is not enable - exit!", VESK_TEXT_STEP_RADIO_DOWN, false },
+    { "Ubus send successfully [a] [b] [c] [02:5e:70:00:00:01]", VESK_TEXT_SENT_CLIENT, true },
+    { "Ubus send successfully [a]", VESK_TEXT_SENT, true },
+    { "", VESK_TEXT_SENT, false },
+    { "vesk_setLogDestinationSignal logifle=[/tmp/a]", VESK_TEXT_LOG_TO_FILE, true },
+};
+
+TEST(ClientLog, AStatementKnowsItsLines) {
+    for (const auto &m : matches) EXPECT_EQ(is_message_of(m.message, m.format), m.is) << m.message;
+    const LogLine line = parse_log_line(
+        "VESK > Wed Nov 25 10:00:05 | INFO | m | f:1 |  xitv=9, itv=-4, big=99999999999", false, 1, 1764064900);
+    EXPECT_EQ(log_number(line, "itv"), -4);
+    EXPECT_EQ(log_number(line, "big"), INT_MAX);
+    EXPECT_EQ(log_number(line, "none", 7), 7);
+}
+
+TEST(ClientLog, IsFollowedAsItGrows) {
+    const char *path = "/tmp/followed.log";
+    put_file(path, std::string("VESK > old\n") + start + pass);
+    Logbook log = read_log(path);
+    ASSERT_EQ(log.lines.size(), 2u);
+    EXPECT_TRUE(log.knowsStart);
+    FILE *file = fopen(path, "a");
+    fputs("one\nhalf", file);
+    fflush(file);
+    follow_log(log);
+    EXPECT_EQ(log.lines.back().text, "one");
+    const size_t count = log.lines.size();
+    EXPECT_EQ(log.lines.back().number, 5); // the blank line behind a message counts, too
+    fputs(" a line\n", file);
+    fclose(file);
+    follow_log(log);
+    EXPECT_EQ(log.lines.size(), count + 1);
+    EXPECT_EQ(log.lines.back().text, "half a line");
+    const off_t before = log.offset;
+    follow_log(log);
+    EXPECT_EQ(log.offset, before);
+    EXPECT_EQ(log.lines.size(), count + 1);
+    put_file("/tmp/other.log", std::string(start));
+    rename("/tmp/other.log", path); // rotated: another file
+    follow_log(log);
+    EXPECT_EQ(log.lines.size(), 1u);
+    unlink(path);
+    follow_log(log);
+    EXPECT_NE(log.error, "");
+}
+
+} // namespace

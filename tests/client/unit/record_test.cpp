@@ -1,0 +1,96 @@
+// Records to JSON and back, names and secrets in it, and lines of a record file.
+#include <gtest/gtest.h>
+
+#include "tools/client/record.h"
+#include "tools/client/signals.h"
+#include "tools/client/text.h"
+
+namespace {
+
+TEST(ClientRecord, EveryLayoutSurvivesTheRoundTrip) {
+    for (const MethodLayout &row : vesk_method_layouts) {
+        SCOPED_TRACE(row.layout->name);
+        std::vector<uint8_t> zeros(row.layout->size), back;
+        const Json object = decode_record(*row.layout, zeros.data(), Secrets::Shown);
+        Json given = Json::parse(object.line().c_str());
+        for (cJSON *item = given.get()->child; item;) { // null stands for an absent figure, which nobody gives
+            cJSON *next = item->next;
+            if (cJSON_IsNull(item)) cJSON_DeleteItemFromObject(const_cast<cJSON *>(given.get()), item->string);
+            item = next;
+        }
+        EXPECT_EQ(encode_record(*row.layout, given.get(), back), "");
+        EXPECT_EQ(back, zeros);
+    }
+}
+
+TEST(ClientRecord, HostileBytesStayInTheirRecord) {
+    for (const MethodLayout &row : vesk_method_layouts) {
+        const std::vector<uint8_t> ones(row.layout->size, 0xff);
+        EXPECT_TRUE(cJSON_IsObject(decode_record(*row.layout, ones.data()).get())) << row.layout->name;
+    }
+}
+
+TEST(ClientRecord, SecretsAreHiddenAndValuesNamed) {
+    WireVapInfo vap = {};
+    memcpy(vap.keyPassphrase, "between", 7);
+    vap.authMode = 32;
+    vap.encryptMode = 5;
+    const Json hidden = decode_as(layoutVapInfo, vap), shown = decode_as(layoutVapInfo, vap, Secrets::Shown);
+    EXPECT_STREQ(hidden.at("keyPassphrase")->valuestring, "********");
+    EXPECT_STREQ(shown.at("keyPassphrase")->valuestring, "between");
+    EXPECT_STREQ(hidden.at("authModeName")->valuestring, "WPA2-PSK");
+    EXPECT_TRUE(cJSON_IsNull(hidden.at("encryptModeName")));
+    vap.keyPassphrase[0] = '\0';
+    EXPECT_STREQ(decode_as(layoutVapInfo, vap).at("keyPassphrase")->valuestring, "");
+}
+
+const struct {
+    const char *json, *error;
+} wrong[] = {
+    { "[]", "takes an object" },
+    { R"({"channel":"x"})", "\"channel\" takes a number" },
+    { R"({"channel":4294967296})", "\"channel\" is out of range" },
+    { R"({"channel":1.5})", "\"channel\" is out of range" },
+    { R"({"chan":1})", "has no field \"chan\"" },
+    { R"({"channelName":"x"})", "has no field \"channelName\"" },
+    { R"({"channel":36,"bandwidthName":"80 MHz"})", "" },
+};
+
+TEST(ClientRecord, WhatCantBeEncodedIsSaid) {
+    for (const auto &w : wrong) {
+        std::vector<uint8_t> record;
+        const std::string error = encode_record(layoutChannel, Json::parse(w.json).get(), record);
+        EXPECT_TRUE(error.find(w.error) != std::string::npos && error.empty() == !*w.error) << w.json << error;
+    }
+}
+
+const struct {
+    const char *name, *line;
+    bool is;
+} recorded[] = {
+    { "whole", R"({"time":1.5,"signal":"veskClientLeave","payload":"00"})", true },
+    { "unknown signal", R"({"time":1,"signal":"x\u001b","payload":""})", true },
+    { "no payload", R"({"time":1,"signal":"veskClientLeave"})", false },
+    { "payload of no bytes", R"({"time":1,"signal":"a","payload":"0"})", false },
+    { "time as text", R"({"time":"1","signal":"a","payload":"00"})", false },
+    { "time of no clock", R"({"time":1e300,"signal":"a","payload":"00"})", false },
+    { "cut", R"({"time":1,"signal":)", false },
+    { "no object", "7", false },
+};
+
+TEST(ClientRecord, LinesOfARecordAreRead) {
+    for (const auto &r : recorded) {
+        SeenSignal signal = {};
+        EXPECT_EQ(parse_signal(r.line, signal), r.is) << r.name;
+    }
+    SeenSignal join = { 0.25, VESK_SIGNAL_CLIENT_JOIN, std::vector<uint8_t>(619) };
+    join.payload[29] = 2; // bw
+    setenv("TZ", "UTC", 1);
+    tzset();
+    EXPECT_EQ(signal_line(join, true).substr(0, 32), "1970-01-01 00:00:00.250 veskClie");
+    EXPECT_NE(signal_line(join).find(" rssi=unknown channel=0 frequency=0 bw=80MHz "), std::string::npos);
+    join.payload.pop_back();
+    EXPECT_EQ(signal_line(join).substr(0, 34), "00:00:00.250 veskClientJoin bytes=");
+}
+
+} // namespace
