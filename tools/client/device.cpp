@@ -46,17 +46,23 @@ std::optional<int> unless_zero(int value)
     return value == 0 ? std::nullopt : std::optional(value);
 }
 
+/** By value: a reference to a packed member would be misaligned. */
+int clamp_count(int count, int limit)
+{
+    return std::clamp(count, 0, limit);
+}
+
 template <size_t N>
 bool lists(const uint8_t (&list)[N], int count, int channel)
 {
-    const uint8_t *end = list + std::clamp(count, 0, static_cast<int>(N));
+    const uint8_t *end = list + clamp_count(count, N);
     return std::find(list, end, channel) != end;
 }
 
 void list_channels(RadioState &radio, bool knowsAvailable)
 {
     const WireRadioInfo &info = radio.info;
-    for (int i = 0; i < std::clamp(info.chListNums, 0, VESK_WIRE_CHANNELS); i++) {
+    for (int i = 0; i < clamp_count(info.chListNums, VESK_WIRE_CHANNELS); i++) {
         ChannelState channel = {};
         channel.number = info.curchList[i];
         channel.attribute = info.curchAttr[i];
@@ -129,7 +135,7 @@ void read_neighbors(Reader &reader, RadioState &radio)
     if (radio.heard.empty())
         return;
     const auto *heard = reinterpret_cast<const WireNbAPInfo *>(radio.heard.data()); // packed: lies anywhere
-    for (int i = 0; i < std::clamp(heard->nbNums, 0, VESK_WIRE_NEIGHBORS); i++) {
+    for (int i = 0; i < clamp_count(heard->nbNums, VESK_WIRE_NEIGHBORS); i++) {
         const WireNeighbor &n = heard->neighbors[i];
         radio.neighbors.push_back({ n.channel, unless_zero(n.rssi), mac_text(n.bssid), FIELD_TEXT(n.ssid) });
         if (ChannelState *channel = channel_of(radio, n.channel))
@@ -185,7 +191,7 @@ void read_stations(Reader &reader, VapState &vap)
     if (vap.stationTable.empty())
         return;
     const auto *all = reinterpret_cast<const WireStaInfo *>(vap.stationTable.data()); // packed: lies anywhere
-    for (int i = 0; i < std::clamp(all->count, 0, VESK_WIRE_STATIONS); i++) {
+    for (int i = 0; i < clamp_count(all->count, VESK_WIRE_STATIONS); i++) {
         const WireStation &s = all->stations[i];
         vap.stations.push_back({ mac_text(s.mac), unless_zero(s.rssi), s.tx, s.rx, static_cast<long>(s.time),
                                  s.bw, s.is11k != 0, s.is11v != 0, s.isBhInt != 0 });

@@ -1,5 +1,6 @@
 #include "tools/client/record.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -164,7 +165,7 @@ std::string encode_element(const FieldLayout &field, const cJSON *value, uint8_t
         std::vector<uint8_t> bytes;
         if (!cJSON_IsString(value) || !from_hex(value->valuestring, bytes) || bytes.size() > field.width)
             return where + " takes up to " + std::to_string(field.width) + " bytes in hexadecimal";
-        memcpy(to, bytes.data(), bytes.size());
+        std::copy(bytes.begin(), bytes.end(), to);
         return "";
     }
     case FieldKind::Record: {
