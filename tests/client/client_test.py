@@ -106,6 +106,7 @@ class Device(World):
         stations = {s["mac"]: s["signal"] for s in report["vaps"][0]["stations"]}
         self.assertEqual(stations, {PHONE["mac"]: -58, SHY["mac"]: None})
         self.assertIn("unknown", veskctl("stations"))
+        self.assertIn("NOISE dBm SMOOTHED dBm", veskctl("scan"))
 
     def test_metrics(self):
         text = veskctl("metrics")

@@ -82,13 +82,13 @@ def start_broker():
     return broker
 
 
-def start_daemon(first_scan=3):
+def start_daemon(first_scan=3, description=None):
     """Its 5 GHz radio is scanned so many seconds behind the 2.4 GHz one; passes follow 2 seconds later."""
     shutil.copy(ROOT / "platform/sim/kor-product-cfg.json", "/usr/etc/")
     os.makedirs("/configs/vesk", exist_ok=True)
     pathlib.Path("/configs/vesk/vesk_debug_flag").touch()  # keeps the daemon from renewing its configuration
     pathlib.Path("/configs/vesk/vesk.conf").write_text(CONFIG.format(min(first_scan + 2, 3600), first_scan))
-    set_device(device())
+    set_device(description or device())
     with open("/tmp/vesk.err", "w") as traces:
         daemon = subprocess.Popen(["vesk"], stderr=traces)
     eventually(lambda: run("version").returncode == 0)

@@ -320,12 +320,22 @@ CallResult bus_call(const WireMethod &method, const std::vector<CallArg> &args)
     PendingCall call = { &method, &result, false };
     const int status = invoke_object(method, buf.head, &call);
     blob_buf_free(&buf);
-    result.isAbsent = status == UBUS_STATUS_NOT_FOUND;
     if (status != 0)
         result.error = call_error(status);
     else if (!call.answered)
         result.error = "vesk sent no answer";
     return result;
+}
+
+bool bus_has_object(std::string &error)
+{
+    if (!bus_connect(error))
+        return false;
+    const BoundedWait wait;
+    const int status = look_up_object();
+    if (status != 0 && status != UBUS_STATUS_NOT_FOUND)
+        error = call_error(status);
+    return status == 0;
 }
 
 std::string bus_send_signal(std::string_view signal, const void *payload, size_t size)

@@ -20,7 +20,6 @@ inline constexpr int busLimitMs =
 /** Result of a call. `error` is empty when the daemon answered; `status` is its `return` field. */
 struct CallResult {
     std::string error;
-    bool isAbsent = false; // the error is that the daemon's object isn't on the bus
     int status = 0;
     std::vector<uint8_t> record; // the result field's bytes; numbers in host order
 };
@@ -74,6 +73,9 @@ CallArg arg_record(const char *name, const T &record)
     const auto *p = reinterpret_cast<const uint8_t *>(&record);
     return { name, WireType::Record, 0, {}, { p, p + sizeof record } };
 }
+
+/** Whether the daemon's object is on the bus now: nobody is called. `error` says why that can't be told. */
+bool bus_has_object(std::string &error);
 
 /** Sends an inbound signal of the daemon ("setLogLevel") with its payload; empty error on success. */
 std::string bus_send_signal(std::string_view signal, const void *payload, size_t size);

@@ -158,11 +158,12 @@ void run_refresh(const Arguments &arguments)
 void run_object(const Arguments &arguments)
 {
     const auto is_there = [] {
+        std::string error;
         bus_start_time();
-        const CallResult result = bus_call(*bus_method("getVersionInfo"), {});
-        if (!result.error.empty() && !result.isAbsent)
-            fail(result.error);
-        return result.error.empty();
+        const bool is = bus_has_object(error);
+        if (!error.empty())
+            fail(error);
+        return is;
     };
     if (!arguments.has("STATE")) {
         print_done(arguments,
