@@ -41,13 +41,14 @@ FILE *__wrap_popen(const char *command, const char *) {
     fakeLibc.popens.push_back(command);
     if (fakeLibc.popenFails) return nullptr;
     FILE *f = tmpfile();
+    fakeLibc.openPipes++;
     fputs(fakeLibc.popenOutput.c_str(), f);
     rewind(f);
     return f;
 }
 
 // clang-format off
-int __wrap_pclose(FILE *f) { return fclose(f); }
+int __wrap_pclose(FILE *f) { return fakeLibc.openPipes--, fclose(f); }
 int __wrap_stat(const char *path, struct stat *status) { return fakeLibc.statFails ? -1 : __real_stat(path, status); }
 void *__wrap_malloc(size_t size) { return alloc_fails() ? nullptr : __real_malloc(size); }
 void *__wrap_calloc(size_t n, size_t size) { return alloc_fails() ? nullptr : __real_calloc(n, size); }

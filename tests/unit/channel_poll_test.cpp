@@ -25,6 +25,7 @@ TEST_F(ChannelPollTest, RecordCarriesOldAndNewWhileTheScanStandsStill) {
     EXPECT_EQ(during, 0);
     const VeskChChange expected = { 1, 3, 36, 1, 0, "a,n,ac,ax", 20.f, 149, 3, 0, "ac", 20.f, 3 };
     EXPECT_EQ(fakeBus.signals[0].payload, bytes_of(expected));
+    EXPECT_EQ(radio[1].curFreq, 5745);
     EXPECT_EQ(vesk_get_scan_status(), 1);
     scan->scanEnableCfg = 0, device.channel = 36;
     EXPECT_EQ(poll(), 1u);
@@ -45,6 +46,7 @@ TEST_F(ChannelPollTest, WhichPollSeesIt) {
         EXPECT_EQ(poll(blind), 0u);
         EXPECT_EQ(poll(), signals) << channel << " " << bw << " " << known << " " << power;
         EXPECT_EQ(radio[0].intfPollCtl, 0);
+        EXPECT_EQ(status ? poll(20) : 0, 0u) << "known from now on";
     }
     radio[0].status = 1; // after 26 polls of radio 1 alone
     poll(13);

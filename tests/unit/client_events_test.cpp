@@ -39,7 +39,9 @@ TEST_F(ClientEvents, JoinFrameComesFromTheDriverWithinItsField) {
         fakeDevice.rc["rilk_getAssocReqFrame"] = rc;
         fakeDevice.assocFrame.assign(has, 0x5a);
         Bytes event = joinBody(announced);
+        event.resize(1000, 0xee);
         EXPECT_EQ(wdev_client_join_event_process(event.data(), "ath0"), 0);
+        EXPECT_TRUE(std::all_of(event.begin() + 621, event.end(), [](uint8_t byte) { return byte == 0xee; }));
         ASSERT_EQ(fakeDevice.log.size(), announced != 0);
         EXPECT_TRUE(!announced || fakeDevice.log[0].args == std::string("ath0 " STA_TEXT " ") + asked);
         const Bytes &payload = fakeBus.signals.at(0).payload;

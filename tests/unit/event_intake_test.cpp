@@ -93,6 +93,7 @@ TEST(DrelmWatch, StartsTheSiblingWhenItIsAbsent) {
     EXPECT_TRUE(fake_logged("DEBUG", " drelm is working\n", "vesk_related_app_check"));
     vesk_stop_app_mon_timer();
     fake_advance(60s);
+    EXPECT_EQ(fakeLibc.openPipes, 0);
     EXPECT_EQ(fakeLibc.popens, Texts(2, "ps -w|grep drelm|grep -v grep"));
     EXPECT_EQ(fakeLibc.systems, Texts{ "run_drelm.sh &" });
 }

@@ -11,6 +11,7 @@ struct IntfPollTest : DeviceTest {
     }
     void TearDown() override {
         vesk_deinit_devide_info();
+        EXPECT_EQ(vesk_get_sta_info()->staDb.pool, nullptr);
         EXPECT_EQ(csrv_timer_count() + fakeLoop.pendingTimers(), 0) << "everything is stopped at the end";
     }
     static int refreshes() { return fakeDevice.count("hul_getRadioInfo") / 2 - 1; }
@@ -32,6 +33,10 @@ TEST_F(IntfPollTest, PollsUntilTheFirstTriggerAndNeverAgain) {
     EXPECT_EQ(refreshes(), 2) << "one for the burst";
     EXPECT_EQ(vesk_get_scan_status(), 1);
     EXPECT_EQ(radio[0].curChannel, 11);
+    scan->scanEnableCfg = 0;
+    vesk_retrigger_intf_timer(3), fake_advance(3s);
+    EXPECT_EQ(vesk_get_scan_status(), 0) << "off by configuration";
+    vesk_retrigger_intf_timer(3); // is stopped in the end, too
 }
 
 TEST_F(IntfPollTest, Statistics) {

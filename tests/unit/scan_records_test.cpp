@@ -44,8 +44,11 @@ TEST_F(ScanRecords, TearDownStopsEverythingAndAutoConnectTheScan) {
     restart(); // auto-connect overrides a request to scan
     for (const uint8_t enabled : { uint8_t{ 0 }, uint8_t{ 2 } }) {
         scan_cfg(0)->bstaAuto.enableAuto = enabled;
+        fake_clear_log();
         vesk_set_scan_status(257); // one byte counts
         EXPECT_EQ(vesk_get_scan_status(), enabled == 0);
+        vesk_set_scan_status(0);
+        EXPECT_TRUE(logged(" set offScan->scanEnable = 0\n")) << "off is never refused";
     }
     EXPECT_TRUE(logged(" offScan->scanCfg[0].bstaAuto.enableAuto=2, not enable scan\n"));
 }
@@ -74,13 +77,15 @@ TEST_F(ScanRecords, Resets) {
     EXPECT_EQ(flags(1), (Numbers{ 0, 1, 0, 1 }));
     EXPECT_EQ(scan->scanTime, 1700000000);
     radio[1].curChannelInfo.noise = -90;
+    set_flags(1, 0, 1, 1);
     vesk_scan_channel_at(0)->ch = 1;
     for (const bool isStale : { false, true }) {
         scan->needResetScan = isStale, radio[0].chListNums = 2;
         vesk_reset_scan_info();
         EXPECT_EQ(radio[1].curChannelInfo.noise, isStale ? 0 : -90);
         EXPECT_EQ(vesk_scan_channel_at(0)->ch, isStale ? 0 : 1);
-        EXPECT_EQ(flags(1), isStale ? (Numbers{ 1, 0, 0, 0 }) : (Numbers{ 0, 1, 0, 1 }));
+        EXPECT_EQ(flags(1), isStale ? (Numbers{ 1, 0, 0, 0 }) : (Numbers{ 0, 1, 1, 1 }));
+        EXPECT_EQ(scan_is_visited(scan_cfg(1), 4), !isStale);
         EXPECT_EQ(scan->channelNums, isStale ? 6 : 7) << "lists of the radios as they are now";
         EXPECT_EQ(scan->needResetScan, 0);
     }

@@ -2,6 +2,7 @@
 #include "source/vesk_drelm/drelm_private.h"
 #include "tests/unit/daemon_fixture.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 int vesk_main();
@@ -39,6 +40,18 @@ TEST_F(Start, EveryInitialiserInItsPlaceThenTheLoop) {
     EXPECT_EQ(fakeBus.calls.back(), "merkaMainLoop");
     EXPECT_NE(vesk_get_vesk_info()->ubusObj, nullptr);
     EXPECT_EQ(fakeLoop.fds.size(), 2u); // signals and events
+}
+
+TEST_F(Start, OpensNothingThatChildrenInherit) {
+    std::set<int> before, opened;
+    const auto open_now = [](std::set<int> &fds) {
+        for (int fd = 3; fd < 1024; fd++)
+            if (fcntl(fd, F_GETFD) >= 0) fds.insert(fd);
+    };
+    open_now(before), vesk_main(), open_now(opened);
+    std::erase_if(opened, [&](int fd) { return before.contains(fd); });
+    EXPECT_EQ(opened.size(), 5u); // lock, both ends of the signals' pipe, log, events
+    for (const int fd : opened) EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC) << fd;
 }
 
 TEST_F(Start, LeavesEveryPollerAndMonitorRunning) {

@@ -24,7 +24,7 @@ TEST_F(VapInventoryTest, AnnouncesWhatChangesLater) {
     fakeDevice.addVap(0, "ath2");
     for (const char *name : { "ath0", "ath1" }) {
         FakeVap &device = *fakeDevice.vap(name);
-        device.status = device.cfg.vapAttr = 0, device.bssid[0] = 0xfe;
+        device.status = device.cfg.vapAttr = 0, device.bssid[5] = 0xfe;
         device.ssid = std::string(65, 's'); // no terminator
         device.cfg.authMode = 0x20, device.cfg.encryptMode = 4;
     }
@@ -35,8 +35,9 @@ TEST_F(VapInventoryTest, AnnouncesWhatChangesLater) {
     EXPECT_EQ(vap_of("ath1").isBackhaulBss, 1) << "never cleared";
     EXPECT_STREQ(vap_of("ath1").mode, "ap") << "kept without a row";
     EXPECT_STREQ(vap_of("ath0").ssid, "net-ath0") << "not read for a station";
-    EXPECT_EQ(vap_of("ath0").bssid[0], 0xfe);
-    EXPECT_EQ(fakeDevice.count("rilk_setWNMEnable"), 5) << "once per slot";
+    EXPECT_EQ(vap_of("ath0").bssid[5], 0xfe);
+    for (const char *call : { "rilk_setWNMEnable", "rilk_setRRMEnable" })
+        EXPECT_EQ(fakeDevice.count(call), 5) << "once per slot";
 }
 
 TEST_F(VapInventoryTest, MissingConfigurationAndSlots) {
