@@ -162,7 +162,7 @@ class Device(World):
             for frame, chart in zip(seen, ("narrow", "wide")):
                 self.assertEqual(frame["charts"], [chart, chart])
                 self.assertTrue(frame["named"] and frame["ids"])
-                for text in (EVIL, "hidden network", "Café & Co", "The own channel 6 is used for 12 % of the time.",
+                for text in (EVIL, "hidden network", "Café & Co", "The radio's channel 6 is used for 12 % of the time.",
                              "Least used: 6 (12 %), 11 (41 %), 1 (72 %). Most used: 1 (72 %).", "6 min", "−58 dBm",
                              "−91 dBm\t−85.0 dBm", "unknown", "NOL"):
                     self.assertIn(text, frame["text"])
@@ -301,7 +301,7 @@ class Gone(World):
     def test_daemon_gone(self):
         watch = subprocess.Popen(["veskctl", "report", "--watch", "1", "-o", "/tmp/live.html"])
         live = pathlib.Path("/tmp/live.html")
-        eventually(lambda: live.exists() and "The own channel" in live.read_text())
+        eventually(lambda: live.exists() and "The radio's channel" in live.read_text())
         self.assertIn('<meta http-equiv="refresh" content="1">', live.read_text())
         self.daemon.terminate()
         self.daemon.wait()

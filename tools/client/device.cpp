@@ -297,7 +297,7 @@ bool take_snapshot(Snapshot &snapshot, unsigned parts, std::string &error, int l
             read_vaps(reader, band, snapshot);
     error = reader.error;
     if (!error.empty())
-        bus_disconnect(); // the next look connects anew
+        bus_disconnect(); // the next look connects again
     return error.empty();
 }
 

@@ -47,7 +47,7 @@ inline constexpr int liveBands[] = { 0, 3 }; // band words that radios run on
 inline constexpr int allBands = 5;           // band words run from 0 to 4
 
 /** "2.4", "2.4GHz", "24g" or 0 is band word 0; "5", "5GHz", "5g" or 3 is 3; 1, 2 and 4 stand for themselves.
- * -1 for what is no band. */
+ * -1 for anything else. */
 int band_of(std::string_view text);
 const char *band_name(int band);
 /** Width of a channel by its bandwidth index. */

@@ -36,7 +36,7 @@ const RadioState &must_radio(const Snapshot &snapshot, const std::string &word)
         if (radio.name == word || radio.band == band_of(word))
             return radio;
     if (band_of(word) < 0)
-        usage_error("\"" + word + "\" is no band and no radio; there are " + listed_radios(snapshot));
+        usage_error("\"" + word + "\" is neither a band nor a radio; there are " + listed_radios(snapshot));
     fail(std::string("no radio runs on ") + band_name(band_of(word)) + "; there are " +
          listed_radios(snapshot));
 }

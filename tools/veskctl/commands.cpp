@@ -56,7 +56,7 @@ constexpr Parameter output = {
 };
 constexpr Parameter report[] = {
     output,
-    { "--watch", "Write it anew every N seconds", Kind::Number, false, 1, 86400 },
+    { "--watch", "Write it again every N seconds", Kind::Number, false, 1, 86400 },
 };
 constexpr Parameter metrics[] = { output };
 constexpr Parameter explainScan[] = { maybeBand, log };
@@ -201,7 +201,7 @@ constexpr Command commands[] = {
     { "log to", nullptr, Group::Switches, "A file, or stderr", logTo, run_log_to },
     { "scanning", nullptr, Group::Switches, "All scanning; off turns backhaul auto-connect on", scanning, run_scanning },
     { "polling", nullptr, Group::Switches, "The daemon's pollers", polling, run_polling },
-    { "refresh", nullptr, Group::Switches, "Read radios and VAPs anew (the WLAN configuration changed)", {}, run_refresh },
+    { "refresh", nullptr, Group::Switches, "Read radios and VAPs again (the WLAN configuration changed)", {}, run_refresh },
     { "object", nullptr, Group::Switches, "Presence of the daemon's object on the bus", object, run_object },
 
     { "call", nullptr, Group::AnythingElse, "Any method by its name; the reply as JSON", call, run_call },

@@ -70,7 +70,7 @@ int wanted_radio(const Arguments &arguments, const Evidence &evidence)
     if (evidence.device)
         band = must_radio(*evidence.device, word).band;
     if (band < 0)
-        usage_error("\"" + word + "\" is no band; say 2.4 or 5");
+        usage_error("\"" + word + "\" isn't a band; say 2.4 or 5");
     return band == 0 ? 0 : 1;
 }
 } // namespace

@@ -71,10 +71,10 @@ std::string radio_summary(const RadioState &r)
     const auto own = std::find_if(measured.begin(), measured.end(), [](auto *c) { return c->isOwn; });
     std::string text = "<p>";
     if (own != measured.end())
-        text += printed("The own channel %d is used for %d %% of the time. ", (*own)->number,
+        text += printed("The radio's channel %d is used for %d %% of the time. ", (*own)->number,
                         *(*own)->utilisation);
     else
-        text += "The own channel hasn't been measured yet. ";
+        text += "The radio's channel hasn't been measured yet. ";
     const size_t few = std::min<size_t>(3, measured.size());
     text +=
         "Least used: " + listed({ measured.begin(), measured.begin() + static_cast<std::ptrdiff_t>(few) }) +

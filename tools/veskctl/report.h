@@ -5,7 +5,7 @@
 
 #include "tools/client/device.h"
 
-/** The page; `refresh`: seconds after which a browser loads it anew, 0 never. */
+/** The page; `refresh`: seconds after which a browser loads it again, 0 never. */
 std::string report_page(const Snapshot &snapshot, int refresh);
 /** The page while the daemon can't be asked. */
 std::string report_failure(const std::string &error, int refresh);

@@ -152,7 +152,7 @@ void run_refresh(const Arguments &arguments)
     need_daemon();
     send_word("notifyWlanChange", 1);
     print_done(arguments,
-               "asked for: radios and access points are read anew a few seconds after the last request");
+               "asked for: radios and access points are read again a few seconds after the last request");
 }
 
 void run_object(const Arguments &arguments)
