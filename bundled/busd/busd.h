@@ -13,6 +13,11 @@
 // More than this unsent, and the client is let go. An empty queue takes any message.
 constexpr size_t queueLimit = 4 * 1024 * 1024;
 
+// What one client may have the broker keep: signatures, paths and patterns, and objectCost for each object.
+// Above that it gets UBUS_STATUS_NO_MEMORY.
+constexpr size_t keptLimit = 2 * 1024 * 1024;
+constexpr size_t objectCost = 256;
+
 struct Client;
 
 // Methods of an object as the clients that look it up see them; shared by its objects.
@@ -29,6 +34,7 @@ struct Object {
     bool named;
     std::string path;
     std::vector<std::string> patterns; // of events it listens to
+    size_t kept;                       // bytes that count against its client
 };
 
 struct Client {
@@ -38,6 +44,7 @@ struct Client {
     bool dirty;               // in the list of those with something to send
     bool blocked;             // waits for room in the socket
     std::vector<char> unread; // begin of a message whose rest is on its way
+    size_t kept;              // bytes, of all its objects
     OutQueue queue;
     std::vector<Object *> objects; // in the order of their creation
 };
@@ -83,6 +90,8 @@ void client_writable(Client &client);
 // Finishes and queues a message; dooms the client when its queue is over the limit.
 void client_send(Client &client, OutMessage &out, Buffer *shared = nullptr);
 void client_doom(Client &client);
+// Counts bytes that are kept for an object of the client; false: they would be too many.
+bool client_charge(Client &client, size_t &kept, size_t bytes);
 void clients_settle(); // sends what was queued, lets the doomed ones go
 void clients_drop_all();
 

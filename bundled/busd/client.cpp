@@ -55,6 +55,7 @@ size_t consume(Client &client, char *data, size_t length)
 void continue_message(Client &client, char *data, size_t length)
 {
     std::vector<char> &unread = client.unread;
+    unread.reserve(message_length(client, unread.data(), unread.size()) + readSize); // once for a long one
     unread.insert(unread.end(), data, data + length);
     const size_t done = consume(client, unread.data(), unread.size());
     unread.erase(unread.begin(), unread.begin() + static_cast<ptrdiff_t>(done));
@@ -161,6 +162,15 @@ void client_doom(Client &client)
         return;
     client.doomed = true;
     broker().doomed.push_back(&client);
+}
+
+bool client_charge(Client &client, size_t &kept, size_t bytes)
+{
+    if (client.kept + bytes > keptLimit)
+        return false;
+    client.kept += bytes;
+    kept += bytes;
+    return true;
 }
 
 void clients_settle()

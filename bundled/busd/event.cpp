@@ -46,7 +46,7 @@ void deliver(const Client *sender, const char *id, const void *payload, size_t l
         buffer_release(shared);
 }
 
-int register_pattern(const Client &client, blob_attr *data)
+int register_pattern(Client &client, blob_attr *data)
 {
     enum { objectField, patternField, fields };
     static constexpr blobmsg_policy policy[] = {
@@ -65,10 +65,13 @@ int register_pattern(const Client &client, blob_attr *data)
     const std::string pattern = blobmsg_get_string(field[patternField]);
     if (object->owner != &client || pattern.empty())
         return UBUS_STATUS_PERMISSION_DENIED;
+    if (std::find(object->patterns.begin(), object->patterns.end(), pattern) != object->patterns.end())
+        return UBUS_STATUS_OK;
+    if (!client_charge(client, object->kept, sizeof pattern + pattern.size()))
+        return UBUS_STATUS_NO_MEMORY;
     if (object->patterns.empty())
         broker().listeners.push_back(object);
-    if (std::find(object->patterns.begin(), object->patterns.end(), pattern) == object->patterns.end())
-        object->patterns.push_back(pattern);
+    object->patterns.push_back(pattern);
     return UBUS_STATUS_OK;
 }
 

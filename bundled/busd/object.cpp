@@ -56,6 +56,7 @@ void announce(const char *event, const Object &object)
 
 void destroy(Object *object)
 {
+    object->owner->kept -= object->kept;
     release_type(object->type);
     delete object;
 }
@@ -90,18 +91,27 @@ int object_add(Request &request)
     const blob_attr *path = request.attr[UBUS_ATTR_OBJPATH];
     if (path && bus.paths.count(blob_get_string(path)))
         return UBUS_STATUS_INVALID_ARGUMENT;
+    size_t kept = 0;
+    const blob_attr *signature = request.attr[UBUS_ATTR_SIGNATURE];
+    if (!client_charge(request.client, kept,
+                       objectCost + (path ? blob_len(path) : 0) + (signature ? blob_len(signature) : 0)))
+        return UBUS_STATUS_NO_MEMORY;
     ObjectType *type = type_of_request(request);
     if (type)
         type->objects++;
-    auto *object = new Object{
-        fresh_id(bus.objects), &request.client, type, path != nullptr, path ? blob_get_string(path) : "", {}
-    };
+    auto *object = new Object{ fresh_id(bus.objects),
+                               &request.client,
+                               type,
+                               path != nullptr,
+                               path ? blob_get_string(path) : "",
+                               {},
+                               kept };
     bus.objects.emplace(object->id, object);
     request.client.objects.push_back(object);
     if (object->named)
         bus.paths.emplace(object->path, object);
     announce("ubus.object.add", *object);
-    send_object(request, object->id, request.attr[UBUS_ATTR_SIGNATURE] ? type : nullptr);
+    send_object(request, object->id, signature ? type : nullptr);
     return UBUS_STATUS_OK;
 }
 

@@ -2,6 +2,8 @@
 // don't read, nonsense.
 #include "tests/bus/harness.h"
 
+#include <sys/wait.h>
+
 namespace {
 const std::string signature =
     field(BLOBMSG_TYPE_TABLE, "set", int_field("id", 5)) + field(BLOBMSG_TYPE_TABLE, "ping", "");
@@ -199,5 +201,40 @@ TEST_F(BrokerWire, AReaderThatSleepsLosesNothingAndOneThatNeverReadsIsLetGo) {
         for (int i = 0; i < 20; i++) EXPECT_EQ(sleeper.receive().type, UBUS_MSG_INVOKE + 0u) << round << " " << i;
     }
     EXPECT_TRUE(never.closed());
+}
+
+// One that keeps too much is refused, and as before when it has given something up; the others don't notice.
+TEST_F(BrokerWire, KeepsSoMuchForAClientAndNoMore) {
+    Wire hoarder(broker.path), other(broker.path);
+    const std::string large =
+        field(BLOBMSG_TYPE_TABLE, "m", field(BLOBMSG_TYPE_INT32, std::string(60000, 'n'), be32(5)));
+    std::vector<uint32_t> objects;
+    const auto one_more = [&] {
+        return hoarder.ask(
+            message(UBUS_MSG_ADD_OBJECT, 1, 0, published(("h" + std::to_string(objects.size())).c_str(), large)));
+    };
+    while (one_more() == 0 && objects.size() < 100) objects.push_back(hoarder.data.back().number(UBUS_ATTR_OBJID));
+    EXPECT_EQ(objects.size(), 34u);
+    EXPECT_EQ(one_more(), 11);
+    EXPECT_EQ(other.ask(message(UBUS_MSG_ADD_OBJECT, 1, 0, published("other", large))), 0);
+    EXPECT_EQ(hoarder.ask(removal(objects.back())), 0);
+    objects.pop_back();
+    EXPECT_EQ(one_more(), 0);
+    const uint32_t listener = other.hear("p");
+    int held = 0, status = 0;
+    while (status == 0 && held < 100)
+        status = *other.ask(listen_to(listener, std::to_string(held++) + std::string(90000, 'p')));
+    EXPECT_EQ(status, 11);
+    EXPECT_LT(held, 30);
+    EXPECT_TRUE(other.alive());
+}
+
+TEST_F(BrokerWire, LeavesALiveBrokersSocketAlone) {
+    const pid_t second =
+        in_child([this] { execl(VESK_TEST_BROKER, VESK_TEST_BROKER, "-s", broker.path.c_str(), nullptr); });
+    int status = 0;
+    waitpid(second, &status, 0);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_TRUE(Wire(broker.path).alive());
 }
 } // namespace
