@@ -223,12 +223,13 @@ int ubus_reconnect(ubus_context *ctx, const char *path)
     const int fd = open_socket(path ? path : defaultPath);
     if (fd < 0)
         return UBUS_STATUS_CONNECTION_FAILED;
+    ctx->sock.fd = fd; // before the wait: whoever has to end it can
     if (!read_greeting(fd, &ctx->local_id)) {
         close(fd);
+        ctx->sock.fd = -1;
         return UBUS_STATUS_UNKNOWN_ERROR;
     }
     fcntl(fd, F_SETFL, fcntl(fd, F_GETFL) | O_NONBLOCK);
-    ctx->sock.fd = fd;
     ctx->sock.eof = false;
     ctx->sock.error = false;
     add_objects_again(ctx);

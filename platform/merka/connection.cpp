@@ -9,6 +9,7 @@
 
 #include "platform/merka/greeting.h"
 #include "platform/merka/merka_internal.h"
+#include "platform/merka/watchdog.h"
 
 namespace
 {
@@ -23,12 +24,16 @@ void on_retry(uloop_timeout *timer);
 void on_probe(uloop_fd *fd, unsigned events);
 
 struct Connection {
-    ubus_context *ctx; // made by the first success, kept for good
+    ubus_context memory;
+    ubus_context *ctx; // &memory from the first success on, for good
+    void (*readable)(uloop_fd *fd, unsigned events);
+    void (*pending)(uloop_timeout *timer);
     bool up;
     bool inLoop;
     uloop_timeout retry;
+    uloop_timeout passOver;
     uloop_fd probe;
-} bus = { nullptr, false, false, {}, { .cb = on_probe, .fd = -1 } };
+} bus = { .probe = { .cb = on_probe, .fd = -1 } };
 
 void try_again_in(int ms)
 {
@@ -48,13 +53,39 @@ void on_connection_lost(ubus_context *)
     try_again_in(retryMs);
 }
 
+/** What the loop calls of the library, under the watchdog's eyes. */
+void on_readable(uloop_fd *fd, unsigned events)
+{
+    merka::watchdog_enter();
+    bus.readable(fd, events);
+    merka::watchdog_leave();
+}
+
+void on_pending(uloop_timeout *timer)
+{
+    merka::watchdog_enter();
+    bus.pending(timer);
+    merka::watchdog_leave();
+}
+
+bool connect_first()
+{
+    if (ubus_connect_ctx(&bus.memory, merka::socket_path()) != 0)
+        return false;
+    bus.ctx = &bus.memory;
+    bus.readable = bus.ctx->sock.cb;
+    bus.ctx->sock.cb = on_readable;
+    bus.pending = bus.ctx->pending_timer.cb;
+    bus.ctx->pending_timer.cb = on_pending;
+    return true;
+}
+
 /** Connects the library, for the first time or anew with its objects. */
 bool connect_library()
 {
-    if (bus.ctx == nullptr) {
-        bus.ctx = ubus_connect(merka::socket_path());
-        return bus.ctx != nullptr;
-    }
+    merka::watchdog_start(&bus.memory);
+    if (bus.ctx == nullptr)
+        return connect_first();
     merka::remember_objects(bus.ctx);
     const int status = ubus_reconnect(bus.ctx, merka::socket_path());
     if (status == statusBadGreeting)
@@ -62,9 +93,16 @@ bool connect_library()
     return status == 0 && !bus.ctx->sock.eof;
 }
 
+/** Out of the loop's callbacks a call ends with the pass. */
+void on_pass_over(uloop_timeout *)
+{
+    merka::watchdog_leave();
+}
+
 /** A reconnect restores objects, but neither the place in the loop nor the event subscriptions. */
 bool bring_up(int settle)
 {
+    merka::watch_this_pass();
     if (!connect_library())
         return false;
     bus.up = true;
@@ -121,10 +159,18 @@ ubus_context *merka::connected_context()
     return bus.up ? bus.ctx : nullptr;
 }
 
+void merka::watch_this_pass()
+{
+    watchdog_enter();
+    bus.passOver.cb = on_pass_over;
+    uloop_timeout_set(&bus.passOver, 0);
+}
+
 void merka::complete_registration()
 {
     if (!bus.up)
         return;
+    watch_this_pass();
     const bool objects = restore_objects(bus.ctx);
     const bool subscriptions = register_missing(bus.ctx);
     if (bus.up && !(objects && subscriptions))
@@ -142,6 +188,7 @@ void merka::connect_before_loop()
 void merka::enter_loop()
 {
     bus.inLoop = true;
+    watchdog_leave();
     if (!bus.up)
         try_again_in(0);
 }

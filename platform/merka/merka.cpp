@@ -11,7 +11,10 @@ MERKA_EXPORT ubus_context *merkaGetContext(void)
 {
     if (!merka::in_loop())
         merka::connect_before_loop();
-    return merka::connected_context();
+    ubus_context *ctx = merka::connected_context();
+    if (ctx != nullptr)
+        merka::watch_this_pass(); // the caller is going to make bus calls
+    return ctx;
 }
 
 MERKA_EXPORT void merkaMainLoop(void)

@@ -28,6 +28,9 @@ void connect_before_loop();
 void remember_objects(ubus_context *ctx);
 bool restore_objects(ubus_context *ctx);
 
+/** Bounds the bus calls that follow, until the loop's next pass. */
+void watch_this_pass();
+
 /** Puts on the bus what it lacks of our objects and subscriptions; what is refused is tried again each
  * second. */
 void complete_registration();

@@ -265,6 +265,38 @@ TEST(Merka, BrokerThatStopsReadingHoldsNothingUp) {
     });
 }
 
+// It stands still while the loop is inside a bus call: the call ends, the loop goes on, and all comes back.
+TEST(Merka, BrokerThatStopsInTheMiddleOfACallIsLeft) {
+    isolated("", [](Broker &broker) {
+        add_object();
+        subscribe();
+        serve_after(0);
+        testClock.go_on(); // the watchdog's time is real
+        static Broker *asleep;
+        static int status;
+        asleep = &broker;
+        static uloop_timeout caller = { .cb = [](uloop_timeout *) {
+            asleep->sleep();
+            static ubus_object other = {};
+            status = ubus_add_object(merkaGetContext(), &other);
+        } };
+        uloop_timeout_set(&caller, 1);
+        EXPECT_TRUE(serve_until([] { return merkaGetContext() == nullptr; }));
+        EXPECT_EQ(status, UBUS_STATUS_CONNECTION_FAILED);
+        int turns = 0;
+        static uloop_timeout ticker = { .cb = [](uloop_timeout *timer) { uloop_timeout_set(timer, 1); } };
+        uloop_timeout_set(&ticker, 1);
+        EXPECT_TRUE(serve_until([&] { return ++turns > 1000; })) << "the loop ticks";
+        send_numbers(1, 2);
+        broker.wake();
+        EXPECT_TRUE(serve_until([] { return merkaGetContext() != nullptr; }));
+        Peer peer;
+        EXPECT_TRUE(reaches_us());
+        EXPECT_TRUE(object_is_there());
+        EXPECT_TRUE(serve_until([&] { return peer.count() == 1; }));
+    });
+}
+
 /** Sends numbers; how many were taken. All of them have to arrive, whole and in order. */
 int send_what_is_taken(Peer &peer, int from, int to) {
     int taken = 0;
@@ -311,7 +343,7 @@ void live_through_a_restart(Broker &broker) {
 TEST(Merka, AnyAllocationMayFailOnce) {
     isolated("", live_through_a_restart);
     const int all = *allocations;
-    EXPECT_GT(all, 10);
+    EXPECT_GT(all, 4); // those of the outbox, and with bundled bus libraries theirs
     for (failingOne = 0; failingOne < all; ++failingOne) {
         SCOPED_TRACE("allocation " + std::to_string(failingOne));
         isolated("(merka: signals go out again, 1 were dropped\n)?", live_through_a_restart);
