@@ -12,6 +12,7 @@
 #include "platform/nl80211/hostapd.h"
 #include "platform/nl80211/log.h"
 #include "platform/nl80211/places.h"
+#include "platform/nl80211/settings.h"
 #include "platform/nl80211/station.h"
 #include "platform/nl80211/wiphy.h"
 
@@ -282,6 +283,7 @@ int rilk_getRadioDynParamters(const char *radioIfname, RilkRadioDynParams *param
 
 int rilk_getRadioCurChannel(const char *radioIfname, int32_t *channel)
 {
+    settings_renew(); // the daemon asks for the channel every few seconds
     return radio_get(radioIfname, channel, [](const Radio &radio, int32_t &value) {
         Iface iface;
         if (iface_first_ap(radio.wiphy, iface) != 0 || iface.frequency == 0)

@@ -1,11 +1,10 @@
 // librilk.so, what changes the device: hostapd's settings, stations, scans.
 #include "platform/nl80211/rilk.h"
 
-#include <cstdio>
-
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/log.h"
 #include "platform/nl80211/scan.h"
+#include "platform/nl80211/settings.h"
 
 using namespace radio;
 
@@ -23,20 +22,12 @@ int unsupported(const char *function)
 
 int rilk_setRRMEnable(const char *ifName, int32_t enable)
 {
-    const int on = enable != 0;
-    return ctrl_tell(CtrlPeer::accessPoint, ifName, "SET rrm_neighbor_report %d", on) == 0 &&
-                   ctrl_tell(CtrlPeer::accessPoint, ifName, "SET rrm_beacon_report %d", on) == 0 &&
-                   ctrl_tell(CtrlPeer::accessPoint, ifName, "UPDATE_BEACON") == 0
-               ? 0
-               : -1;
+    return settings_rrm(ifName, enable != 0);
 }
 
 int rilk_setWNMEnable(const char *ifName, int32_t enable)
 {
-    return ctrl_tell(CtrlPeer::accessPoint, ifName, "SET bss_transition %d", enable != 0) == 0 &&
-                   ctrl_tell(CtrlPeer::accessPoint, ifName, "UPDATE_BEACON") == 0
-               ? 0
-               : -1;
+    return settings_wnm(ifName, enable != 0);
 }
 
 int rilk_disConnectSta(const char *ifName, const char *mac)
@@ -46,12 +37,7 @@ int rilk_disConnectSta(const char *ifName, const char *mac)
 
 int rilk_setVapAclMac(const char *ifName, const RilkAclMac *acl)
 {
-    if (!acl || acl->operation > 1)
-        return -1;
-    const uint8_t *mac = acl->mac;
-    return ctrl_tell(CtrlPeer::accessPoint, ifName, "DENY_ACL %s %02x:%02x:%02x:%02x:%02x:%02x",
-                     acl->operation == 0 ? "ADD_MAC" : "DEL_MAC", mac[0], mac[1], mac[2], mac[3], mac[4],
-                     mac[5]);
+    return acl && acl->operation <= 1 ? settings_block(ifName, acl->mac, acl->operation == 0) : -1;
 }
 
 int rilk_initScanChannelList(const uint32_t *channelList, int32_t channelNums)

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <linux/netlink.h>
 #include <linux/nl80211.h>
 
 using Blob = std::vector<uint8_t>;

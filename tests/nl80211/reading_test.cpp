@@ -317,6 +317,37 @@ TEST_F(Reading, Settings) {
     EXPECT_EQ(hul_getEnabledVapCfg("wlan1", &cfg), -1);
 }
 
+TEST_F(Reading, WhatHostapdForgetsItIsToldAgain) {
+    const std::string path = root + "/run/hostapd/wlan0";
+    const std::vector<std::string> all = {
+        "SET rrm_neighbor_report 1", "SET rrm_beacon_report 1", "UPDATE_BEACON",
+        "SET bss_transition 0",      "UPDATE_BEACON",           "DENY_ACL ADD_MAC 02:00:00:00:00:07"
+    };
+    const RilkAclMac block[] = { { 0, { 2, 0, 0, 0, 0, 7 } }, { 0, { 2, 0, 0, 0, 0, 8 } } },
+                     release = { 1, { 2, 0, 0, 0, 0, 8 } };
+    const auto polled = [&](FakeHostapd &hostapd) {
+        int32_t channel;
+        for (int i = 0; i < 5; i++) rilk_getRadioCurChannel("phy0", &channel);
+        return hostapd.commands();
+    };
+    EXPECT_EQ(rilk_setRRMEnable("wlan0", 1) + rilk_setRRMEnable("wlan0/..", 1), -2) << "not there yet";
+    {
+        FakeHostapd hostapd(path, { { "", "OK\n" } });
+        EXPECT_EQ(polled(hostapd), std::vector(all.begin(), all.begin() + 3));
+        EXPECT_EQ(rilk_setWNMEnable("wlan0", 0) + rilk_setVapAclMac("wlan0", &block[0]) +
+                      rilk_setVapAclMac("wlan0", &block[1]) + rilk_setVapAclMac("wlan0", &release) +
+                      rilk_disConnectSta("wlan0", "02:00:00:00:00:09"),
+                  0);
+        EXPECT_EQ(hostapd.commands().back(), "DISASSOCIATE 02:00:00:00:00:09");
+        EXPECT_EQ(polled(hostapd).size(), 9u);
+    }
+    FakeHostapd restarted(path, { { "", "OK\n" } });
+    EXPECT_EQ(polled(restarted), all);
+    FakeHostapd without(root + "/run/hostapd/wlan1", { { "", "FAIL\n" } });
+    EXPECT_EQ(rilk_setWNMEnable("wlan1", 1), -1);
+    EXPECT_EQ(polled(without).size(), 3u) << "not for ever";
+}
+
 TEST_F(Reading, NullsAreRefused) {
     EXPECT_EQ(rilk_getRadioApInterfaceInfo(0, nullptr) + rilk_getRadioChipName("phy0", 16, nullptr) +
                   rilk_getRadioStatus(nullptr, nullptr) + rilk_getRadioDynParamters("phy0", nullptr) +

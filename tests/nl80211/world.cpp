@@ -12,6 +12,7 @@
 #include "platform/nl80211/device.h"
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/scan.h"
+#include "platform/nl80211/settings.h"
 #include "platform/nl80211/station.h"
 
 namespace fs = std::filesystem;
@@ -96,6 +97,7 @@ World::~World() {
     radio::scan_stop();
     testing::internal::GetCapturedStderr();
     radio::station_forget();
+    radio::settings_forget();
     radio::device_forget();
     radio::config_forget();
     fs::remove_all(root);

@@ -1,0 +1,215 @@
+#include "platform/nl80211/settings.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <pthread.h>
+#include <sys/stat.h>
+
+#include "platform/nl80211/ctrl.h"
+#include "platform/nl80211/list.h"
+#include "platform/nl80211/log.h"
+#include "platform/nl80211/text.h"
+
+namespace radio
+{
+
+namespace
+{
+
+constexpr size_t bssCount = 16;
+constexpr int telling = 3; // times that a socket is told what it didn't take
+
+enum class Wish : int8_t { none, off, on };
+
+struct Mac {
+    uint8_t bytes[6];
+};
+
+/** Which socket it was. */
+struct Identity {
+    ino_t inode;
+    timespec changed;
+};
+
+struct Bss {
+    char ifName[16]; // "": a free place
+    Wish rrm, wnm;
+    List<Mac> blocked;
+    Identity told;
+    int tries; // 0: taken by the socket
+};
+
+pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
+Bss all[bssCount];
+
+bool operator==(const Identity &a, const Identity &b)
+{
+    return a.inode == b.inode && a.changed.tv_sec == b.changed.tv_sec &&
+           a.changed.tv_nsec == b.changed.tv_nsec;
+}
+
+/** All zero without a socket. */
+Identity identity_of(const char *ifName)
+{
+    Path path;
+    struct stat found;
+    if (!ctrl_path(CtrlPeer::accessPoint, ifName, path) || stat(path, &found) != 0)
+        return {};
+    return { found.st_ino, found.st_ctim };
+}
+
+int tell_block(const char *ifName, const Mac &mac, bool blocked)
+{
+    const uint8_t *b = mac.bytes;
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "DENY_ACL %s %02x:%02x:%02x:%02x:%02x:%02x",
+                     blocked ? "ADD_MAC" : "DEL_MAC", b[0], b[1], b[2], b[3], b[4], b[5]);
+}
+
+int tell(const char *ifName, const char *setting, Wish wish)
+{
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "SET %s %d", setting, wish == Wish::on);
+}
+
+int tell_rrm(const char *ifName, Wish wish)
+{
+    return tell(ifName, "rrm_neighbor_report", wish) == 0 && tell(ifName, "rrm_beacon_report", wish) == 0 &&
+                   ctrl_tell(CtrlPeer::accessPoint, ifName, "UPDATE_BEACON") == 0
+               ? 0
+               : -1;
+}
+
+int tell_wnm(const char *ifName, Wish wish)
+{
+    return tell(ifName, "bss_transition", wish) == 0 &&
+                   ctrl_tell(CtrlPeer::accessPoint, ifName, "UPDATE_BEACON") == 0
+               ? 0
+               : -1;
+}
+
+/** The lock is held. NULL if all places are taken. */
+Bss *bss_for(const char *ifName)
+{
+    Bss *free = nullptr;
+    for (Bss &bss : all) {
+        if (strcmp(bss.ifName, ifName) == 0)
+            return &bss;
+        if (!free && bss.ifName[0] == '\0')
+            free = &bss;
+    }
+    if (free)
+        put_text(free->ifName, ifName);
+    return free;
+}
+
+/** Remembers by `note` and tells by `say`, which returns 0 or -1. */
+template <class Note, class Say>
+int settle(const char *ifName, Note note, Say say)
+{
+    if (!is_name(ifName))
+        return -1;
+    const Identity identity = identity_of(ifName);
+    const int status = say();
+    pthread_mutex_lock(&lock);
+    if (Bss *bss = bss_for(ifName)) {
+        note(*bss);
+        bss->told = identity;
+        bss->tries = std::max(bss->tries, status == 0 ? 0 : 1);
+    }
+    pthread_mutex_unlock(&lock);
+    return status;
+}
+
+/** A BSS that a socket has to be told of: the wishes, and the blocked stations in `blocked`. */
+bool take_pending(Bss &place, const Identity &now, Bss &pending, List<Mac> &blocked)
+{
+    pthread_mutex_lock(&lock);
+    const bool isNew = !(place.told == now);
+    const bool due = now.inode != 0 && (isNew || (place.tries > 0 && place.tries < telling));
+    if (due) {
+        pending = place;
+        for (const Mac &mac : place.blocked)
+            list_add(blocked, mac);
+        place.told = now;
+        place.tries = isNew ? 1 : place.tries + 1;
+    }
+    pthread_mutex_unlock(&lock);
+    return due;
+}
+
+void renew(Bss &place)
+{
+    char ifName[sizeof place.ifName];
+    pthread_mutex_lock(&lock);
+    memcpy(ifName, place.ifName, sizeof ifName);
+    pthread_mutex_unlock(&lock);
+    Bss pending = {};
+    LocalList<Mac> blocked;
+    if (ifName[0] == '\0' || !take_pending(place, identity_of(ifName), pending, blocked))
+        return;
+    int status = 0;
+    if (pending.rrm != Wish::none)
+        status |= tell_rrm(ifName, pending.rrm);
+    if (pending.wnm != Wish::none)
+        status |= tell_wnm(ifName, pending.wnm);
+    for (const Mac &mac : blocked)
+        status |= tell_block(ifName, mac, true);
+    log_line(levelNotice, "%s: told hostapd anew%s", ifName,
+             status == 0 ? "" : ", which didn't take all of it");
+    pthread_mutex_lock(&lock);
+    if (status == 0)
+        place.tries = 0;
+    pthread_mutex_unlock(&lock);
+}
+
+void note_block(List<Mac> &blocked, const Mac &mac, bool isBlocked)
+{
+    Mac *end = std::remove_if(blocked.begin(), blocked.end(),
+                              [&](const Mac &each) { return memcmp(each.bytes, mac.bytes, 6) == 0; });
+    blocked.count = static_cast<size_t>(end - blocked.begin());
+    if (isBlocked)
+        list_add(blocked, mac);
+}
+
+} // namespace
+
+int settings_rrm(const char *ifName, bool on)
+{
+    const Wish wish = on ? Wish::on : Wish::off;
+    return settle(
+        ifName, [&](Bss &bss) { bss.rrm = wish; }, [&] { return tell_rrm(ifName, wish); });
+}
+
+int settings_wnm(const char *ifName, bool on)
+{
+    const Wish wish = on ? Wish::on : Wish::off;
+    return settle(
+        ifName, [&](Bss &bss) { bss.wnm = wish; }, [&] { return tell_wnm(ifName, wish); });
+}
+
+int settings_block(const char *ifName, const uint8_t *bytes, bool blocked)
+{
+    Mac mac;
+    memcpy(mac.bytes, bytes, sizeof mac.bytes);
+    return settle(
+        ifName, [&](Bss &bss) { note_block(bss.blocked, mac, blocked); },
+        [&] { return tell_block(ifName, mac, blocked); });
+}
+
+void settings_renew()
+{
+    for (Bss &place : all)
+        renew(place);
+}
+
+void settings_forget()
+{
+    pthread_mutex_lock(&lock);
+    for (Bss &bss : all) {
+        list_free(bss.blocked);
+        bss = {};
+    }
+    pthread_mutex_unlock(&lock);
+}
+
+} // namespace radio
