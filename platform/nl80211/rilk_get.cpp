@@ -1,13 +1,12 @@
 // librilk.so, what only reads the device: radios, VAPs, statistics, stations.
 #include "platform/nl80211/rilk.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <iterator>
 
+#include "platform/nl80211/channel_load.h"
 #include "platform/nl80211/channels.h"
-#include "platform/nl80211/clock.h"
+#include "platform/nl80211/counters.h"
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/hostapd.h"
 #include "platform/nl80211/log.h"
@@ -23,8 +22,6 @@ namespace
 
 // The bus shows a name with ".v0" behind it in a field of 16 bytes, and cuts an inner one at its first point.
 constexpr size_t longestName = 11;
-
-constexpr int64_t sampleInterval = 1000; // ms; the shortest time that a load is counted over
 
 bool is_usable_name(const char *name)
 {
@@ -67,114 +64,6 @@ void list_vaps(const Radio &radio, const List<Iface> &interfaces, VeskApIntfInfo
 bool is_on_air(const Iface &iface)
 {
     return iface_is_ap(iface) && iface.frequency != 0 && interface_is_up(iface.name);
-}
-
-/** The sample becomes the next one's beginning, at most once a second; the load is the last that was counted.
- */
-Load count_load(Memory &memory, const Survey &survey, int64_t now)
-{
-    const bool follows = memory.hasSample && memory.sample.frequency == survey.frequency;
-    if (follows && now - memory.sampled < sampleInterval)
-        return memory.load;
-    memory.load = follows ? survey_load(memory.sample, survey) : Load{};
-    memory.hasSample = true;
-    memory.sample = survey;
-    memory.sampled = now;
-    return memory.load;
-}
-
-/** What is known of the load, and how the record tells what isn't; `value4` says which figures are real. */
-void put_load(const Load &load, const Survey &survey, VeskCurChannelInfo &info)
-{
-    enum { knowsBusy = 1, knowsOwn = 2, knowsNoise = 4 };
-    info.ccaTxUtil = load.busyKnown ? static_cast<uint32_t>(load.busy) : 0;
-    info.ccaIdle = load.busyKnown ? 100 - load.busy : -1;
-    info.ccaInbss = load.ownKnown ? static_cast<uint32_t>(load.own) : 0;
-    info.noise = survey.hasNoise ? survey.noise : 0;
-    info.value4 = (load.busyKnown ? knowsBusy : 0) | (load.ownKnown ? knowsOwn : 0) |
-                  (survey.hasNoise ? knowsNoise : 0);
-    info.counter1 = survey.time;
-    const uint64_t counters[4] = { survey.busy, survey.extBusy, survey.rx, survey.tx };
-    memcpy(info.counters2, counters, sizeof counters);
-}
-
-/** The radio's operating channel in the driver's survey; all zero if the driver doesn't mark it. */
-Survey operating_survey(const Iface &iface)
-{
-    LocalList<Survey> surveys;
-    survey_list(iface.index, surveys);
-    for (const Survey &survey : surveys) {
-        if (survey.inUse)
-            return survey;
-    }
-    return {};
-}
-
-int fill_channel_info(const Radio &radio, VeskCurChannelInfo &info)
-{
-    Iface iface;
-    if (iface_first_ap(radio.wiphy, iface) != 0 || iface.frequency == 0)
-        return -1;
-    const Survey survey = operating_survey(iface);
-    Load load = {};
-    if (survey.frequency != 0) {
-        device_remember(radio, [&](Memory &memory) { load = count_load(memory, survey, clock_ms()); });
-    }
-    info.channel = channel_of_frequency(iface.frequency);
-    info.time = static_cast<int32_t>(time(nullptr));
-    put_load(load, survey, info);
-    return 0;
-}
-
-constexpr const char *counterFiles[] = {
-    "rx_packets", "tx_packets", "rx_bytes",   "tx_bytes",   nullptr,
-    "rx_errors",  "tx_errors",  "rx_dropped", "tx_dropped", "multicast",
-};
-constexpr size_t retriesAt = 10;
-constexpr size_t failedAt = 11;
-
-/** Adds an interface's counters and those of its stations. */
-void add_counters(const Iface &iface, uint64_t (&counters)[16])
-{
-    for (size_t i = 0; i < std::size(counterFiles); i++)
-        counters[i] += counterFiles[i] ? interface_counter(iface.name, counterFiles[i]) : 0;
-}
-
-void add_stations(const Iface &iface, uint64_t (&counters)[16], uint16_t &number)
-{
-    LocalList<Station> stations;
-    station_list(iface.index, stations);
-    for (const Station &station : stations) {
-        counters[retriesAt] += station.txRetries;
-        counters[failedAt] += station.txFailed;
-        number = static_cast<uint16_t>(number + station.authorised);
-    }
-}
-
-bool carries_frames(const Iface &iface)
-{
-    return iface_is_ap(iface) || iface.type == NL80211_IFTYPE_AP_VLAN || iface.type == NL80211_IFTYPE_STATION;
-}
-
-int fill_radio_stats(const Radio &radio, VeskIntfStats &stats)
-{
-    LocalList<Iface> interfaces;
-    if (iface_list(interfaces) != 0)
-        return -1;
-    uint64_t counters[16] = {};
-    uint16_t number = 0;
-    for (const Iface &iface : interfaces) {
-        if (iface.wiphy != radio.wiphy || !carries_frames(iface))
-            continue;
-        add_counters(iface, counters);
-        uint16_t peers = 0;
-        add_stations(iface, counters, peers);
-        if (iface.type != NL80211_IFTYPE_STATION)
-            number = static_cast<uint16_t>(number + peers);
-    }
-    memcpy(stats.counters, counters, sizeof counters);
-    stats.value1 = number;
-    return 0;
 }
 
 void put_station(const Station &station, const char *ifName, VeskStaEntry &entry)
@@ -313,7 +202,7 @@ int rilk_getRadioTxpower(const char *radioIfname, float *power)
 
 int rilk_getCurChannelInfo(const char *radioIfname, VeskCurChannelInfo *info)
 {
-    return radio_get(radioIfname, info, fill_channel_info);
+    return radio_get(radioIfname, info, load_fill_channel);
 }
 
 int rilk_getVapBssid(const char *ifName, uint8_t *bssid)
@@ -345,25 +234,14 @@ int rilk_getVapStatus(const char *ifName, uint8_t *status)
 
 int rilk_getRadioIfStat(const char *radioIfname, VeskIntfStats *stats)
 {
-    return radio_get(radioIfname, stats, fill_radio_stats);
+    return radio_get(radioIfname, stats, counters_of_radio);
 }
 
 int rilk_getVapIfStat(const char *ifName, VeskIntfStats *stats)
 {
-    LocalList<Iface> interfaces;
-    Iface vap;
-    if (!stats || iface_read(ifName, vap) != 0 || iface_list(interfaces) != 0)
-        return -1;
-    uint64_t counters[16] = {};
-    uint16_t number = 0;
-    add_counters(vap, counters);
-    for (const Iface &iface : interfaces) {
-        if (iface_belongs_to(iface, vap))
-            add_stations(iface, counters, number);
-    }
     VeskIntfStats value{};
-    memcpy(value.counters, counters, sizeof counters);
-    value.value1 = number;
+    if (!stats || counters_of_vap(ifName, value) != 0)
+        return -1;
     *stats = value;
     return 0;
 }

@@ -12,7 +12,7 @@
 using namespace radio;
 
 void fuzz_one(FuzzInput in) {
-    static FakeKernel kernel;
+    FakeKernel kernel;
     Reply reply = { .flags = static_cast<uint16_t>(in.byte() & NLM_F_DUMP_INTR) };
     if (const uint8_t cut = in.byte()) reply.cutTo = cut;
     while (in.left > 0) reply.messages.push_back(in.piece());
