@@ -91,10 +91,11 @@ class Device(World):
 
     def test_json_keeps_to_the_schemas(self):
         for command in ("version", "radios", "radio 5", "vaps", "vap ath0", "stats 2.4", "stations", "scan",
-                        "neighbors", "channels 5", "channel 2.4", "interfaces", "nol 5", "vlan", "backhaul info",
+                        "neighbors", "channels 5", "channels 5 --recommend", "station 02:5e:70:00:00:01", "channel 2.4", "interfaces", "nol 5", "vlan", "backhaul info",
                         "capability 5", "report", "status", "scan-trigger 2.4", "explain ready", "explain scan"):
             with self.subTest(command):
-                name = {"backhaul info": "backhaul-info", "scan-trigger 2.4": "done"}.get(command, command.split()[0])
+                name = {"backhaul info": "backhaul-info", "scan-trigger 2.4": "done",
+                        "channels 5 --recommend": "channels-recommend"}.get(command, command.split()[0])
                 check_schema(name, in_json(*command.split()))
 
     def test_absent_figures_are_null_and_left_out(self):

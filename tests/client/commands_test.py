@@ -5,6 +5,7 @@ import pathlib
 import re
 import signal
 import subprocess
+import tarfile
 import time
 import unittest
 
@@ -88,6 +89,14 @@ ROWS = [
     ("--json vap ath0", 0, r'"keyPassphrase":\t"\*{8}"(.|\n)*"authModeName":\t"WPA2-PSK"'),
     ("--json vaps --show-secrets", 0, '"keyPassphrase":\t"am-alten-markt-7"'),
     ("vap ath0 --show-secrets", 0, "am-alten-markt-7"), ("vaps", 0, "ath0.v0 .* WPA2-PSK "),
+    ("stations --sort time", 0, f"{PHONE}(.|\n)*{LAPTOP}"), ("stations --sort rssi", 0, f"{LAPTOP}(.|\n)*{PHONE}"),
+    ("stations --sort name", 2, "none of: rssi time vap"), (f"station {NOBODY}", 1, f"{NOBODY} isn't associated"),
+    (f"station {LAPTOP}", 0, r"radio +wifi1, 5 GHz, channel 44, 80 MHz\nsignal +-\d+ dBm\nrates +TX 866, RX 780 Mbit/s"),
+    ("channels 5 --recommend", 0, "none has been measured yet"), ("watch --timeout 1", 2, "belongs to --until"),
+    ("watch --until veskRadarNotif --timeout 0.3", 1, "veskRadarNotif didn't come"),
+    ("watch --signal veskClintJoin", 2, 'no signal "veskClintJoin"; did you mean "veskClientJoin"'),
+    ("watch --station 1", 2, "no MAC address"), ("--socket /nosuch version", 1, "no bus broker at /nosuch"),
+    ("version --socket /var/run/ubus.sock", 0, "vesk 1.4.3"), ("support /nosuch/x", 1, "can't write /nosuch/x"),
     ("capability 5", 0, r"rxMcs +MCS 0-9, 0-9, 0-9, 0-9"), ("stations", 0, r"TX Mbit/s RX Mbit/s CONNECTED +WIDTH"),
 ]
 
@@ -128,6 +137,32 @@ class Commands(unittest.TestCase):
                                   input=stdin, capture_output=True, text=True, timeout=PATIENCE)
             self.assertEqual((done.returncode, done.stderr), (0, ""), source)
         eventually(lambda: "key=***" in pathlib.Path("/tmp/vesk-sim.log").read_text())
+
+    def test_a_watch_ends_with_the_signal_it_waits_for(self):
+        watch = subprocess.Popen(["veskctl", "watch", "--until", "veskClientJoin", "--station", NOBODY, "--interface", "ath0",
+                                  "--timeout", str(PATIENCE)], stdout=subprocess.PIPE, text=True)
+
+        def has_ended():
+            for who in (PHONE, NOBODY):  # until the watch has come to listen
+                with open("/tmp/drelm.in", "w") as fifo:
+                    fifo.write(f"join ath10 {who}\njoin ath0 {who}\n")
+            return watch.poll() is not None
+        eventually(has_ended)
+        shown = watch.communicate()[0]
+        self.assertEqual((watch.returncode, shown.count("\n")), (0, 1), shown)
+        self.assertIn(f"veskClientJoin ifName=ath0.v0 mac_addr={NOBODY}", shown)
+
+    def test_an_archive_holds_all_but_the_keys(self):
+        path = pathlib.Path("/tmp/support.tar.gz")
+        done = run("support", str(path))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        with tarfile.open(path) as archive:
+            files = {member.name[2:]: archive.extractfile(member).read() for member in archive if member.isfile()}
+        for name in ("status.txt", "vaps.json", "signals.jsonl", "tmp-vesk.log", "usr-etc-kor-product-cfg.json"):
+            self.assertIn(name, files)
+        self.assertIn(b"vesk_load_cfg", files["tmp-vesk.log"])
+        for name, text in files.items():
+            self.assertNotRegex(text, b"am-alten-markt|between-the", name)
 
     def test_names_of_the_device_are_completed_and_not_expanded(self):
         offered = subprocess.run(["veskctl", "--complete", "kick", "ath1"], capture_output=True, text=True).stdout

@@ -69,6 +69,37 @@ std::string signal_line(const SeenSignal &signal, bool withDay)
     return text;
 }
 
+bool concerns_station(const SeenSignal &signal, const std::string &mac)
+{
+    std::string digits;
+    for (char c : mac)
+        if (c != ':')
+            digits += c;
+    const Json object = decode_signal(signal.name, signal.payload);
+    const cJSON *item;
+    cJSON_ArrayForEach(item, object.get())
+    {
+        if (!cJSON_IsString(item))
+            continue;
+        if (mac == item->valuestring)
+            return true;
+        const std::string_view text = item->valuestring; // an opaque field may hold it anywhere
+        for (size_t at = text.find(digits); at != std::string_view::npos; at = text.find(digits, at + 1))
+            if (at % 2 == 0)
+                return true;
+    }
+    return false;
+}
+
+bool concerns_interface(const SeenSignal &signal, std::string_view name)
+{
+    const Json object = decode_signal(signal.name, signal.payload);
+    for (const char *field : { "ifName", "ifname" })
+        if (const cJSON *item = object.at(field); cJSON_IsString(item))
+            return inner_name(item->valuestring) == inner_name(name);
+    return false;
+}
+
 bool listen_for_signals(const std::function<void(const SeenSignal &)> &visit,
                         const std::function<bool()> &stop, std::string &error)
 {

@@ -23,6 +23,11 @@ Json signal_json(const SeenSignal &signal, bool withPayload);
 /** "22:58:41.123 veskClientJoin ifName=ath0.v0 ...", the day in front if asked for. */
 std::string signal_line(const SeenSignal &signal, bool withDay = false);
 
+/** Whether the signal names the station ("02:11:22:33:44:55", lower case), in an opaque field, too. */
+bool concerns_station(const SeenSignal &signal, const std::string &mac);
+/** Whether the signal is one of the interface, by its outer or inner name. */
+bool concerns_interface(const SeenSignal &signal, std::string_view name);
+
 /** Listens for the daemon's own signals until `stop`, SIGINT or SIGTERM. False, with the reason, when there
  * is no bus to begin with. */
 bool listen_for_signals(const std::function<void(const SeenSignal &)> &visit,

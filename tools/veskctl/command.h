@@ -55,6 +55,7 @@ public:
     bool json = false;
     bool color = false;   // standard output is a terminal and NO_COLOR isn't set
     bool secrets = false; // passphrases are shown
+    std::string socket;   // of the broker; empty: the device's own
 
     const Command *command = nullptr;
     std::vector<std::vector<std::string>> values; // by parameter of the row
@@ -111,9 +112,11 @@ void run_report(const Arguments &);
 void run_scan(const Arguments &);
 void run_scan_trigger(const Arguments &);
 void run_scanning(const Arguments &);
+void run_station(const Arguments &);
 void run_stations(const Arguments &);
 void run_stats(const Arguments &);
 void run_status(const Arguments &);
+void run_support(const Arguments &);
 void run_vap(const Arguments &);
 void run_vaps(const Arguments &);
 void run_vendor_ie(const Arguments &);

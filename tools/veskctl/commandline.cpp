@@ -154,7 +154,9 @@ bool is_among(std::string_view word, const std::vector<const char *> &words)
 void check_first_words(std::span<char *> words)
 {
     std::string above;
-    for (const char *word : words) {
+    for (size_t i = 0; i < words.size(); i++) {
+        const char *word = words[i];
+        i += std::string_view(word) == "--socket"; // a value stands behind it
         if (word[0] == '-' || std::string_view(word) == "help")
             continue;
         const std::vector<const char *> known = words_below(above);
@@ -200,6 +202,8 @@ void build(Grammar &grammar, Arguments &arguments)
     for (size_t i = 0; i < std::size(flags); i++)
         add_parameter(&grammar.app, common_parameters()[i],
                       [flag = flags[i]](const CLI::results_t &) { *flag = true; });
+    add_parameter(&grammar.app, common_parameters()[std::size(flags)],
+                  [&arguments](const CLI::results_t &words) { arguments.socket = words.front(); });
     for (const Command &command : all_commands())
         add_command(grammar, command);
 }
@@ -262,6 +266,8 @@ int run_command_line(int argc, char **argv)
     }
     take_choice(grammar, arguments);
     check_values(arguments);
+    if (!arguments.socket.empty())
+        bus_use_socket(arguments.socket.c_str());
     bus_start_time();
     arguments.command->run(arguments);
     return 0;

@@ -22,15 +22,32 @@ constexpr Parameter log = { "--log", "The daemon's log (default /tmp/vesk.log)",
 constexpr Parameter common[] = {
     { "--json", "Print JSON instead of tables", Kind::Flag },
     { "--show-secrets", "Show passphrases instead of ********", Kind::Flag },
+    { "--socket", "The broker's socket (default: VESK_SOCKET, or /var/run/ubus.sock)", Kind::Text, false, 0,
+      0, "@file" },
 };
 
+constexpr Parameter station[] = {
+    mac,
+    { "--from", "Take the signals from a record instead of the log", Kind::Text, false, 0, 0, "@file" },
+    log,
+};
+constexpr Parameter channels[] = {
+    band,
+    { "--recommend", "Which channel would be best, each with its reason", Kind::Flag },
+};
+constexpr Parameter support[] = {
+    { "FILE", "Archive to write (.tar.gz)", Kind::Text, true, 0, 0, "@file" },
+};
 constexpr Parameter withBand[] = { band };
 constexpr Parameter withMaybeBand[] = { maybeBand };
 constexpr Parameter withVap[] = { vap };
 constexpr Parameter withVapAndMac[] = { vap, mac };
 constexpr Parameter kick[] = { vap, mac, noWait };
-constexpr Parameter withMaybeVap[] = { { "VAP", "Interface, by its outer or inner name (default: all)",
-                                         Kind::Text, false, 0, 0, "@vap" } };
+constexpr Parameter stations[] = {
+    { "VAP", "Interface, by its outer or inner name (default: all)", Kind::Text, false, 0, 0, "@vap" },
+    { "--sort", "By signal (rssi, the strongest first), time (the longest first) or vap (default)",
+      Kind::Text, false, 0, 0, "rssi time vap", true },
+};
 constexpr Parameter stats[] = {
     { "NAME", "Interface, radio or band", Kind::Text, true, 0, 0, "@vap" },
     { "--watch", "Again and again, with what the counters grew by", Kind::Flag },
@@ -40,6 +57,11 @@ constexpr Parameter watch[] = {
     count,
     seconds,
     { "--from", "Read a record instead of the bus; - is standard input", Kind::Text, false, 0, 0, "@file" },
+    { "--signal", "Only this one", Kind::Text, false, 0, 0, "@signal" },
+    { "--station", "Only what names this station" },
+    { "--interface", "Only what concerns this interface", Kind::Text, false, 0, 0, "@vap" },
+    { "--until", "End with success when this signal comes", Kind::Text, false, 0, 0, "@signal" },
+    { "--timeout", "With --until: give up after this time, with status 1", Kind::Real, false, 0, yearS },
 };
 constexpr Parameter record[] = {
     { "FILE", "File to append to; - is standard output", Kind::Text, true, 0, 0, "@file" },
@@ -163,11 +185,12 @@ constexpr Command commands[] = {
     { "radio", nullptr, Group::Looking, "One radio, every field", withBand, run_radio },
     { "vaps", nullptr, Group::Looking, "All access points and backhaul stations", {}, run_vaps },
     { "vap", nullptr, Group::Looking, "One access point, every field", withVap, run_vap },
-    { "stations", nullptr, Group::Looking, "Associated stations of one VAP or of all", withMaybeVap, run_stations },
+    { "stations", nullptr, Group::Looking, "Associated stations of one VAP or of all", stations, run_stations },
+    { "station", nullptr, Group::Looking, "One station: where, how well heard, what its last signals said", station, run_station },
     { "stats", nullptr, Group::Looking, "Interface counters of a VAP or a radio", stats, run_stats },
     { "scan", nullptr, Group::Looking, "What the scans measured, channel by channel", withMaybeBand, run_scan },
     { "neighbors", "neighbours", Group::Looking, "Neighbouring access points", withMaybeBand, run_neighbors },
-    { "channels", nullptr, Group::Looking, "A radio's channels and which of them are available", withBand, run_channels },
+    { "channels", nullptr, Group::Looking, "A radio's channels and which of them are available", channels, run_channels },
     { "nol", nullptr, Group::Looking, "Channels under non-occupancy after radar", withBand, run_nol },
     { "interfaces", nullptr, Group::Looking, "Interfaces that IEEE 1905 is to use", {}, run_interfaces },
     { "capability", "capabilities", Group::Looking, "What a radio can do, from the product configuration", withBand, run_capability },
@@ -177,6 +200,7 @@ constexpr Command commands[] = {
     { "status", nullptr, Group::Overviews, "The device on one screen, with its last signals", status, run_status },
     { "report", nullptr, Group::Overviews, "Channels, radios and stations as one HTML page", report, run_report },
     { "metrics", nullptr, Group::Overviews, "The device in Prometheus' text format", metrics, run_metrics },
+    { "support", nullptr, Group::Overviews, "Log, configuration, queries and ten seconds of signals in one archive", support, run_support },
     { "explain", nullptr, Group::Overviews, "Why something is as it is, with the lines it rests on", {}, nullptr },
     { "explain scan", nullptr, Group::Overviews, "Why the last pass did or didn't scan; when the next is due", explainScan, run_explain_scan },
     { "explain ready", nullptr, Group::Overviews, "What holds readiness back, or what made it", explainReady, run_explain_ready },

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "tools/client/device.h"
+#include "tools/client/signals.h"
 #include "tools/veskctl/command.h"
 
 namespace
@@ -51,6 +52,9 @@ bool is_spelled(const Parameter &p, std::string_view word)
 
 const Parameter *find_option(const Command *command, std::string_view word)
 {
+    for (const Parameter &p : common_parameters())
+        if (is_spelled(p, word))
+            return &p;
     if (command)
         for (const Parameter &p : command->parameters)
             if (is_spelled(p, word))
@@ -95,6 +99,9 @@ bool add_values(const Parameter &p, std::vector<std::string> &candidates)
         else if (word == "@method")
             for (const WireMethod &row : vesk_methods)
                 candidates.push_back(row.name);
+        else if (word == "@signal")
+            for (const SignalLayout &row : vesk_signals)
+                candidates.push_back(short_name(row.name));
         else if (word == "@file")
             isFile = true;
         else

@@ -1,5 +1,8 @@
 // Commands that show the whole device at once: page, screen, metrics.
+#include <algorithm>
 #include <cstdio>
+#include <poll.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include "tools/client/signals.h"
@@ -100,6 +103,44 @@ void status_once(const Arguments &arguments)
         fputs(status_text(view, screen_of_terminal(arguments.color)).c_str(), stdout);
 }
 
+/** The lines that fit; the last one tells of the others. It has no line end, so that nothing scrolls. */
+std::string kept_to_height(const std::string &text, int height)
+{
+    const auto lines = static_cast<int>(std::count(text.begin(), text.end(), '\n'));
+    if (height < 2 || lines < height)
+        return text;
+    size_t end = 0;
+    for (int i = 0; i < height - 1; i++)
+        end = text.find('\n', end) + 1;
+    return text.substr(0, end) + printed("... %d more lines; q ends", lines - height + 1);
+}
+
+/** The terminal hands over keys as they are pressed while this lives. */
+struct Keys {
+    termios before = {};
+    bool isTerminal = isatty(STDIN_FILENO) && isatty(STDOUT_FILENO) && tcgetattr(STDIN_FILENO, &before) == 0;
+
+    Keys()
+    {
+        termios raw = before;
+        raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+        if (isTerminal)
+            tcsetattr(STDIN_FILENO, TCSANOW, &raw);
+    }
+    ~Keys()
+    {
+        if (isTerminal)
+            tcsetattr(STDIN_FILENO, TCSANOW, &before);
+    }
+    bool is_end_asked() const
+    {
+        pollfd input = { STDIN_FILENO, POLLIN, 0 };
+        char key = 0;
+        return isTerminal && poll(&input, 1, 0) == 1 && read(STDIN_FILENO, &key, 1) == 1 &&
+               (key == 'q' || key == 'Q');
+    }
+};
+
 /** One look of status --watch. On a terminal the screen is drawn over, elsewhere the looks follow each other.
  */
 void draw_status(const Screen &screen, Logbook &log, const std::deque<std::string> &signals)
@@ -114,6 +155,7 @@ void draw_status(const Screen &screen, Logbook &log, const std::deque<std::strin
     view.role = role_from_log(log, &view.roleLine);
     std::string text = status_text(view, screen);
     if (isatty(STDOUT_FILENO)) {
+        text = kept_to_height(text, screen.height);
         std::string drawn = "\033[H"; // from the top, each line's rest cleared, then what is below
         for (char c : text)
             drawn += c == '\n' ? "\033[K\n" : std::string(1, c);
@@ -136,19 +178,23 @@ void status_forever(const Arguments &arguments)
     Logbook log;
     log.path = log_path(arguments);
     int64_t next = 0;
+    const Keys keys;
     const auto look = [&] {
         if (monotonic_ms() >= next) {
             draw_status(screen_of_terminal(arguments.color), log, signals);
             next = monotonic_ms() + statusMs;
         }
-        return !output_works();
+        return keys.is_end_asked() || !output_works();
     };
     const auto keep = [&](const SeenSignal &signal) {
         signals.push_back(signal_line(signal));
         keep_last(signals);
     };
-    if (!listen_for_signals(keep, look, error))
+    const bool isHeard = listen_for_signals(keep, look, error);
+    if (!isHeard)
         fail(error);
+    if (keys.isTerminal)
+        putchar('\n');
 }
 } // namespace
 

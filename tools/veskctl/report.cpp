@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tools/client/recommend.h"
 #include "tools/client/text.h"
 #include "tools/veskctl/report_css.h"
 
@@ -57,6 +58,14 @@ std::string listed(const std::vector<const ChannelState *> &channels)
     return text;
 }
 
+/** Levels inside a sentence with a real minus sign. */
+std::string minus_signs(std::string text)
+{
+    for (size_t at; (at = text.find(" -")) != std::string::npos;)
+        text.replace(at, 2, " −");
+    return text;
+}
+
 /** What a person wants to know first. */
 std::string radio_summary(const RadioState &r)
 {
@@ -78,7 +87,8 @@ std::string radio_summary(const RadioState &r)
     const size_t few = std::min<size_t>(3, measured.size());
     text +=
         "Least used: " + listed({ measured.begin(), measured.begin() + static_cast<std::ptrdiff_t>(few) }) +
-        ". Most used: " + listed({ measured.back() }) + ".</p>";
+        ". Most used: " + listed({ measured.back() }) + ". " + minus_signs(advice(r, recommend_channels(r))) +
+        "</p>";
     return text;
 }
 

@@ -152,6 +152,8 @@ Screen screen_of_terminal(bool color)
         screen.width = size.ws_col;
     else if (columns && atoi(columns) > 0)
         screen.width = atoi(columns);
+    if (isatty(STDOUT_FILENO))
+        screen.height = size.ws_row;
     screen.color = color;
     screen.unicode = is_utf8_locale();
     return screen;

@@ -9,6 +9,7 @@
 
 struct Screen {
     int width = 80;
+    int height = 0; // lines; 0: as many as there are
     bool color = false;
     bool unicode = false; // else ASCII only
 };

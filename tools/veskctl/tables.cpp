@@ -1,6 +1,9 @@
 // Commands that show what the device is and what it measured. Each takes the parts it shows, once.
+#include <algorithm>
+#include <cstdint>
 #include <ctime>
 
+#include "tools/client/recommend.h"
 #include "tools/client/text.h"
 #include "tools/veskctl/checks.h"
 #include "tools/veskctl/output.h"
@@ -45,6 +48,28 @@ std::string channel_note(const ChannelState &c)
     if (c.isNol)
         text += (text.empty() ? "" : ", ") + std::string("radar, up to ") + span_text(c.nolSeconds) + " left";
     return text;
+}
+void print_recommendations(const Arguments &arguments, const RadioState &radio)
+{
+    const std::vector<Recommendation> best = recommend_channels(radio);
+    Json object = Json::object();
+    Json array = Json::array();
+    Table table({ { "CHANNEL", true }, { "" }, { "COST", true }, { "WHY" } });
+    for (const Recommendation &r : best) {
+        Json row = Json::object();
+        row.put("channel", r.channel->number);
+        row.put("own", r.channel->isOwn);
+        row.put("cost", r.cost);
+        row.put("why", r.why);
+        array.push(std::move(row));
+        table.add({ std::to_string(r.channel->number), r.channel->isOwn ? "*" : "", std::to_string(r.cost),
+                    r.why });
+    }
+    object.put("advice", advice(radio, best));
+    object.put("channels", std::move(array));
+    print_either(arguments, object, table);
+    if (!arguments.json)
+        puts(advice(radio, best).c_str());
 }
 } // namespace
 
@@ -123,7 +148,26 @@ void run_stations(const Arguments &arguments)
     const Snapshot snapshot = must_take_snapshot(PartVaps | PartStations);
     const VapState *only =
         arguments.has("VAP") ? &must_access_point(snapshot, arguments.text("VAP")) : nullptr;
+    struct Row {
+        const VapState *vap;
+        const StationState *station;
+    };
+    std::vector<Row> rows;
     Json array = Json::array();
+    for (const VapState &vap : snapshot.vaps) {
+        if ((only && only != &vap) || vap.stationTable.empty())
+            continue;
+        array.push(decode_record(layoutStaInfo, vap.stationTable.data()));
+        for (const StationState &s : vap.stations)
+            rows.push_back({ &vap, &s });
+    }
+    const std::string &key = arguments.text("--sort");
+    const auto rank = [&](const Row &row) -> long {
+        return key == "rssi"   ? -row.station->signal.value_or(INT16_MIN)
+               : key == "time" ? -row.station->seconds
+                               : 0;
+    };
+    std::stable_sort(rows.begin(), rows.end(), [&](const Row &a, const Row &b) { return rank(a) < rank(b); });
     Table table({ { "STATION" },
                   { "VAP" },
                   { "SIGNAL", true },
@@ -134,15 +178,10 @@ void run_stations(const Arguments &arguments)
                   { "11k" },
                   { "11v" },
                   { "BACKHAUL" } });
-    for (const VapState &vap : snapshot.vaps) {
-        if ((only && only != &vap) || vap.stationTable.empty())
-            continue;
-        array.push(decode_record(layoutStaInfo, vap.stationTable.data()));
-        for (const StationState &s : vap.stations)
-            table.add({ s.mac, vap.name, level_text(s.signal), std::to_string(s.tx), std::to_string(s.rx),
-                        span_text(s.seconds), bandwidth_name(s.bandwidth), s.is11k ? "yes" : "no",
-                        s.is11v ? "yes" : "no", s.isBackhaul ? "yes" : "no" });
-    }
+    for (const auto &[vap, s] : rows)
+        table.add({ s->mac, vap->name, level_text(s->signal), std::to_string(s->tx), std::to_string(s->rx),
+                    span_text(s->seconds), bandwidth_name(s->bandwidth), s->is11k ? "yes" : "no",
+                    s->is11v ? "yes" : "no", s->isBackhaul ? "yes" : "no" });
     print_either(arguments, array, table, "no station is associated");
 }
 
@@ -199,8 +238,13 @@ void run_neighbors(const Arguments &arguments)
 
 void run_channels(const Arguments &arguments)
 {
-    const Snapshot snapshot = must_take_snapshot(PartChannels);
+    const bool isAdvice = arguments.has("--recommend");
+    const Snapshot snapshot = must_take_snapshot(PartChannels | (isAdvice ? PartFigures : 0u));
     const RadioState &radio = must_radio(snapshot, arguments.text("BAND"));
+    if (isAdvice) {
+        print_recommendations(arguments, radio);
+        return;
+    }
     Json object = decode_as(layoutChList, radio.available);
     Json all = Json::array();
     Table table({ { "CHANNEL", true }, { "" }, { "AVAILABLE" }, { "NOTES" }, { "ATTRIBUTES", true } });
