@@ -171,7 +171,7 @@ TEST_F(Api, NonOccupancyList) {
 
 TEST_F(Api, StationsOfOneVapNewestFirst) {
     VeskStaInfo *store = vesk_get_sta_info();
-    kvhmgr_init(&store->staDb, 64, 256, sizeof(VeskStaEntry), vesk_sta_hash, vesk_sta_mac_cmp);
+    kvhmgr_init(&store->staDb, 64, 300, sizeof(VeskStaEntry), vesk_sta_hash, vesk_sta_mac_cmp);
     for (int i = 1; i <= 3; i++) {
         VeskStaEntry e = {};
         e.mac[0] = 2, e.mac[5] = static_cast<uint8_t>(i), e.rssi = i == 1 ? -120 : -119, e.stats = counting_stats();
@@ -188,10 +188,19 @@ TEST_F(Api, StationsOfOneVapNewestFirst) {
         stats_bytes(want, at + 152);
     }
     expect_bytes(vap_call("getStaInfo", "ath0.v0"), want);
+    expect_bytes(vap_call("getStaInfo", "apclii0"), Bytes(73752)); // a station itself: not even its name
     for (const char *empty : { "apclii0", "nowhere" }) {
         const BusReply reply = vap_call("getStaInfo", empty);
         EXPECT_EQ(reply.status + reply.result[0], 0) << empty;
     }
+    for (int i = 0; i < 257; i++) {
+        VeskStaEntry e = {};
+        e.mac[0] = 2, e.mac[3] = static_cast<uint8_t>(i >> 8), e.mac[4] = 1, e.mac[5] = static_cast<uint8_t>(i);
+        strcpy(e.vapIntf, "ath1");
+        kvhmgr_set(&store->staDb, &e, sizeof e);
+    }
+    EXPECT_EQ(vap_call("getStaInfo", "ath1").result[1], 1); // 256 of them
+    EXPECT_TRUE(fake_logged("ERROR", " Out range sta idx!\n"));
 }
 
 TEST_F(Api, OffChannelFiguresAndNeighbors) {
@@ -390,6 +399,9 @@ TEST_F(Api, AutoConnectExcludesScanning) {
     EXPECT_EQ(call(0, 0), 0);
     EXPECT_EQ(enabledAtCall, 0);
     EXPECT_EQ(scan->scanEnable, 1); // scans come back behind the driver's call
+    scan->scanEnable = scan->scanEnableCfg = 0;
+    EXPECT_EQ(call(0, 0), 0);
+    EXPECT_EQ(scan->scanEnable, 0); // off by configuration
 }
 
 TEST_F(Api, DefaultVlanDwellLimitsAndPlaceholders) {

@@ -25,8 +25,8 @@ TEST_F(BackhaulSta, AutoConnectIsIssuedAgainUntilStopped) {
     strcpy(scan_cfg(1)->bstaAuto.ifName, "apclii0");
     scan_cfg(1)->bstaAuto.enableAuto = scan_cfg(1)->bstaAuto.needSetRadar = 1;
     EXPECT_EQ(scan_cfg(1)->bstaAutoTimer, -1);
-    vesk_start_timer_service();
     vesk_start_bsta_auto_connect_timer(1, 20), vesk_start_bsta_auto_connect_timer(1, 5); // replaces the first
+    vesk_start_timer_service();
     calls();
     fake_advance(11s);
     const Texts issued = { "setBstaAutoConnect apclii0 enable=1 radar=1",

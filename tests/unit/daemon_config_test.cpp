@@ -29,6 +29,7 @@ std::string settings() {
 void load(bool debug, const char *text) {
     fake_reset();
     vesk_get_vesk_info()->logLevel = 6;
+    vesk_get_radio_info()->intfSupportTrigger = 1;
     ASSERT_EQ(system("rm -rf /configs/vesk; mkdir /configs/vesk"), 0);
     if (debug) put_file("/configs/vesk/vesk_debug_flag", "");
     if (text) put_file(conf, text);
@@ -80,6 +81,7 @@ TEST(DaemonConfig, TheFileIsReplacedOutsideDebugMode) {
     for (const bool debug : { false, true })
         for (const char *text : { static_cast<const char *>(nullptr), "edited=1\n" }) {
             load(debug, text);
+            EXPECT_EQ(vesk_get_radio_info()->intfSupportTrigger, 0); // until the first trigger
             EXPECT_EQ(settings(), debug && text ? byDefault : builtIn);
             EXPECT_EQ(file_text(conf).size(), debug && text ? 9 : 1054);
         }

@@ -98,6 +98,8 @@ TEST(InboundSignals, ValueOfOneOrMoreSwitchesOn) {
     radio.intfTriggerItv = 4;
     deliver(3, { 0 }), fake_advance(3s), deliver(3, { 0 }); // a burst is pushed back
     EXPECT_EQ(fakeLoop.due(&radio.intfEventTimer), 4000);
-    deliver(8, Bytes(371, 0x33)); // cut to its size
-    EXPECT_EQ(fakeBus.signals.back().payload, Bytes(370, 0x33));
+    for (const uint8_t more : { uint8_t{ 0 }, uint8_t{ 1 } }) { // cut to its size
+        deliver(8, Bytes(size_t{ 370 } + more, more));
+        EXPECT_EQ(fakeBus.signals.back().payload, Bytes(370, more));
+    }
 }

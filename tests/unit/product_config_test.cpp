@@ -1,6 +1,7 @@
 // The product configuration: every key lands in its field, and a file that is wrong in part or in whole.
 #include "source/vesk_config/vesk_config.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include "tests/unit/common.h"
@@ -110,5 +111,21 @@ TEST(ProductConfig, TheFileIsChosenByExistence) {
     unlink(product);
     EXPECT_EQ(vesk_load_platform_config(), -1);
     EXPECT_TRUE(fake_logged("ERROR", " Database open failed: /usr/etc/kor-product-cfg.json\n"));
+}
+
+TEST(ProductConfig, LeavesNothingBehind) {
+    const auto load_all = [] {
+        for (const char *text : { "", "{", "{\"Version\":\"v\"}", "{\"ProductParameters\":{\"ModelName\":\"m\"}}" }) load(text);
+        const int free = dup(0);
+        close(free);
+        return std::pair(free, mallinfo2().uordblks);
+    };
+    load_all();
+    const auto before = load_all();
+    for (int i = 0; i < 50; i++) load_all();
+    const auto [lowest, heap] = load_all();
+    EXPECT_EQ(lowest, before.first);
+    EXPECT_LT(heap, before.second + 4096);
+    unlink(overriding);
 }
 } // namespace
