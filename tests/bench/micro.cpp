@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include "bus/vesk_api/vesk_api.h"
-#include "source/vesk_interface/vesk_interface.h"
+#include "source/vesk_interface/interface_private.h"
 #include "source/vesk_main/log.h"
 #include "source/vesk_main/records.h"
 #include "source/vesk_scan/vesk_scan.h"
