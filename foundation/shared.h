@@ -1,5 +1,5 @@
-// What scan threads and the main loop share without a lock. A value has one writer at a time. A reader may
-// see it old, and a record or a text torn between old and new, but nothing is undefined.
+// What scan threads and the main loop share without a lock. A value may be seen old, a record or a text torn
+// between old and new or, with two writers at once, mixed; but nothing is undefined.
 #pragma once
 
 #include <atomic>
@@ -40,7 +40,7 @@ void shared_put(T &to, const T &from)
     auto *byte = reinterpret_cast<uint8_t *>(&to);
     const auto *fresh = reinterpret_cast<const uint8_t *>(&from);
     for (size_t i = 0; i < sizeof to; i++)
-        if (byte[i] != fresh[i])
+        if (flag_load(byte + i) != fresh[i])
             flag_store(byte + i, fresh[i]);
 }
 

@@ -78,7 +78,8 @@ int vesk_getCurChannelInfo(int band, WireCurChannelInfo *channelInfo)
     const VeskRadioInfo *radio = api_band_radio(band);
     if (!radio)
         return -1;
-    const VeskCurChannelInfo cur = radio->curChannelInfo;
+    VeskCurChannelInfo cur;
+    shared_get(cur, radio->curChannelInfo);
     VESK_LOG(DEBUG, " radioBand=%d, radioIdx=%d, channel=%d\n", band, api_index(radio), cur.channel);
     if (!is_up(band, radio))
         return -1;

@@ -95,7 +95,7 @@ bool sweep_by_channel(uint32_t band)
     scan_walk(vesk_get_scan_info(), scan_cfg(band),
               [&](const ScanEntry &entry) { return goesOn = scan_channel(band, entry); });
     if (goesOn)
-        rilk_getCurChannelInfo(scan_radio_name(band).text, &scan_radio(band)->curChannelInfo);
+        scan_read_cur_channel(band);
     return goesOn && !is_stopped(band);
 }
 

@@ -79,9 +79,9 @@ void refresh_from_table(uint32_t band)
 bool is_radio_free(uint32_t band)
 {
     const VeskScanCfg *cfg = scan_cfg(band);
-    VeskRadioInfo *radio = scan_radio(band);
-    rilk_getCurChannelInfo(radio->apIntf.radioIfname, &radio->curChannelInfo);
-    const uint32_t ccaInbss = radio->curChannelInfo.ccaInbss, ccaTxUtil = radio->curChannelInfo.ccaTxUtil;
+    const VeskRadioInfo *radio = scan_radio(band);
+    const VeskCurChannelInfo cur = scan_read_cur_channel(band);
+    const uint32_t ccaInbss = cur.ccaInbss, ccaTxUtil = cur.ccaTxUtil;
     if (ccaInbss >= static_cast<uint32_t>(cfg->rxThd) || ccaTxUtil >= static_cast<uint32_t>(cfg->txThd)) {
         VESK_LOG_AS(stepOf, INFO, VESK_TEXT_STEP_BUSY, band, ccaInbss, ccaTxUtil);
         return false;

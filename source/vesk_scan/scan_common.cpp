@@ -73,16 +73,28 @@ void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg,
         rilk_getScanNeighborApOneChannel(cfg->radio, static_cast<int32_t>(channel), offScan->neighbors);
 }
 
+VeskCurChannelInfo scan_read_cur_channel(uint32_t band)
+{
+    VeskCurChannelInfo info;
+    shared_get(info, scan_radio(band)->curChannelInfo);
+    rilk_getCurChannelInfo(scan_radio_name(band).text, &info);
+    shared_put(scan_radio(band)->curChannelInfo, info);
+    return info;
+}
+
 void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx)
 {
     const VeskScanChannel *entry = vesk_scan_channel_at(chIdx);
     if (entry == nullptr || entry->ch != flag_load(&radio->curChannel))
         return;
     const VeskScanChannel record = *entry;
-    radio->curChannelInfo.channel = record.ch;
-    radio->curChannelInfo.ccaIdle = static_cast<int32_t>(100 - int64_t{ record.chnUtil });
-    radio->curChannelInfo.noise = record.noise;
-    radio->curChannelInfo.time = static_cast<int32_t>(time(nullptr));
+    VeskCurChannelInfo info;
+    shared_get(info, radio->curChannelInfo);
+    info.channel = record.ch;
+    info.ccaIdle = static_cast<int32_t>(100 - int64_t{ record.chnUtil });
+    info.noise = record.noise;
+    info.time = static_cast<int32_t>(time(nullptr));
+    shared_put(radio->curChannelInfo, info);
 }
 
 void scan_mark_visited(VeskScanCfg *cfg, int chIdx)

@@ -110,6 +110,8 @@ VeskScanParam scan_param(uint32_t band, uint32_t channel);
 /** Asks the library for results and for a channel's neighbours; nothing without tables. */
 void scan_fetch_results(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg);
 void scan_fetch_neighbors(const VeskOffScanCfg *offScan, const VeskScanCfg *cfg, uint32_t channel);
+/** Asks the library for the operating channel's figures; a call that fails leaves them. */
+VeskCurChannelInfo scan_read_cur_channel(uint32_t band);
 /** Brings curChannelInfo up to date if the result at this position is the operating channel's. */
 void scan_refresh_cur_channel(VeskRadioInfo *radio, int chIdx);
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <thread>
 
+#include "bus/vesk_api/vesk_api.h"
 #include "tests/unit/scan_fixture.h"
 
 using ModelThread = ScanTest;
@@ -29,6 +30,8 @@ TEST_F(ModelThread, RefreshesAndChannelChangesBesideAReader) {
         if (i == 100) fakeDevice.addVap(0, "ath2"); // takes a slot
         fakeDevice.radio[0].dyn.bw = odd, fakeDevice.radio[1].channel = odd ? 36 : 40;
         vesk_update_radio_info(), vesk_update_vap_info(), vesk_channel_change_handle(nullptr);
+        WireCurChannelInfo shown;
+        vesk_getCurChannelInfo(3, &shown), vesk_scan_process(1);
     }
     isDone = true, reader.join();
     EXPECT_EQ(strange, "");
