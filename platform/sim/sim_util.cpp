@@ -7,9 +7,12 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include <unistd.h>
+
+#include "foundation/mac.h"
 
 namespace
 {
@@ -55,17 +58,7 @@ bool sim_parse_hex(const char *text, std::vector<uint8_t> &bytes)
 
 bool sim_parse_mac(const char *text, SimMac &mac)
 {
-    std::string digits;
-    for (size_t i = 0; text && text[i]; i++) {
-        if (i % 3 != 2 || text[i] != ':')
-            digits += text[i];
-    }
-    std::vector<uint8_t> bytes;
-    if (!text || strlen(text) != 17 || !sim_parse_hex(digits.c_str(), bytes) ||
-        bytes.size() != sizeof mac.bytes)
-        return false;
-    std::copy(bytes.begin(), bytes.end(), mac.bytes);
-    return true;
+    return text && strlen(text) == MAC_TEXT_LENGTH && mac_parse(text, mac.bytes);
 }
 
 int64_t sim_monotonic_ms()

@@ -14,6 +14,8 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include "foundation/mac.h"
+
 namespace
 {
 /** Length of the valid UTF-8 sequence at the start, 0 if there is none. */
@@ -288,17 +290,7 @@ std::string mac_text(const uint8_t *mac)
 
 bool parse_mac(std::string_view text, uint8_t *mac)
 {
-    uint8_t bytes[6];
-    if (text.size() != 17)
-        return false;
-    for (size_t i = 0; i < 6; i++) {
-        const int high = hex_digit(text[3 * i]), low = hex_digit(text[3 * i + 1]);
-        if (high < 0 || low < 0 || (i < 5 && text[3 * i + 2] != ':'))
-            return false;
-        bytes[i] = static_cast<uint8_t>(high << 4 | low);
-    }
-    memcpy(mac, bytes, sizeof bytes);
-    return true;
+    return text.size() == MAC_TEXT_LENGTH && mac_parse(text.data(), mac);
 }
 
 bool parse_number(std::string_view text, long long low, long long high, long long &number)

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "foundation/mac.h"
+
 Line line_split(const char *text)
 {
     constexpr const char *BLANKS = " \t\r\n";
@@ -129,17 +131,8 @@ size_t to_bytes(Line &line, const char *text, uint8_t *bytes, size_t max)
 
 void to_mac(Line &line, const char *text, uint8_t *mac)
 {
-    std::string digits;
-    for (size_t i = 0; text[i]; i++) {
-        if (i % 3 != 2 || text[i] != ':')
-            digits += text[i];
-    }
-    Line scratch;
-    uint8_t parsed[6];
-    if (strlen(text) != 17 || to_bytes(scratch, digits.c_str(), parsed, sizeof parsed) != sizeof parsed)
+    if (strlen(text) != MAC_TEXT_LENGTH || !mac_parse(text, mac))
         line_refuse(line, std::string("\"") + text + "\" is no MAC address");
-    else
-        memcpy(mac, parsed, sizeof parsed);
 }
 
 void line_refuse_rest(Line &line)
