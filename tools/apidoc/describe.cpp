@@ -126,7 +126,7 @@ Json describe_signal(const SignalLayout &signal)
 Json describe_switch(const SwitchLayout &row)
 {
     Json object = Json::object();
-    object.put("name", VESK_BUS_OBJECT "." + std::string(row.name));
+    object.put("name", row.name);
     object.put("help", row.help);
     object.put("payload", payload_name(row.payload));
     object.put("size", row.size);

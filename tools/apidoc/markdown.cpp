@@ -116,7 +116,7 @@ std::string switch_row(const SwitchLayout &row)
         payload = "at least " + std::to_string(row.size) + " bytes";
         break;
     }
-    return table_row({ code(row.name), payload, row.help });
+    return table_row({ code(std::string(short_name(row.name))), payload, row.help });
 }
 /** The introduction's places are filled from the tables. */
 std::string filled_introduction()

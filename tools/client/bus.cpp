@@ -338,7 +338,7 @@ bool bus_has_object(std::string &error)
     return status == 0;
 }
 
-std::string bus_send_signal(std::string_view signal, const void *payload, size_t size)
+std::string bus_send_signal(const char *signal, const void *payload, size_t size)
 {
     std::string error;
     if (!bus_connect(error))
@@ -348,8 +348,7 @@ std::string bus_send_signal(std::string_view signal, const void *payload, size_t
     blob_buf_init(&buf, 0);
     if (size > 0)
         blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, "payload", payload, static_cast<unsigned>(size));
-    const std::string name = std::string(VESK_BUS_OBJECT ".") + std::string(signal);
-    const int status = ubus_send_event(context, name.c_str(), buf.head);
+    const int status = ubus_send_event(context, signal, buf.head);
     blob_buf_free(&buf);
     return status == 0 ? "" : call_error(status);
 }

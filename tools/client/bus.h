@@ -77,8 +77,8 @@ CallArg arg_record(const char *name, const T &record)
 /** Whether the daemon's object is on the bus now: nobody is called. `error` says why that can't be told. */
 bool bus_has_object(std::string &error);
 
-/** Sends an inbound signal of the daemon ("setLogLevel") with its payload; empty error on success. */
-std::string bus_send_signal(std::string_view signal, const void *payload, size_t size);
+/** Sends an inbound signal of the daemon, by its full name, with its payload; empty error on success. */
+std::string bus_send_signal(const char *signal, const void *payload, size_t size);
 
 using SignalVisitor = std::function<void(const std::string &name, const std::vector<uint8_t> &payload)>;
 

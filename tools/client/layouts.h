@@ -374,7 +374,7 @@ enum class SwitchPayload : uint8_t { Record, Word, Presence, Opaque };
 
 /** An inbound signal, sent to the daemon under its own interface name. */
 struct SwitchLayout {
-    const char *name; // without the interface
+    const char *name; // full name
     SwitchPayload payload;
     uint32_t size; // exact for a record, the least for the others
     const RecordLayout *layout;
@@ -383,20 +383,20 @@ struct SwitchLayout {
 
 // clang-format off
 inline constexpr SwitchLayout vesk_switches[] = {
-    { "setLogLevel", SwitchPayload::Record, layoutLogSetting.size, &layoutLogSetting,
+    { VESK_SIGNAL_SET_LOG_LEVEL, SwitchPayload::Record, layoutLogSetting.size, &layoutLogSetting,
       "`level` 0 to 7 is the daemon's own threshold, 9 to 16 the driver library's 0 to 7, 99 everything on stderr" },
-    { "setLogDestination", SwitchPayload::Record, layoutLogSetting.size, &layoutLogSetting,
+    { VESK_SIGNAL_SET_LOG_DESTINATION, SwitchPayload::Record, layoutLogSetting.size, &layoutLogSetting,
       "`destination` is a path that is opened for appending, or `stderr`" },
-    { "setScanEnable", SwitchPayload::Word, 4, nullptr,
+    { VESK_SIGNAL_SET_SCAN_ENABLE, SwitchPayload::Word, 4, nullptr,
       "1 and more: scanning on and backhaul auto-connect off; less: the reverse" },
-    { "notifyWlanChange", SwitchPayload::Presence, 1, nullptr,
+    { VESK_SIGNAL_NOTIFY_WLAN_CHANGE, SwitchPayload::Presence, 1, nullptr,
       "the WLAN configuration has changed: radios and VAPs are read again, once, after the last of a burst" },
-    { "setIntfStatEnable", SwitchPayload::Word, 4, nullptr, "1 and more: interface statistics are polled" },
-    { "setStaEnable", SwitchPayload::Word, 4, nullptr, "1 and more: the station table is polled" },
-    { "setChannelChangeEnable", SwitchPayload::Word, 4, nullptr, "1 and more: the operating channels are polled" },
-    { "setUbusObjSignal", SwitchPayload::Word, 4, nullptr,
+    { VESK_SIGNAL_SET_INTF_STAT_ENABLE, SwitchPayload::Word, 4, nullptr, "1 and more: interface statistics are polled" },
+    { VESK_SIGNAL_SET_STA_ENABLE, SwitchPayload::Word, 4, nullptr, "1 and more: the station table is polled" },
+    { VESK_SIGNAL_SET_CHANNEL_CHANGE_ENABLE, SwitchPayload::Word, 4, nullptr, "1 and more: the operating channels are polled" },
+    { VESK_SIGNAL_SET_UBUS_OBJ, SwitchPayload::Word, 4, nullptr,
       "1 and more: the object is put on the bus (again); less: it is taken off, the signals stay heard" },
-    { "notifyIEEE1905VlanIntfChange", SwitchPayload::Opaque, VESK_1905_VLAN_IF_SIZE, nullptr,
+    { VESK_SIGNAL_NOTIFY_1905_VLAN_IF, SwitchPayload::Opaque, VESK_1905_VLAN_IF_SIZE, nullptr,
       "the record goes on as the signal `veskIEEE1905VlanIfChange`, unread" },
 };
 // clang-format on

@@ -1,14 +1,17 @@
 #include "tools/veskctl/log_state.h"
 
+#include "include/vesk_event.h"
 #include "tools/client/text.h"
 
 namespace
 {
 constexpr SwitchTexts pollers[] = {
-    { "stations", VESK_TEXT_SET_STATIONS, "isStaPollEnabled", "setStaEnable", "the station table" },
-    { "channels", VESK_TEXT_SET_CHANNELS, "chEventEnable", "setChannelChangeEnable",
+    { "stations", VESK_TEXT_SET_STATIONS, "isStaPollEnabled", VESK_SIGNAL_SET_STA_ENABLE,
+      "the station table" },
+    { "channels", VESK_TEXT_SET_CHANNELS, "chEventEnable", VESK_SIGNAL_SET_CHANNEL_CHANGE_ENABLE,
       "changes of the operating channels" },
-    { "stats", VESK_TEXT_SET_STATISTICS, "isIntfStatEnabled", "setIntfStatEnable", "interface statistics" },
+    { "stats", VESK_TEXT_SET_STATISTICS, "isIntfStatEnabled", VESK_SIGNAL_SET_INTF_STAT_ENABLE,
+      "interface statistics" },
 };
 
 /** Why scanning went off: the newest line before the one that shows it off. */

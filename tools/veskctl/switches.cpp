@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "include/vesk_event.h"
 #include "tools/client/text.h"
 #include "tools/veskctl/checks.h"
 #include "tools/veskctl/log_state.h"
@@ -108,7 +109,7 @@ void run_scanning(const Arguments &arguments)
         return;
     }
     const bool on = arguments.text("STATE") == "on";
-    const bool isTold = send_and_read(log, "setScanEnable", on, [&](int before) {
+    const bool isTold = send_and_read(log, VESK_SIGNAL_SET_SCAN_ENABLE, on, [&](int before) {
         return is_newer(log.last(nullptr, VESK_TEXT_SET_SCANNING), before) &&
                is_newer(log.last_with("vesk_set_scan_status", ""), before);
     });
@@ -150,7 +151,7 @@ void run_polling(const Arguments &arguments)
 void run_refresh(const Arguments &arguments)
 {
     need_daemon();
-    send_word("notifyWlanChange", 1);
+    send_word(VESK_SIGNAL_NOTIFY_WLAN_CHANGE, 1);
     print_done(arguments,
                "asked for: radios and access points are read again a few seconds after the last request");
 }
@@ -178,7 +179,7 @@ void run_object(const Arguments &arguments)
         print_done(arguments, "the daemon's object isn't on the bus");
         return;
     }
-    send_word("setUbusObjSignal", on);
+    send_word(VESK_SIGNAL_SET_UBUS_OBJ, on);
     if (!wait_until(patienceMs, [&] { return is_there() == on; }))
         fail(on ? "refused: the object isn't on the bus; is the daemon running?"
                 : "refused: the object is still on the bus; the daemon's log says why");
@@ -208,7 +209,7 @@ void run_log_level(const Arguments &arguments)
         usage_error(printed("LEVEL: %u is none of 0 to 7, 9 to 16 and 99", level));
     need_daemon();
     const WireLogSetting record = { level, {} };
-    send_signal("setLogLevel", &record, sizeof record);
+    send_signal(VESK_SIGNAL_SET_LOG_LEVEL, &record, sizeof record);
     print_done(arguments,
                printed("sent: level %u; the daemon confirms it on its standard error only", level));
 }
@@ -222,7 +223,7 @@ void run_log_to(const Arguments &arguments)
     if (isFile)
         need_appendable(destination);
     need_daemon();
-    send_signal("setLogDestination", &record, sizeof record);
+    send_signal(VESK_SIGNAL_SET_LOG_DESTINATION, &record, sizeof record);
     if (isFile && !wait_until(patienceMs, [&] { return access(destination.c_str(), F_OK) == 0; }))
         fail("refused: " + destination + " hasn't been opened; the daemon writes to stderr");
     print_done(arguments, "the log goes to " + destination);
