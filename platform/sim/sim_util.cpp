@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 
 #include <unistd.h>
 
@@ -17,8 +18,15 @@
 namespace
 {
 
-std::atomic<int64_t> stoppedAt{ -1 }; // what the clock shows while it stands still, ms; -1: it runs
+std::mutex clockLock;   // 64-bit atomics want a library of their own on 32-bit MIPS
+int64_t stoppedAt = -1; // what the clock shows while it stands still, ms; -1: it runs
 std::atomic<int> sleepers{ 0 };
+
+int64_t stopped_at()
+{
+    const std::lock_guard hold(clockLock);
+    return stoppedAt;
+}
 
 } // namespace
 
@@ -63,7 +71,7 @@ bool sim_parse_mac(const char *text, SimMac &mac)
 
 int64_t sim_monotonic_ms()
 {
-    const int64_t stopped = stoppedAt;
+    const int64_t stopped = stopped_at();
     if (stopped >= 0)
         return stopped;
     timespec now;
@@ -73,7 +81,9 @@ int64_t sim_monotonic_ms()
 
 int sim_advance(int64_t ms)
 {
-    stoppedAt = sim_monotonic_ms() + ms;
+    const int64_t at = sim_monotonic_ms() + ms;
+    const std::lock_guard hold(clockLock);
+    stoppedAt = at;
     return sleepers;
 }
 
@@ -82,7 +92,7 @@ void sim_sleep(int ms)
     const int64_t end = sim_monotonic_ms() + ms;
     sleepers++;
     for (int64_t left; (left = end - sim_monotonic_ms()) > 0;)
-        usleep(stoppedAt < 0 ? static_cast<useconds_t>(left) * 1000 : 1000);
+        usleep(stopped_at() < 0 ? static_cast<useconds_t>(left) * 1000 : 1000);
     sleepers--;
 }
 
