@@ -141,6 +141,20 @@ Choice choose_by_ap(const List<Phy> &phys, const List<Iface> &interfaces, int ba
     return {};
 }
 
+/** An access point that is down for a while is no reason to take another phy for the radio. */
+Choice choose_kept(const List<Phy> &phys, int band)
+{
+    pthread_mutex_lock(&lock);
+    const Certainty certainty = known[band].certainty;
+    const int index = known[band].phy.index;
+    pthread_mutex_unlock(&lock);
+    for (const Phy &phy : phys) {
+        if (certainty == Certainty::sure && phy.index == index)
+            return { Certainty::sure, phy };
+    }
+    return {};
+}
+
 /** Before hostapd runs: the first phy that isn't the other radio and can use the band. */
 Choice choose_by_band(const List<Phy> &phys, const Choice &other, int band)
 {
@@ -155,8 +169,11 @@ Choice choose_by_band(const List<Phy> &phys, const Choice &other, int band)
 void choose(const List<Phy> &phys, const List<Iface> &interfaces, Choice (&choices)[radioCount])
 {
     for (int band = 0; band < radioCount; band++) {
-        choices[band] = config_get().radios[band].phy[0] != '\0' ? choose_configured(phys, band)
-                                                                 : choose_by_ap(phys, interfaces, band);
+        Choice &choice = choices[band];
+        const bool isConfigured = config_get().radios[band].phy[0] != '\0';
+        choice = isConfigured ? choose_configured(phys, band) : choose_by_ap(phys, interfaces, band);
+        if (!isConfigured && choice.certainty == Certainty::none)
+            choice = choose_kept(phys, band);
     }
     for (int band = 0; band < radioCount; band++) {
         if (choices[band].certainty == Certainty::none && config_get().radios[band].phy[0] == '\0')
@@ -170,10 +187,6 @@ void take_choice(int band, const Choice &choice)
     Known &radio = known[band];
     const bool same = radio.certainty != Certainty::none && choice.certainty != Certainty::none &&
                       radio.phy.index == choice.phy.index;
-    // An access point that is down for a while is no reason to take another phy for the radio.
-    if (choice.certainty != Certainty::sure && radio.certainty == Certainty::sure &&
-        phy_index(radio.phy.name) == radio.phy.index)
-        return;
     if (!same)
         radio.memory = {};
     if (!same && choice.certainty != Certainty::none)

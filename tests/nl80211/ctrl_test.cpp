@@ -22,12 +22,15 @@ struct Ctrl : World {
 TEST_F(Ctrl, Replies) {
     FakeHostapd hostapd(path, { { "PING", "PONG\n" },
                                 { "EMPTY", "" },
+                                { "BESIDE", "<3>AP-STA-CONNECTED\fOK\n" },
                                 { "LONG", std::string(200, 'x') },
                                 { "SET", "OK\n" },
                                 { "DENY", "FAIL\n" },
                                 { "OKAY", "UNKNOWN COMMAND\n" } });
-    for (const auto &[command, expected] :
-         { std::pair("PING", std::string("PONG\n")), { "EMPTY", "" }, { "LONG", std::string(63, 'x') } }) {
+    for (const auto &[command, expected] : { std::pair("PING", std::string("PONG\n")),
+                                             { "EMPTY", "" },
+                                             { "LONG", std::string(63, 'x') },
+                                             { "BESIDE", "OK\n" } }) {
         EXPECT_EQ(ask(path, command), 0);
         EXPECT_EQ(reply, expected);
     }

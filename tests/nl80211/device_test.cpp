@@ -48,8 +48,10 @@ TEST_F(Device, WithoutAccessPointsAGuessUntilTheyCome) {
     EXPECT_EQ(names(), "phy1 phy4");
     with_interfaces({});
     EXPECT_EQ(names(), "phy1 phy4") << "hostapd is down for a while";
+    remove("/sys/class/ieee80211/phy4");
+    EXPECT_EQ(names(), "phy1 phy0") << "a radio that goes leaves the other one alone";
     radio::Radio radio;
-    EXPECT_TRUE(radio::device_find("phy0", radio) && radio.index == 0) << "the first name that the daemon was told";
+    EXPECT_TRUE(radio::device_find("phy1", radio) && radio.index == 0) << "a present name goes before one of the past";
 }
 
 TEST_F(Device, APhyWithoutTheBand) {

@@ -22,11 +22,12 @@ struct FrequencyCase {
     bool listed;
 };
 const FrequencyCase frequencies[] = {
-    { 2407, -1, 0, false }, { 2412, 0, 1, true },   { 2472, 0, 13, true },         { 2484, 0, 14, false },
-    { 2477, -1, 0, false }, { 5160, 1, 32, false }, { 5180, 1, 36, true },         { 5185, 1, 37, false },
-    { 5320, 1, 64, true },  { 5340, 1, 68, false }, { 5500, 1, 100, true },        { 5720, 1, 144, true },
-    { 5745, 1, 149, true }, { 5825, 1, 165, true }, { 5845, 1, 169, false },       { 5885, 1, 177, false },
-    { 5955, -1, 0, false }, { 0, -1, 0, false },    { 4294967295u, -1, 0, false },
+    { 2407, -1, 0, false },        { 2414, -1, 0, false },  { 5183, -1, 0, false }, { 2412, 0, 1, true },
+    { 2472, 0, 13, true },         { 2484, 0, 14, false },  { 2477, -1, 0, false }, { 5160, 1, 32, false },
+    { 5180, 1, 36, true },         { 5185, 1, 37, false },  { 5320, 1, 64, true },  { 5340, 1, 68, false },
+    { 5500, 1, 100, true },        { 5720, 1, 144, true },  { 5745, 1, 149, true }, { 5825, 1, 165, true },
+    { 5845, 1, 169, false },       { 5885, 1, 177, false }, { 5955, -1, 0, false }, { 0, -1, 0, false },
+    { 4294967295u, -1, 0, false },
 };
 
 TEST(Nl80211Channels, FrequenciesAndNumbers) {

@@ -47,7 +47,11 @@ void FakeHostapd::serve() {
         heard.push_back(command);
         for (const auto &[begin, reply] : replies)
             if (command.starts_with(begin)) {
-                sendto(fd, reply.data(), reply.size(), 0, reinterpret_cast<sockaddr *>(&from), size);
+                for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
+                    end = reply.find('\f', at);
+                    const std::string part = reply.substr(at, end - at);
+                    sendto(fd, part.data(), part.size(), 0, reinterpret_cast<sockaddr *>(&from), size);
+                }
                 break;
             }
     }

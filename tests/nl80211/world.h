@@ -15,7 +15,8 @@
 #include "include/rilk.h"
 #include "tests/nl80211/fake_kernel.h"
 
-/** A control socket that answers by the row that its commands begin with; what has no row stays unanswered. */
+/** A control socket that answers by the row that its commands begin with; what has no row stays unanswered. A form feed
+ * parts a reply into two datagrams. */
 struct FakeHostapd {
     FakeHostapd(const std::string &path, std::map<std::string, std::string> replies);
     ~FakeHostapd();
