@@ -57,7 +57,7 @@ TEST_F(ULoop, RunsTimersInOrder) {
             EXPECT_EQ(uloop_timeout_set(&timers[i], i < 3 ? c.ms[i] : 50), 0);
         }
         EXPECT_EQ(uloop_timeout_add(&timers[3]), -1); // it is pending
-        uloop_end(); // forgotten when the run begins
+        uloop_end();                                  // forgotten when the run begins
         EXPECT_EQ(uloop_run(), 0);
         EXPECT_EQ(testClock.stoppedAt - begin, 50);
         EXPECT_EQ(ran, c.order);

@@ -100,6 +100,7 @@ TEST(InboundSignals, ValueOfOneOrMoreSwitchesOn) {
     EXPECT_EQ(fakeLoop.due(&radio.intfEventTimer), 4000);
     for (const uint8_t more : { uint8_t{ 0 }, uint8_t{ 1 } }) { // cut to its size
         deliver(8, Bytes(size_t{ 370 } + more, more));
+        ASSERT_EQ(fakeBus.signals.size(), 1u + more);
         EXPECT_EQ(fakeBus.signals.back().payload, Bytes(370, more));
     }
 }

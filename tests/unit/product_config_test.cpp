@@ -115,7 +115,8 @@ TEST(ProductConfig, TheFileIsChosenByExistence) {
 
 TEST(ProductConfig, LeavesNothingBehind) {
     const auto load_all = [] {
-        for (const char *text : { "", "{", "{\"Version\":\"v\"}", "{\"ProductParameters\":{\"ModelName\":\"m\"}}" }) load(text);
+        for (const char *text : { "", "{", "{\"Version\":\"v\"}", "{\"ProductParameters\":{\"ModelName\":\"m\"}}" })
+            load(text);
         const int free = dup(0);
         close(free);
         return std::pair(free, mallinfo2().uordblks);

@@ -9,7 +9,8 @@ TEST_F(RadioInventoryTest, ReadsOnceAndFlagsDifferences) {
     FakeRadio &device = fakeDevice.radio[0];
     device.chip = std::string(16, 'c'), device.ap.vapNums = 9, device.hul.isAcsEnabled = 3;
     vesk_update_radio_info();
-    EXPECT_EQ(words(+radio[0].isAcsEnabled, radio[0].curChannel, radio[0].curFreq, radio[0].maxStaNums), "3 6 2437 128 ");
+    EXPECT_EQ(words(+radio[0].isAcsEnabled, radio[0].curChannel, radio[0].curFreq, radio[0].maxStaNums),
+              "3 6 2437 128 ");
     EXPECT_EQ(strlen(radio[0].chipName), 15);
     EXPECT_EQ(radio[0].intfNums, 8);
     EXPECT_EQ(fakeDevice.calls("rilk_getRadioApInterfaceInfo").at(1).args, "1");

@@ -57,8 +57,9 @@ TEST_F(Start, OpensNothingThatChildrenInherit) {
 TEST_F(Start, LeavesEveryPollerAndMonitorRunning) {
     vesk_main();
     vesk_log_use_stderr();
-    const std::pair<const char *, int> calls[] = { // within 31 s, first fill included
-        { "hul_getRadioInfo", 4 },  { "rilk_getRadioIfStat", 4 },  { "rilk_getVapAssocStationNumber", 9 },
+    const std::pair<const char *, int> calls[] = {
+        // within 31 s, first fill included
+        { "hul_getRadioInfo", 4 }, { "rilk_getRadioIfStat", 4 },      { "rilk_getVapAssocStationNumber", 9 },
         { "rilk_triggerScan", 8 }, { "rilk_getRadioCurChannel", 14 },
     };
     const Bytes probe = datagram(VESK_EVENT_PROBE_REQ, "ath0", Bytes(27).mac(16, 0x99).u8(22, 6).i32(23, -71));
