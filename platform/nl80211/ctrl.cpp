@@ -24,6 +24,8 @@ namespace
 
 constexpr size_t commandSize = 2048;
 
+int patience = ctrlPatience;
+
 /** Who left a command without a reply, and until when it is let alone. */
 struct Silent {
     char path[sizeof(sockaddr_un::sun_path)];
@@ -53,7 +55,7 @@ void note_silent(const char *path)
     snprintf(peer.path, sizeof peer.path, "%s", path);
     peer.until = clock_ms() + ctrlRest;
     pthread_mutex_unlock(&silentLock);
-    log_line(levelNotice, "%s: no reply within %d ms", path, ctrlPatience);
+    log_line(levelNotice, "%s: no reply within %d ms", path, patience);
 }
 
 /** A datagram socket towards `path`, with an address in the abstract namespace that the kernel chooses. */
@@ -104,6 +106,11 @@ const char *const usualFolders[][2] = {
 
 } // namespace
 
+void ctrl_set_patience(int ms)
+{
+    patience = ms;
+}
+
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size)
 {
     if (is_silent(socketPath))
@@ -111,7 +118,7 @@ int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t si
     const int fd = open_towards(socketPath);
     if (fd < 0)
         return -1;
-    const int64_t end = clock_ms() + ctrlPatience;
+    const int64_t end = clock_ms() + patience;
     ssize_t length = -1;
     if (wait_for(fd, POLLOUT, end) &&
         send(fd, command, strlen(command), MSG_NOSIGNAL) == static_cast<ssize_t>(strlen(command)))

@@ -13,6 +13,9 @@ namespace radio
 /** A whole STATUS, STA or GET_CONFIG fits; hostapd itself cuts at 4096. */
 inline constexpr size_t ctrlReplySize = 4097;
 inline constexpr int ctrlPatience = 50; // ms for a command and its reply
+/** Another patience than ctrlPatience, for tests beside busy programs. */
+void ctrl_set_patience(int ms);
+
 /** A daemon that left a command without a reply isn't asked again for this long, so that it can't hold up a
  * poll. */
 inline constexpr int ctrlRest = 1000; // ms

@@ -147,10 +147,10 @@ void ask_of_new(const char *ifName, List<Station> &stations)
 {
     const int64_t end = clock_ms() + newStationsBudget;
     for (Station &station : stations) {
-        if (clock_ms() >= end)
-            return;
         if (!station.asked)
             ask_hostapd(ifName, station);
+        if (clock_ms() >= end)
+            return;
     }
 }
 

@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "platform/nl80211/config.h"
+#include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/device.h"
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/scan.h"
@@ -70,6 +71,7 @@ void FakeHostapd::say(const std::string &command, const std::string &reply) {
 World::World() : root("/tmp/radio." + std::to_string(getpid())) {
     fs::remove_all(root);
     radio::places_begin_at(root.c_str());
+    radio::ctrl_set_patience(20000);
     for (const auto &[index, name] : { std::pair(0, "phy0"), { 1, "phy1" }, { 4, "phy4" } }) add_phy(index, name);
     for (const auto &[index, name, phy] : { std::tuple(2u, "wlan0", 0),
                                             { 9u, "wlan0b", 0 },
