@@ -221,6 +221,10 @@ int on_scan_message(nl_msg *message, void *arg)
     event.command = generic->cmd;
     event.wiphy = attr_value<int>(answer[NL80211_ATTR_WIPHY], -1);
     event.ifindex = attr_value<uint32_t>(answer[NL80211_ATTR_IFINDEX]);
+    attr_each(answer[NL80211_ATTR_SCAN_FREQUENCIES], [&](const nlattr *frequency) {
+        if (event.frequency == 0)
+            event.frequency = attr_value<uint32_t>(frequency);
+    });
     return NL_STOP;
 }
 
@@ -270,8 +274,9 @@ int netlink_wait(nl_sock *socket, int ms, ScanEvent &event)
     int status = 0;
     const int64_t end = clock_ms() + ms;
     while (event.command == 0) {
+        // What has come by the end counts, too: a reader of what waits goes on to the last message.
         const int64_t left = end - clock_ms();
-        status = left < 0 ? 0 : netlink_port_wait(socket, static_cast<int>(left));
+        status = netlink_port_wait(socket, left < 0 ? 0 : static_cast<int>(left));
         if (status <= 0)
             break;
         status = nl_recvmsgs(socket, callbacks);

@@ -88,6 +88,7 @@ struct ScanEvent {
     uint8_t command; // NL80211_CMD_NEW_SCAN_RESULTS, NL80211_CMD_SCAN_ABORTED
     int wiphy;
     uint32_t ifindex;
+    uint32_t frequency; // MHz, the first one; 0 where the kernel doesn't say
 };
 
 /** Waits for the next end of a scan. 1; 0 when `ms` have passed without one; negative errno. */

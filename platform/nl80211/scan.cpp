@@ -121,29 +121,41 @@ void keep_outcome(const Scan &scan)
     scan_keep(scan.request->radio.index, figures, networks);
 }
 
-/** Asks the kernel for the scan, again and again while the radio is busy. 0 or negative errno. */
-int trigger(const Scan &scan, const Query &query)
+void forget_events(nl_sock *socket)
+{
+    ScanEvent event;
+    while (netlink_wait(socket, 0, event) > 0)
+        ;
+}
+
+/** Asks the kernel for the scan, again and again while the radio is busy. 0 or negative errno. Of the
+ * events only those behind the request can be its end: a busy radio's own scan ends before it.
+ */
+int trigger(nl_sock *socket, const Scan &scan, const Query &query)
 {
     const int64_t end = scan.request->since + busyPatience;
+    forget_events(socket);
     int status = netlink_ask(query, nullptr, nullptr);
     while (status == -EBUSY && clock_ms() < end) {
         const timespec pause = { 0, busyPause * 1000000L };
         nanosleep(&pause, nullptr);
+        forget_events(socket);
         status = netlink_ask(query, nullptr, nullptr);
     }
     return status;
 }
 
 /** True when the radio's scan came to its end, false when it was given up. */
-bool wait_for_end(nl_sock *socket, const Request &request)
+bool wait_for_end(nl_sock *socket, const Scan &scan)
 {
-    const int64_t end = clock_ms() + request.dwell + scanPatience;
+    const int64_t end = clock_ms() + scan.request->dwell + scanPatience;
     ScanEvent event;
     for (int64_t left = end - clock_ms(); left > 0; left = end - clock_ms()) {
         const int status = netlink_wait(socket, static_cast<int>(left), event);
         if (status < 0)
             return false;
-        if (status > 0 && event.wiphy == request.radio.wiphy)
+        if (status > 0 && event.wiphy == scan.request->radio.wiphy &&
+            (event.frequency == 0 || event.frequency == scan.frequency))
             return event.command == NL80211_CMD_NEW_SCAN_RESULTS;
     }
     return false;
@@ -163,13 +175,6 @@ Query query_of(const Request &request, const Scan &scan, const Wiphy &wiphy, con
     return query;
 }
 
-void forget_events(nl_sock *socket)
-{
-    ScanEvent event;
-    while (netlink_wait(socket, 0, event) > 0)
-        ;
-}
-
 /** False if the socket of events is of no more use. */
 bool run(nl_sock *socket, const Request &request)
 {
@@ -183,15 +188,14 @@ bool run(nl_sock *socket, const Request &request)
     scan.frequency = channel->frequency;
     scan.radar = (channel->limits & limitRadar) != 0;
     survey_list(scan.ifindex, scan.before);
-    forget_events(socket);
     scan.begin = clock_ms();
-    const int status = trigger(scan, query_of(request, scan, wiphy, *channel));
+    const int status = trigger(socket, scan, query_of(request, scan, wiphy, *channel));
     if (status != 0) {
         log_line(levelInfo, "%s: no scan of channel %d: %s", request.radio.name, request.channel,
                  strerror(-status));
         return true;
     }
-    if (!wait_for_end(socket, request))
+    if (!wait_for_end(socket, scan))
         return false;
     keep_outcome(scan);
     return true;
