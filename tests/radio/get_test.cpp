@@ -15,11 +15,6 @@ T get(int (*operation)(const char *, T *), const std::string &name) {
 
 std::string first_bss(const std::string &phy) { return phy == "phy0" ? "wlan0" : "wlan1"; }
 
-std::string is_up(const std::string &interface) {
-    const bool station = find(info(interface), "type managed") != "";
-    return sys(interface, "operstate") == "up" && (station || find(info(interface), "channel") != "") ? "1" : "0";
-}
-
 std::string parameters(const std::string &phy) {
     const auto value = get(rilk_getRadioDynParamters, phy);
     return text("%d %s %s", value.bw, value.bond, value.operatingStandards);

@@ -5,49 +5,16 @@
 
 namespace {
 
-std::string phy_of(const std::string &band) { return band == "0" ? "phy0" : "phy1"; }
-
-/** Channel numbers of `iw phy PHY channels` that the daemon is told of, each with the bits of its limits. */
-struct IwChannel {
-    int number, limits;
-    bool disabled, unavailable;
-};
-std::vector<IwChannel> iw_channels(const std::string &band) {
-    std::vector<IwChannel> channels;
-    for (const std::string &block :
-         find_all(sh("iw phy " + phy_of(band) + " channels"), "\\* (\\d+ MHz(?:(?!\\n\\s*\\*|\\nBand)[\\s\\S])*)")) {
-        const auto lacks = [&](const char *word) { return block.find(word) == std::string::npos; };
-        const int number = atoi(find(block, "\\[(\\d+)\\]").c_str());
-        const int frequency = atoi(block.c_str()); // 6 GHz has the same numbers once more
-        const bool listed = band == "0" ? number <= 13 && frequency > 2400 && frequency < 2500
-                                        : frequency > 5000 && frequency < 5830 && number % 4 < 2;
-        if (listed)
-            channels.push_back({ number,
-                                 (lacks("Radar detection") ? 0 : 1) + (lacks("No IR") ? 0 : 2) +
-                                     (lacks("HT40-") && lacks("HT40+") ? 4 : 0) + (lacks("VHT80") ? 8 : 0) +
-                                     (lacks("VHT160") ? 16 : 0),
-                                 !lacks("(disabled)"), !lacks("DFS state: unavailable") });
-    }
-    return channels;
-}
-
 std::string vap_config(const std::string &name) {
     HulVapCfg value{};
     EXPECT_EQ(hul_getEnabledVapCfg(name.c_str(), &value), 0);
-    return text("auth=%d encrypt=%d attr=%x key=%s", value.authMode, value.encryptMode, value.vapAttr,
+    return text("auth=%d encrypt=%d attr=%d key=%s", value.authMode, value.encryptMode, value.vapAttr,
                 value.keyPassphrase);
 }
 
-/** From hostapd's mouth, and the key from its file. */
 std::string vap_config_truth(const std::string &name) {
-    const std::string config = hostapd(name, "get_config");
-    const bool psk = !find(config, "^key_mgmt=.*WPA-PSK").empty(), sae = !find(config, "^key_mgmt=.*SAE").empty();
-    const std::string file = read_file(name[4] == '0' ? "/etc/radio/access24.conf" : "/etc/radio/access5.conf");
-    const std::string section = find(file, "(?:interface|bss)=" + name + "\n((?:(?!bss=)[^\n]*\n)*)");
-    return text("auth=%d encrypt=%d attr=%x key=%s", (psk ? 32 : 0) + (sae ? 64 : 0) + (!psk && !sae),
-                find(config, "^rsn_pairwise_cipher=CCMP").empty() ? 0 : 8,
-                find(section, "^multi_ap=1").empty() ? 0 : 0x40,
-                find(section, "^(?:wpa_passphrase|sae_password)=([^\n]*)").c_str());
+    const VapTruth truth = vap_truth(name);
+    return "auth=" + truth.auth + " encrypt=" + truth.encrypt + " attr=" + truth.attr + " key=" + truth.key;
 }
 
 const Row rows[] = {
@@ -120,7 +87,7 @@ TEST(Hul, EqualsTheTruth) {
 TEST(Hul, TheTruthHasSomethingToShow) {
     EXPECT_EQ(iw_channels("0").size(), 13u);
     EXPECT_GE(iw_channels("3").size(), 24u);
-    EXPECT_EQ(vap_config_truth("wlan0b"), "auth=32 encrypt=8 attr=40 key=hinterm Haus");
+    EXPECT_EQ(vap_config_truth("wlan0b"), "auth=32 encrypt=8 attr=64 key=hinterm Haus");
     EXPECT_EQ(vap_config_truth("wlan0s"), "auth=64 encrypt=8 attr=0 key=nur mit Schutz");
     EXPECT_EQ(vap_config_truth("wlan1"), "auth=96 encrypt=8 attr=0 key=unter den Linden");
     EXPECT_EQ(vap_config_truth("wlan1o"), "auth=1 encrypt=0 attr=0 key=");

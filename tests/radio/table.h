@@ -28,3 +28,29 @@ std::string sys(const std::string &interface, const std::string &file); // below
 std::string access_points(const std::string &phy);                      // names in alphabetical order
 std::string stations_of(const std::string &bss); // MACs in order, of its own interfaces for WDS too
 std::string station(const std::string &bss, const std::string &mac, const std::string &line);
+std::string is_up(const std::string &interface); // "1" or "0"
+std::string phy_of(const std::string &band);
+
+/** Channel numbers of `iw phy PHY channels` that the daemon is told of, each with the bits of its limits. */
+struct IwChannel {
+    int number, limits;
+    bool disabled, unavailable;
+};
+std::vector<IwChannel> iw_channels(const std::string &band);
+
+/** The security of a BSS from hostapd's mouth, the key from its file; as texts of numbers. */
+struct VapTruth {
+    std::string auth, encrypt, attr, key;
+};
+VapTruth vap_truth(const std::string &name);
+
+/** One BSS that `iw scan` has heard. */
+struct Heard {
+    std::string bssid, ssid, rssi;
+};
+/** Of the interface's last scan on a frequency, in order of the BSSIDs. */
+std::vector<Heard> heard_on(const std::string &interface, int frequency);
+/** iw's own scan of that frequency, first. */
+std::vector<Heard> scan_on(const std::string &interface, int frequency);
+/** What the survey says of the last scan's channel: utilisation in percent (-1: not counted) and noise. */
+std::string surveyed(const std::string &interface, int frequency);
