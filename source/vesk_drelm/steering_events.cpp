@@ -28,7 +28,7 @@ int forward_renamed(const char *signal, void *body, const char *ifName, VeskLogS
 void note_peer_bssid(const VeskEnrolleeWps *event, const char *ifName)
 {
     const int vapIdx = vesk_getVapIdxByName(ifName);
-    if (vapIdx < 0 || vapIdx >= VESK_VAPS)
+    if (vapIdx < 0)
         return;
     VeskVapInfo *vap = &vesk_get_vap_info()[vapIdx];
     memcpy(vap->bstaPeerBssid, event->connected_bssid, sizeof vap->bstaPeerBssid);
@@ -56,7 +56,7 @@ int wdev_btm_resp_event_process(void *body, const char *ifName)
     if (is_missing(body, ifName))
         return -1;
     const int vapIdx = vesk_getVapIdxByName(ifName);
-    if (vapIdx < 0 || vapIdx >= VESK_VAPS) {
+    if (vapIdx < 0) {
         VESK_LOG_RANGE(vapIdx, 0, VESK_VAPS);
         return -1;
     }
