@@ -17,7 +17,7 @@ ADDED = "dd050011220102"
 # Rows in order; what they set is put back. FAIL:NAME lets a function of the driver fail from there on, FAIL none.
 ROWS = [
     # words, status, text (of either output)
-    ("radio wifi1", 0, r"radioIfname +wifi1"), ("radio 5", 0, r"curBw +80 MHz"), ("radio 7", 2, "no band and no radio; "
+    ("radio wifi1", 0, r"radioIfname +wifi1"), ("radio 5", 0, r"curBw +80 MHz"), ("radio 7", 2, "is neither a band nor a radio; "
      r"there are wifi0 \(2.4 GHz\), wifi1 \(5 GHz\)"), ("radio 4", 1, "no radio runs on 60 GHz; there are wifi0"),
     ("channel 5 set 165", 1, "refused: channel 165 isn't available on wifi1; available are 36, 40"),
     ("channel 5 set 60", 1, "refused: channel 60 is under non-occupancy after radar"),
@@ -66,7 +66,7 @@ ROWS = [
     ("explain scan 5", 0, "Scanning is off: backhaul auto-connect is on"), ("scan-trigger 5", 1, "auto-connect is on"),
     ("backhaul auto 2.4 off", 0, "auto-connect on 2.4 GHz: off"), ("scanning off", 0, "scanning: off; backhaul auto"),
     ("scanning on", 0, "scanning: on"), ("scanning", 0, r"scanning: on \(\d\d:\d\d:\d\d, /tmp/vesk.log:\d+\)"),
-    ("scan-trigger 5", 0, "asked for: 16 channels of 5 GHz"), ("scan-trigger nosuch", 2, "no band and no radio"),
+    ("scan-trigger 5", 0, "asked for: 16 channels of 5 GHz"), ("scan-trigger nosuch", 2, "is neither a band nor a radio"),
     ("vlan 20 5", 0, "VLAN id 20, priority 5"), ("vlan 30", 0, "VLAN id 30, priority 5"), ("vlan 4095", 2, "0 to 4094"),
     ("vlan 1 8", 2, "0 to 7"), ("polling", 0, "(?s)station table: on.*operating channels: on.*statistics: on"),
     ("polling stations off", 0, "station table: off"), ("polling stations", 0, r"station table: off \("),
