@@ -114,8 +114,8 @@ TEST_F(SimTest, StationsComeAndGoWithTheCounts) {
     EXPECT_EQ(rilk_getVapAssocStationMac("ath0", 0, mac), -1);
     VeskStaEntry entry;
     ASSERT_EQ(rilk_getVapAssocStationInfo("ath0", mac, &entry), 0);
-    EXPECT_EQ(entry.rssi, -47);
-    EXPECT_EQ(entry.is11k, 1);
+    EXPECT_EQ(int{ entry.rssi }, -47);
+    EXPECT_EQ(int{ entry.is11k }, 1);
     EXPECT_STREQ(entry.text2, "11n");
     EXPECT_NE(rilk_getVapAssocStationInfo("ath1", mac, &entry), 0);
 

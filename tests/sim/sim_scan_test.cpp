@@ -77,8 +77,8 @@ TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere) {
         visit(channel);
         utils.insert(int{ records[1].chnUtil });
     }
-    EXPECT_EQ(records[0].chnUtil, 41);
-    EXPECT_EQ(records[0].noise, -254);
+    EXPECT_EQ(int{ records[0].chnUtil }, 41);
+    EXPECT_EQ(int{ records[0].noise }, -254);
     EXPECT_GT(utils.size(), 2);
     EXPECT_GE(*utils.begin(), 0);
     EXPECT_LE(*utils.rbegin(), 100); // 0 before the first
