@@ -17,6 +17,7 @@ struct Scan : testing::Test {
     VeskScanChannel *pointers[channel_count];
     std::vector<VeskScanNeighbor *> neighbors =
         std::vector<VeskScanNeighbor *>(VESK_SCAN_CHANNELS * VESK_SCAN_NEIGHBORS_PER_CHANNEL);
+    Clock::duration quickest = 1h; // of the triggers: the guest's one CPU may let the scan's thread go first
 
     Scan() {
         for (int i = 0; i < channel_count; i++) pointers[i] = &records[i];
@@ -33,7 +34,9 @@ struct Scan : testing::Test {
         snprintf(param.baseVap, sizeof param.baseVap, "%s", vap.c_str());
         const auto begin = Clock::now();
         EXPECT_EQ(rilk_triggerScan(phy.c_str(), &param), 0);
-        EXPECT_LE(Clock::now() - begin, 5ms);
+        const auto took = Clock::now() - begin;
+        EXPECT_LE(took, 50ms) << "a scan of one channel takes 125 ms";
+        quickest = std::min(quickest, took);
         std::this_thread::sleep_for(500ms);
         EXPECT_EQ(rilk_getScanNeighborApOneChannel(phy.c_str(), channel, neighbors.data()), 0);
         EXPECT_EQ(rilk_getScanChannelResult(phy.c_str(), pointers), 0);
@@ -84,6 +87,7 @@ TEST_F(Scan, EqualsTheTruth) {
         EXPECT_EQ(kept(v.channel), heard_text(v.vap, v.frequency));
         EXPECT_EQ(heard_on(v.vap, v.frequency).size(), v.networks);
     }
+    EXPECT_LE(quickest, 5ms);
 }
 
 TEST_F(Scan, AChannelThatWasNotScannedHasNoResult) {
