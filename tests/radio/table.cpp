@@ -1,6 +1,7 @@
 #include "tests/radio/table.h"
 
 #include <algorithm>
+#include <sstream>
 
 void compare(const Row &row) {
     for (const std::string name : row.names) {
@@ -56,11 +57,11 @@ std::string phy_of(const std::string &band) { return band == "0" ? "phy0" : "phy
 
 std::vector<IwChannel> iw_channels(const std::string &band) {
     std::vector<IwChannel> channels;
-    for (const std::string &block :
-         find_all(sh("iw phy " + phy_of(band) + " channels"), "\\* (\\d+ MHz(?:(?!\\n\\s*\\*|\\nBand)[\\s\\S])*)")) {
-        const auto lacks = [&](const char *word) { return block.find(word) == std::string::npos; };
-        const int number = atoi(find(block, "\\[(\\d+)\\]").c_str());
-        const int frequency = atoi(block.c_str()); // 6 GHz has the same numbers once more
+    std::istringstream lines(sh("iw phy " + phy_of(band) + " channels | tr '\n\t' '  ' | sed 's/[*] /\\n/g'"));
+    for (std::string line; std::getline(lines, line);) {
+        const auto lacks = [&](const char *word) { return line.find(word) == std::string::npos; };
+        int frequency, number; // 6 GHz has the same numbers once more
+        if (sscanf(line.c_str(), "%d MHz [%d]", &frequency, &number) != 2) continue;
         const bool listed = band == "0" ? number <= 13 && frequency > 2400 && frequency < 2500
                                         : frequency > 5000 && frequency < 5830 && number % 4 < 2;
         if (listed)
