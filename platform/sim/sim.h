@@ -124,8 +124,9 @@ struct SimDevice {
 /** Names the description, the log and the list of stations; the device begins anew. For tests. */
 void sim_use_files(const char *description, const char *log, const char *stations);
 /**
- * Moves the device's clock by `ms`. From the first call on it stands still between the calls, and a function's delay
- * lasts until it has been moved far enough. The number of callers that sit in a delay now. For tests.
+ * Moves the device's clock by `ms`. From the first call on it stands still between the calls, and a
+ * function's delay lasts until it has been moved far enough. The number of callers that sit in a delay now.
+ * For tests.
  */
 int sim_advance(int64_t ms);
 

@@ -10,8 +10,8 @@ struct TestClock {
     // What a poll with a limit does on a stopped clock when there is nothing: false: wait on, for whoever has to come
     // is alive; true: move the clock by the limit.
     bool pollsElapse = false;
-    int limitedPolls = 0;        // polls that had a limit above 0
-    int passes = 0;              // calls of epoll_wait
+    int limitedPolls = 0;         // polls that had a limit above 0
+    int passes = 0;               // calls of epoll_wait
     std::function<void()> onPass; // before each of them
 
     void stop();

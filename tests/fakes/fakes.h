@@ -113,7 +113,7 @@ struct FakeLoop {
 struct FakeLibc {
     std::vector<std::string> systems; // commands of system(), in order
     std::vector<std::string> popens;
-    int openPipes = 0; // of them
+    int openPipes = 0;              // of them
     std::vector<unsigned> sleepsUs; // usleep and sleep, microseconds
     bool runSystem = true;          // false: recorded only, answers 0
     bool realThreads = false;       // false: a detached thread's function runs at once, on the caller

@@ -1,6 +1,6 @@
 // The world of the system tests: the real programs as child processes inside a private root, their output in
-// files, a bus client of the tests' own. Nothing is said about how long a thing takes. Each test starts from an empty /tmp and
-// /run.
+// files, a bus client of the tests' own. Nothing is said about how long a thing takes. Each test starts from an empty
+// /tmp and /run.
 #pragma once
 
 #include <gtest/gtest.h>

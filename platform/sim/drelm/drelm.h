@@ -14,7 +14,8 @@ using DrelmSend = void (*)(const void *datagram, size_t size);
  */
 int drelm_run_line(const char *text, DrelmSend send, std::string &message);
 
-/** From now on "join" and "leave" are also appended to the simulated device's list of stations; NULL: no longer. */
+/** From now on "join" and "leave" are also appended to the simulated device's list of stations; NULL: no
+ * longer. */
 void drelm_share_stations(const char *path);
 
 /** Lists all commands. */
