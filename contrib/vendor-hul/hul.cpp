@@ -1,4 +1,4 @@
-// A vendor's libhul.so, as small as it can be: one access point device in Austria, no VAP settings of its own.
+// A vendor's libhul.so, as small as it can be: one access point in Austria, no VAP settings.
 //   g++ -std=c++20 -shared -fPIC -I/usr/include/vesk -o libhul.so hul.cpp
 //   LD_LIBRARY_PATH=. vesk
 #include <cstring>
