@@ -49,9 +49,15 @@ bool is_wanted(Level level)
     return level <= threshold.load(std::memory_order_relaxed);
 }
 
-void write_line(const char *text)
+/** One call of the stream, so that lines of two threads don't mix. */
+void write_line(Level level, bool isOnce, const char *format, va_list arguments)
 {
-    fprintf(stderr, "vesk-radio: %s\n", text); // one call, so that lines of two threads don't mix
+    if (!is_wanted(level))
+        return;
+    char text[textSize];
+    vsnprintf(text, sizeof text, format, arguments);
+    if (!isOnce || is_new(text))
+        fprintf(stderr, "vesk-radio: %s\n", text);
 }
 
 } // namespace
@@ -63,27 +69,18 @@ void log_set_level(int32_t level)
 
 void log_line(Level level, const char *format, ...)
 {
-    if (!is_wanted(level))
-        return;
-    char text[textSize];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    write_line(level, false, format, arguments);
     va_end(arguments);
-    write_line(text);
 }
 
 void log_once(Level level, const char *format, ...)
 {
-    if (!is_wanted(level))
-        return;
-    char text[textSize];
     va_list arguments;
     va_start(arguments, format);
-    vsnprintf(text, sizeof text, format, arguments);
+    write_line(level, true, format, arguments);
     va_end(arguments);
-    if (is_new(text))
-        write_line(text);
 }
 
 } // namespace radio
