@@ -32,5 +32,15 @@ struct Width {
 
 /** Any width: what isn't in the table has index 5 and an empty text. */
 const Width &width_of(int nl80211);
+/** 20, 40, 80 or 160 MHz; any other has index 5. */
+const Width &width_of_mhz(uint16_t mhz);
+
+/**
+ * Global operating class of a channel (IEEE 802.11-2020, table E-4), 6 GHz included; 0 where there is none.
+ * `width` is the daemon's index, `centre` the middle of a 40 MHz channel in MHz: 2.4 GHz needs it to tell on
+ * which side the second channel lies, and without it (0) gets the class of the primary channel alone. 149 to
+ * 161 at 20 MHz stand in two classes: 124 is the one that hostapd announces.
+ */
+uint8_t operating_class(uint32_t frequency, int width, uint32_t centre = 0);
 
 } // namespace radio

@@ -60,6 +60,30 @@ TEST(Nl80211Channels, Widths) {
     }
 }
 
+struct ClassCase {
+    uint32_t frequency;
+    uint16_t mhz;
+    uint32_t centre;
+    int expected;
+};
+const ClassCase classes[] = {
+    { 2437, 20, 0, 81 },  { 2484, 20, 0, 82 },   { 2437, 40, 2447, 83 },  { 2437, 40, 2427, 84 },
+    { 2437, 40, 0, 81 },  { 2472, 40, 2482, 0 }, { 2412, 40, 2402, 0 },   { 2437, 80, 2437, 0 },
+    { 5180, 20, 0, 115 }, { 5220, 40, 0, 116 },  { 5240, 40, 5230, 117 }, { 5320, 20, 0, 118 },
+    { 5260, 40, 0, 119 }, { 5280, 40, 0, 120 },  { 5720, 20, 0, 121 },    { 5500, 40, 0, 122 },
+    { 5520, 40, 0, 123 }, { 5805, 20, 0, 124 },  { 5825, 20, 0, 125 },    { 5745, 40, 0, 126 },
+    { 5765, 40, 0, 127 }, { 5260, 80, 0, 128 },  { 5540, 160, 0, 129 },   { 5660, 160, 0, 0 },
+    { 5935, 20, 0, 136 }, { 5955, 20, 0, 131 },  { 5955, 160, 0, 134 },   { 5190, 20, 0, 0 },
+    { 5180, 320, 0, 0 },  { 0, 20, 0, 0 },
+};
+
+TEST(Nl80211Channels, OperatingClasses) {
+    for (const ClassCase &c : classes)
+        EXPECT_EQ(operating_class(c.frequency, width_of_mhz(c.mhz).index, c.centre), c.expected)
+            << c.frequency << " " << c.mhz << " " << c.centre;
+    EXPECT_EQ(operating_class(5180, 4), 130);
+}
+
 std::vector<uint8_t> hex(const std::string &digits) {
     std::vector<uint8_t> bytes;
     for (size_t i = 0; i + 1 < digits.size(); i += 2)
