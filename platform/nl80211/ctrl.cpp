@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -58,27 +59,6 @@ void note_silent(const char *path)
     log_line(levelNotice, "%s: no reply within %d ms", path, patience);
 }
 
-/** A datagram socket towards `path`, with an address in the abstract namespace that the kernel chooses. */
-int open_towards(const char *path)
-{
-    sockaddr_un peer = {};
-    peer.sun_family = AF_UNIX;
-    if (strlen(path) >= sizeof peer.sun_path) {
-        log_line(levelError, "%s: path of a control socket is too long", path);
-        return -1;
-    }
-    memcpy(peer.sun_path, path, strlen(path));
-    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    if (fd < 0)
-        return -1;
-    const sockaddr_un own = { .sun_family = AF_UNIX, .sun_path = {} };
-    if (bind(fd, reinterpret_cast<const sockaddr *>(&own), sizeof own.sun_family) == 0 &&
-        connect(fd, reinterpret_cast<const sockaddr *>(&peer), sizeof peer) == 0)
-        return fd;
-    close(fd);
-    return -1;
-}
-
 bool wait_for(int fd, short event, int64_t end)
 {
     const int64_t left = end - clock_ms();
@@ -111,11 +91,42 @@ void ctrl_set_patience(int ms)
     patience = ms;
 }
 
+/** With an address in the abstract namespace, which the kernel chooses: nothing is left in the file system.
+ */
+int ctrl_open(const char *socketPath)
+{
+    sockaddr_un peer = {};
+    peer.sun_family = AF_UNIX;
+    if (strlen(socketPath) >= sizeof peer.sun_path) {
+        log_once(levelError, "%s: path of a control socket is too long", socketPath);
+        return -1;
+    }
+    memcpy(peer.sun_path, socketPath, strlen(socketPath));
+    const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    if (fd < 0)
+        return -1;
+    const sockaddr_un own = { .sun_family = AF_UNIX, .sun_path = {} };
+    if (bind(fd, reinterpret_cast<const sockaddr *>(&own), sizeof own.sun_family) == 0 &&
+        connect(fd, reinterpret_cast<const sockaddr *>(&peer), sizeof peer) == 0)
+        return fd;
+    close(fd);
+    return -1;
+}
+
+CtrlIdentity ctrl_identity(CtrlPeer peer, const char *ifName)
+{
+    Path path;
+    struct stat found;
+    if (!ctrl_path(peer, ifName, path) || stat(path, &found) != 0)
+        return {};
+    return { found.st_ino, int64_t{ found.st_ctim.tv_sec } * 1000000000 + found.st_ctim.tv_nsec };
+}
+
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size)
 {
     if (is_silent(socketPath))
         return -1;
-    const int fd = open_towards(socketPath);
+    const int fd = ctrl_open(socketPath);
     if (fd < 0)
         return -1;
     const int64_t end = clock_ms() + patience;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "platform/nl80211/places.h"
 
@@ -37,6 +38,17 @@ enum class CtrlPeer { accessPoint, station };
 
 /** Path of an interface's socket: the configured folder, or where the daemons usually have it. */
 bool ctrl_path(CtrlPeer peer, const char *ifName, Path &path);
+
+/** A socket towards a daemon's, without waiting; replies and events come on it. -1: nobody is there. */
+int ctrl_open(const char *socketPath);
+
+/** Which socket it is: a daemon that restarts makes a new one at the same path. */
+struct CtrlIdentity {
+    uint64_t inode;  // 0: there is none
+    int64_t changed; // ns
+    bool operator==(const CtrlIdentity &) const = default;
+};
+CtrlIdentity ctrl_identity(CtrlPeer peer, const char *ifName);
 
 /** A command to an interface's daemon. 0, or -1. */
 int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size);

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/nl80211/log.h"
 #include "platform/nl80211/netlink.h"
 #include "platform/nl80211/places.h"
 
@@ -11,6 +12,9 @@ namespace radio
 
 namespace
 {
+
+// The bus shows a name with ".v0" behind it in a field of 16 bytes, and cuts an inner one at its first point.
+constexpr size_t longestName = 11;
 
 Iface iface_of(const Attributes &answer)
 {
@@ -25,6 +29,7 @@ Iface iface_of(const Attributes &answer)
     attr_text(answer[NL80211_ATTR_SSID], iface.ssid);
     iface.frequency = attr_value<uint32_t>(answer[NL80211_ATTR_WIPHY_FREQ]);
     iface.width = attr_value<int>(answer[NL80211_ATTR_CHANNEL_WIDTH], -1);
+    iface.centre = attr_value<uint32_t>(answer[NL80211_ATTR_CENTER_FREQ1]);
     iface.hasPower = answer[NL80211_ATTR_WIPHY_TX_POWER_LEVEL] != nullptr;
     iface.power = attr_value<int32_t>(answer[NL80211_ATTR_WIPHY_TX_POWER_LEVEL]);
     return iface;
@@ -96,6 +101,14 @@ bool iface_belongs_to(const Iface &iface, const Iface &accessPoint)
 bool iface_is_ap(const Iface &iface)
 {
     return iface.type == NL80211_IFTYPE_AP;
+}
+
+bool iface_is_usable(const char *name)
+{
+    if (strlen(name) <= longestName && !strchr(name, '.'))
+        return true;
+    log_once(levelError, "%s: left out, a name has at most %zu characters and no point", name, longestName);
+    return false;
 }
 
 } // namespace radio

@@ -17,6 +17,7 @@ struct Iface {
     char ssid[33];      // bytes as they are, terminated
     uint32_t frequency; // MHz; 0: on no channel
     int width;          // NL80211_CHAN_WIDTH_..., -1 if unknown
+    uint32_t centre;    // MHz, middle of the channel with all its width
     bool hasPower;
     int32_t power; // mBm
 };
@@ -37,5 +38,8 @@ int iface_first_ap(int wiphy, Iface &iface);
 bool iface_belongs_to(const Iface &iface, const Iface &accessPoint);
 
 bool iface_is_ap(const Iface &iface);
+
+/** Whether the daemon can carry an interface's name; one that it can't is named in the log. */
+bool iface_is_usable(const char *name);
 
 } // namespace radio

@@ -14,6 +14,7 @@ namespace
 {
 
 std::atomic<int32_t> threshold = levelNotice;
+const char *name = "vesk-radio";
 
 constexpr size_t textSize = 400;
 
@@ -57,7 +58,7 @@ void write_line(Level level, bool isOnce, const char *format, va_list arguments)
     char text[textSize];
     vsnprintf(text, sizeof text, format, arguments);
     if (!isOnce || is_new(text))
-        fprintf(stderr, "vesk-radio: %s\n", text);
+        fprintf(stderr, "%s: %s\n", name, text);
 }
 
 } // namespace
@@ -65,6 +66,11 @@ void write_line(Level level, bool isOnce, const char *format, va_list arguments)
 void log_set_level(int32_t level)
 {
     threshold.store(level, std::memory_order_relaxed);
+}
+
+void log_set_name(const char *text)
+{
+    name = text;
 }
 
 void log_line(Level level, const char *format, ...)

@@ -12,6 +12,9 @@ enum Level : int32_t { levelError = 3, levelNotice = 5, levelInfo = 6, levelDebu
 /** Lines above this level are left out; 5 at first. */
 void log_set_level(int32_t level);
 
+/** What each line begins with; "vesk-radio" at first. The text has to stay. */
+void log_set_name(const char *name);
+
 void log_line(Level level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
 /** The same, but left out if it is one of the last lines that were written this way: for what a poll finds

@@ -14,7 +14,7 @@ namespace
 {
 
 constexpr char familyName[] = "nl80211";
-constexpr char scanGroup[] = "scan";
+constexpr const char *scanGroup[] = { "scan" };
 
 /** A connected socket and the number that the kernel gave the family on it. */
 struct Line {
@@ -99,6 +99,8 @@ bool put_query(nl_msg *message, int family, const Query &query)
             nla_put_u32(message, NL80211_ATTR_WIPHY, static_cast<uint32_t>(query.wiphy)) == 0) &&
            (!query.mac || nla_put(message, NL80211_ATTR_MAC, 6, query.mac) == 0) &&
            (!query.splitWiphy || nla_put_flag(message, NL80211_ATTR_SPLIT_WIPHY_DUMP) == 0) &&
+           (!query.newName || (nla_put_string(message, NL80211_ATTR_IFNAME, query.newName) == 0 &&
+                               nla_put_u32(message, NL80211_ATTR_IFTYPE, query.newType) == 0)) &&
            (query.scanFrequency == 0 || put_scan(message, query));
 }
 
@@ -244,18 +246,53 @@ int netlink_ask(const Query &query, void (*visit)(const Attributes &answer, void
     return exchange.status == 0 && exchange.interrupted ? netlinkInterrupted : exchange.status;
 }
 
-nl_sock *netlink_listen()
+nl_sock *netlink_listen_to(std::span<const char *const> groups, int &fd)
 {
     const Line line = open_line();
     if (!line.socket)
         return nullptr;
-    const int group = genl_ctrl_resolve_grp(line.socket, familyName, scanGroup);
-    if (group < 0 || netlink_port_join(line.socket, group) < 0) {
-        nl_socket_free(line.socket);
-        return nullptr;
+    for (const char *name : groups) {
+        const int group = genl_ctrl_resolve_grp(line.socket, familyName, name);
+        if (group < 0 || netlink_port_join(line.socket, group) < 0) {
+            nl_socket_free(line.socket);
+            return nullptr;
+        }
     }
     nl_socket_disable_seq_check(line.socket);
+    fd = netlink_port_fd(line.socket);
     return line.socket;
+}
+
+nl_sock *netlink_listen()
+{
+    int fd;
+    return netlink_listen_to(scanGroup, fd);
+}
+
+int netlink_receive(nl_sock *socket, void (*visit)(uint8_t command, const Attributes &content, void *out),
+                    void *out)
+{
+    struct Target {
+        void (*visit)(uint8_t, const Attributes &, void *);
+        void *out;
+    } target = { visit, out };
+    nl_cb *callbacks = clone_callbacks(socket);
+    if (!callbacks)
+        return -ENOMEM;
+    const auto on_message = [](nl_msg *message, void *arg) -> int {
+        const auto *to = static_cast<Target *>(arg);
+        nlmsghdr *header = nlmsg_hdr(message);
+        Attributes content = {};
+        if (genlmsg_valid_hdr(header, 0) && genlmsg_parse(header, 0, content, NL80211_ATTR_MAX, nullptr) >= 0)
+            to->visit(static_cast<genlmsghdr *>(nlmsg_data(header))->cmd, content, to->out);
+        return NL_OK;
+    };
+    nl_cb_set(callbacks, NL_CB_VALID, NL_CB_CUSTOM, on_message, &target);
+    int status = 0;
+    while (status >= 0 && netlink_port_wait(socket, 0) > 0)
+        status = nl_recvmsgs(socket, callbacks);
+    nl_cb_put(callbacks);
+    return status >= 0 || status == -NLE_AGAIN ? 0 : -EIO;
 }
 
 void netlink_close(nl_sock *socket)

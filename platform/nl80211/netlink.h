@@ -32,13 +32,15 @@ struct Query {
     bool dump = false;
     uint32_t ifindex = 0;
     int wiphy = -1;
-    const uint8_t *mac = nullptr; // 6 bytes
-    bool splitWiphy = false;      // a wiphy in pieces: the only form that holds all of it
-    bool sameGeneration = false;  // a dump whose messages differ in their generation counts as interrupted
-    uint32_t scanFrequency = 0;   // MHz
-    uint32_t scanFlags = 0;       // NL80211_SCAN_FLAG_...
-    bool scanActive = false;      // probe requests with the wildcard SSID
-    uint16_t scanDuration = 0;    // time units of 1024 us
+    const uint8_t *mac = nullptr;  // 6 bytes
+    bool splitWiphy = false;       // a wiphy in pieces: the only form that holds all of it
+    bool sameGeneration = false;   // a dump whose messages differ in their generation counts as interrupted
+    uint32_t scanFrequency = 0;    // MHz
+    uint32_t scanFlags = 0;        // NL80211_SCAN_FLAG_...
+    bool scanActive = false;       // probe requests with the wildcard SSID
+    uint16_t scanDuration = 0;     // time units of 1024 us
+    const char *newName = nullptr; // of an interface that is to be made
+    uint32_t newType = 0;          // NL80211_IFTYPE_...
 };
 
 /** Attributes of one answer, by number; NULL where absent. */
@@ -90,6 +92,17 @@ struct ScanEvent {
     uint32_t ifindex;
     uint32_t frequency; // MHz, the first one; 0 where the kernel doesn't say
 };
+
+/** A socket that hears of groups of messages, for a loop of one's own; what it needs for poll() is in `fd`.
+ */
+nl_sock *netlink_listen_to(std::span<const char *const> groups, int &fd);
+
+/**
+ * Hands what waits in such a socket to `visit`, without waiting. 0, or negative: messages were lost, and what
+ * is known has to be read anew.
+ */
+int netlink_receive(nl_sock *socket, void (*visit)(uint8_t command, const Attributes &content, void *out),
+                    void *out);
 
 /** Waits for the next end of a scan. 1; 0 when `ms` have passed without one; negative errno. */
 int netlink_wait(nl_sock *socket, int ms, ScanEvent &event);

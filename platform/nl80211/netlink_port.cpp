@@ -33,6 +33,11 @@ int netlink_port_join(nl_sock *socket, int group)
     return nl_socket_add_membership(socket, group);
 }
 
+int netlink_port_fd(nl_sock *socket)
+{
+    return nl_socket_get_fd(socket);
+}
+
 int netlink_port_wait(nl_sock *socket, int ms)
 {
     pollfd wanted = { nl_socket_get_fd(socket), POLLIN, 0 };

@@ -14,6 +14,9 @@ int netlink_port_connect(nl_sock *socket);
 /** Lets a socket hear of what is sent to a group. 0 or negative. */
 int netlink_port_join(nl_sock *socket, int group);
 
+/** What poll() takes for a socket that hears of groups. */
+int netlink_port_fd(nl_sock *socket);
+
 /** 1 when something can be read, 0 when `ms` have passed, negative errno. */
 int netlink_port_wait(nl_sock *socket, int ms);
 

@@ -20,17 +20,6 @@ using namespace radio;
 namespace
 {
 
-// The bus shows a name with ".v0" behind it in a field of 16 bytes, and cuts an inner one at its first point.
-constexpr size_t longestName = 11;
-
-bool is_usable_name(const char *name)
-{
-    if (strlen(name) <= longestName && !strchr(name, '.'))
-        return true;
-    log_once(levelError, "%s: left out, a name has at most %zu characters and no point", name, longestName);
-    return false;
-}
-
 /** Position of a name in the product file's order; behind all of them if it isn't there. */
 size_t rank_of(const char *name, const char (*order)[16], size_t count)
 {
@@ -48,7 +37,7 @@ void list_vaps(const Radio &radio, const List<Iface> &interfaces, VeskApIntfInfo
     int32_t count = 0;
     for (size_t rank = 0; rank <= ordered; rank++) {
         for (const Iface &iface : interfaces) {
-            if (iface.wiphy != radio.wiphy || !iface_is_ap(iface) || !is_usable_name(iface.name) ||
+            if (iface.wiphy != radio.wiphy || !iface_is_ap(iface) || !iface_is_usable(iface.name) ||
                 rank_of(iface.name, order, ordered) != rank)
                 continue;
             if (count < VESK_WIRE_VAPS)

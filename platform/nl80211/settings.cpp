@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include <pthread.h>
-#include <sys/stat.h>
 
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/list.h"
@@ -26,37 +25,20 @@ struct Mac {
     uint8_t bytes[6];
 };
 
-/** Which socket it was. */
-struct Identity {
-    ino_t inode;
-    timespec changed;
-};
-
 struct Bss {
     char ifName[16]; // "": a free place
     Wish rrm, wnm;
     List<Mac> blocked;
-    Identity told;
-    int tries; // 0: taken by the socket
+    CtrlIdentity told; // which socket it was
+    int tries;         // 0: taken by the socket
 };
 
 pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 Bss all[bssCount];
 
-bool operator==(const Identity &a, const Identity &b)
+CtrlIdentity identity_of(const char *ifName)
 {
-    return a.inode == b.inode && a.changed.tv_sec == b.changed.tv_sec &&
-           a.changed.tv_nsec == b.changed.tv_nsec;
-}
-
-/** All zero without a socket. */
-Identity identity_of(const char *ifName)
-{
-    Path path;
-    struct stat found;
-    if (!ctrl_path(CtrlPeer::accessPoint, ifName, path) || stat(path, &found) != 0)
-        return {};
-    return { found.st_ino, found.st_ctim };
+    return ctrl_identity(CtrlPeer::accessPoint, ifName);
 }
 
 int tell_block(const char *ifName, const Mac &mac, bool blocked)
@@ -108,7 +90,7 @@ int settle(const char *ifName, Note note, Say say)
 {
     if (!is_name(ifName))
         return -1;
-    const Identity identity = identity_of(ifName);
+    const CtrlIdentity identity = identity_of(ifName);
     const int status = say();
     pthread_mutex_lock(&lock);
     if (Bss *bss = bss_for(ifName)) {
@@ -121,7 +103,7 @@ int settle(const char *ifName, Note note, Say say)
 }
 
 /** A BSS that a socket has to be told of: the wishes, and the blocked stations in `blocked`. */
-bool take_pending(Bss &place, const Identity &now, Bss &pending, List<Mac> &blocked)
+bool take_pending(Bss &place, const CtrlIdentity &now, Bss &pending, List<Mac> &blocked)
 {
     pthread_mutex_lock(&lock);
     const bool isNew = !(place.told == now);

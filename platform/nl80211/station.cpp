@@ -163,7 +163,18 @@ void publish(const char *ifName, List<Station> &stations)
     pthread_mutex_unlock(&lock);
 }
 
-int collect(const char *ifName, List<Station> &stations)
+} // namespace
+
+int station_list(uint32_t ifindex, List<Station> &stations)
+{
+    const Query query = {
+        .command = NL80211_CMD_GET_STATION, .dump = true, .ifindex = ifindex, .sameGeneration = true
+    };
+    return netlink_read<List<Station>>(query, add_station, stations,
+                                       [](List<Station> &result) { result.count = 0; });
+}
+
+int station_collect(const char *ifName, List<Station> &stations)
 {
     LocalList<Iface> interfaces;
     const int status = iface_list(interfaces);
@@ -189,21 +200,24 @@ int collect(const char *ifName, List<Station> &stations)
     return 0;
 }
 
-} // namespace
-
-int station_list(uint32_t ifindex, List<Station> &stations)
+int station_read(uint32_t ifindex, const uint8_t *mac, Station &station)
 {
-    const Query query = {
-        .command = NL80211_CMD_GET_STATION, .dump = true, .ifindex = ifindex, .sameGeneration = true
-    };
-    return netlink_read<List<Station>>(query, add_station, stations,
-                                       [](List<Station> &result) { result.count = 0; });
+    const Query query = { .command = NL80211_CMD_GET_STATION, .ifindex = ifindex, .mac = mac };
+    LocalList<Station> found;
+    const int status = netlink_read<List<Station>>(query, add_station, found,
+                                                   [](List<Station> &result) { result.count = 0; });
+    if (status != 0)
+        return status;
+    if (found.count == 0 || memcmp(found.items[0].mac, mac, sizeof station.mac) != 0)
+        return -EIO;
+    station = found.items[0];
+    return 0;
 }
 
 int station_take(const char *ifName, int32_t &number)
 {
     LocalList<Station> stations;
-    if (!ifName || collect(ifName, stations) != 0)
+    if (!ifName || station_collect(ifName, stations) != 0)
         return -1;
     carry_over(ifName, stations);
     ask_of_new(ifName, stations);

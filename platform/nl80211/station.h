@@ -27,6 +27,13 @@ struct Station {
     Abilities abilities;
 };
 
+/** One station of an access point or of its AP_VLAN interfaces. 0, or negative errno. */
+int station_read(uint32_t ifindex, const uint8_t *mac, Station &station);
+
+/** Takes an access point's authorised stations, those on AP_VLAN interfaces with them. 0, or negative errno.
+ */
+int station_collect(const char *ifName, List<Station> &stations);
+
 /** Stations of one interface. 0, or negative errno. */
 int station_list(uint32_t ifindex, List<Station> &stations);
 

@@ -1,5 +1,6 @@
 #include "tests/nl80211/fake_kernel.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -8,6 +9,11 @@
 #include <iterator>
 #include <map>
 #include <mutex>
+#include <set>
+#include <utility>
+
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 #include "platform/nl80211/clock.h"
 #include "platform/nl80211/netlink.h"
@@ -15,7 +21,9 @@
 
 namespace {
 
-constexpr uint16_t FAMILY = 0x1c, SCAN_GROUP = 7;
+constexpr uint16_t FAMILY = 0x1c;
+const char *const groups[] = { "config", "scan", "regulatory", "mlme" }; // numbers from 5 on
+constexpr int FIRST_GROUP = 5;
 
 struct State {
     std::recursive_mutex lock; // an answer may send an event
@@ -24,7 +32,9 @@ struct State {
     std::map<uint8_t, std::function<Reply(const Asked &)>> answers;
     std::vector<Asked> asked;
     std::map<nl_sock *, std::deque<Blob>> queues; // datagrams on their way
-    std::vector<nl_sock *> listeners;
+    std::map<nl_sock *, std::set<int>> listeners; // their groups
+    std::map<nl_sock *, int> fds;                 // readable while a queue has something
+    bool overflows = false;
     int64_t ahead = 0; // ms that the clock was advanced
 } state;
 
@@ -64,12 +74,16 @@ Blob ending(const nlmsghdr &request, int error, uint16_t flags) {
     return message(done ? NLMSG_DONE : NLMSG_ERROR, done ? NLM_F_MULTI | flags : 0, request.nlmsg_seq, payload);
 }
 
+Blob group(int i) {
+    return nest(i + 1, { number<uint32_t>(CTRL_ATTR_MCAST_GRP_ID, static_cast<uint32_t>(FIRST_GROUP + i)),
+                         text(CTRL_ATTR_MCAST_GRP_NAME, groups[i]) });
+}
+
 Reply describe_family() {
     return { { join({ number<uint16_t>(CTRL_ATTR_FAMILY_ID, FAMILY), text(CTRL_ATTR_FAMILY_NAME, "nl80211"),
                       number<uint32_t>(CTRL_ATTR_VERSION, 1), number<uint32_t>(CTRL_ATTR_HDRSIZE, 0),
                       number<uint32_t>(CTRL_ATTR_MAXATTR, 300),
-                      nest(CTRL_ATTR_MCAST_GROUPS, { nest(1, { number<uint32_t>(CTRL_ATTR_MCAST_GRP_ID, SCAN_GROUP),
-                                                               text(CTRL_ATTR_MCAST_GRP_NAME, "scan") }) }) }) } };
+                      nest(CTRL_ATTR_MCAST_GROUPS, { group(0), group(1), group(2), group(3) }) }) } };
 }
 
 Asked read_request(nlmsghdr *header) {
@@ -122,9 +136,13 @@ int on_send(nl_sock *socket, nl_msg *request) {
 int on_receive(nl_sock *socket, sockaddr_nl *from, unsigned char **bytes, ucred **) {
     const std::lock_guard guard(state.lock);
     auto &queue = state.queues[socket];
+    if (std::exchange(state.overflows, false)) return -NLE_NOMEM; // what libnl makes of ENOBUFS
     if (queue.empty()) return -NLE_AGAIN;
     const Blob datagram = queue.front();
     queue.pop_front();
+    uint64_t count;
+    if (queue.empty() && state.fds.contains(socket) && read(state.fds[socket], &count, sizeof count) < 0)
+        perror("eventfd");
     *from = {};
     from->nl_family = AF_NETLINK;
     *bytes = static_cast<unsigned char *>(malloc(datagram.size()));
@@ -143,20 +161,29 @@ int netlink_port_connect(nl_sock *socket) {
     nl_cb_put(callbacks);
     const std::lock_guard guard(state.lock);
     state.queues[socket].clear(); // the address may be that of an earlier one
-    std::erase(state.listeners, socket);
+    state.listeners.erase(socket);
+    if (const auto fd = state.fds.find(socket); fd != state.fds.end()) {
+        close(fd->second);
+        state.fds.erase(fd);
+    }
     return 0;
 }
 
 int netlink_port_join(nl_sock *socket, int group) {
     const std::lock_guard guard(state.lock);
-    state.listeners.push_back(socket);
-    return group == SCAN_GROUP ? 0 : -1;
+    state.listeners[socket].insert(group);
+    return group >= FIRST_GROUP ? 0 : -1;
+}
+
+int netlink_port_fd(nl_sock *socket) {
+    const std::lock_guard guard(state.lock);
+    return state.fds[socket] = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
 }
 
 int netlink_port_wait(nl_sock *socket, int ms) {
     std::unique_lock guard(state.lock);
-    const bool listens = std::count(state.listeners.begin(), state.listeners.end(), socket) > 0;
-    const auto ready = [&] { return !state.queues[socket].empty(); };
+    const bool listens = state.listeners.contains(socket);
+    const auto ready = [&] { return state.overflows || !state.queues[socket].empty(); };
     return listens ? state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready) : ready();
 }
 
@@ -234,11 +261,22 @@ void FakeKernel::on(uint8_t command, std::function<Reply(const Asked &)> answer)
     state.answers[command] = std::move(answer);
 }
 
-void FakeKernel::send_event(uint8_t command, int wiphy) {
+void FakeKernel::send_event(uint8_t command, const Blob &content, const char *to) {
     const std::lock_guard guard(state.lock);
-    for (nl_sock *socket : state.listeners)
-        state.queues[socket].push_back(generic(FAMILY, command, 0, 0, number<int>(NL80211_ATTR_WIPHY, wiphy)));
+    const auto at = std::ranges::find(groups, std::string_view(to));
+    const int id = FIRST_GROUP + static_cast<int>(at - groups);
+    for (const auto &[socket, joined] : state.listeners) {
+        if (!joined.contains(id)) continue;
+        state.queues[socket].push_back(generic(FAMILY, command, 0, 0, content));
+        if (state.fds.contains(socket)) eventfd_write(state.fds[socket], 1);
+    }
     state.changed.notify_all();
+}
+
+void FakeKernel::overflow() {
+    const std::lock_guard guard(state.lock);
+    state.overflows = true;
+    for (const auto &[socket, fd] : state.fds) eventfd_write(fd, 1);
 }
 
 std::vector<Asked> FakeKernel::asked(uint8_t command) {

@@ -51,7 +51,9 @@ struct FakeKernel {
     ~FakeKernel();
     void on(uint8_t command, Reply reply);
     void on(uint8_t command, std::function<Reply(const Asked &)> answer);
-    void send_event(uint8_t command, int wiphy);
+    void send_event(uint8_t command, const Blob &content, const char *group = "scan");
+    void send_event(uint8_t command, int wiphy) { send_event(command, number<int>(NL80211_ATTR_WIPHY, wiphy)); }
+    void overflow(); // the next reading of a socket says that messages were lost
     std::vector<Asked> asked(uint8_t command);
     bool present = true; // nl80211 is there
 };
