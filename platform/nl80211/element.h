@@ -13,8 +13,11 @@ using Bytes = std::span<const uint8_t>;
 
 enum ElementId : uint8_t {
     elementSsid = 0,
+    elementMeasurementReport = 39,
     elementRsn = 48,
     elementHtOperation = 61,
+    elementRadioMeasurement = 70,
+    elementExtendedCapabilities = 127,
     elementVhtOperation = 192,
     elementVendor = 221,
     elementExtension = 255, // the first byte of the body tells which

@@ -98,7 +98,9 @@ Asked read_request(nlmsghdr *header) {
                     attrs[NL80211_ATTR_MEASUREMENT_DURATION]
                         ? radio::attr_value<uint16_t>(attrs[NL80211_ATTR_MEASUREMENT_DURATION])
                         : -1,
-                    attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr };
+                    attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr,
+                    0 };
+    if (const auto mac = radio::attr_bytes(attrs[NL80211_ATTR_MAC]); mac.size() == 6) asked.station = mac[5];
     radio::attr_each(attrs[NL80211_ATTR_SCAN_FREQUENCIES],
                      [&](const nlattr *one) { asked.frequency = radio::attr_value<uint32_t>(one); });
     return asked;

@@ -36,6 +36,7 @@ struct Asked {
     uint32_t frequency, flags;
     int duration; // time units, -1 without
     bool active;
+    uint8_t station; // last byte of the MAC
 };
 
 struct Reply {

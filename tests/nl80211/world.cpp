@@ -46,6 +46,7 @@ void FakeHostapd::serve() {
         const std::string command(bytes, static_cast<size_t>(std::max<ssize_t>(length, 0)));
         const std::lock_guard guard(lock);
         heard.push_back(command);
+        if (command.starts_with("ATTACH")) listener.assign(reinterpret_cast<char *>(&from), size);
         for (const auto &[begin, reply] : replies)
             if (command.starts_with(begin)) {
                 for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
@@ -66,6 +67,13 @@ std::vector<std::string> FakeHostapd::commands() {
 void FakeHostapd::say(const std::string &command, const std::string &reply) {
     const std::lock_guard guard(lock);
     replies[command] = reply;
+}
+
+bool FakeHostapd::tell(const std::string &event) {
+    const std::lock_guard guard(lock);
+    return !listener.empty() &&
+           sendto(fd, event.data(), event.size(), 0, reinterpret_cast<const sockaddr *>(listener.data()),
+                  static_cast<socklen_t>(listener.size())) == static_cast<ssize_t>(event.size());
 }
 
 World::World() : root("/tmp/radio." + std::to_string(getpid())) {

@@ -22,6 +22,8 @@ struct FakeHostapd {
     ~FakeHostapd();
     std::vector<std::string> commands();
     void say(const std::string &command, const std::string &reply);
+    /** An event, to whoever has attached; waits for room in its queue. False if nobody has. */
+    bool tell(const std::string &event);
 
 private:
     void serve();
@@ -29,6 +31,7 @@ private:
     std::map<std::string, std::string> replies;
     std::vector<std::string> heard;
     std::mutex lock;
+    std::string listener; // its abstract address
     int fd;
     std::atomic<bool> ends = false;
     std::thread thread;
