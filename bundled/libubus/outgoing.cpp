@@ -1,5 +1,7 @@
 #include "bundled/libubus/outgoing.h"
 
+#include <sys/socket.h>
+
 namespace
 {
 constexpr size_t headerLength = sizeof(ubus_msghdr);
@@ -28,6 +30,19 @@ void add_word(OutMessage &out, uint32_t value)
 {
     value = cpu_to_be32(value);
     add_fixed(out, &value, sizeof value);
+}
+
+void skip_sent(iovec *&part, int &parts, size_t sent)
+{
+    while (parts && sent >= part->iov_len) {
+        sent -= part->iov_len;
+        part++;
+        parts--;
+    }
+    if (!parts)
+        return;
+    part->iov_base = static_cast<char *>(part->iov_base) + sent;
+    part->iov_len -= sent;
 }
 } // namespace
 
@@ -76,4 +91,15 @@ void out_finish(OutMessage &out)
 {
     const uint32_t length = cpu_to_be32(static_cast<uint32_t>(out.length));
     memcpy(out.fixed + headerLength, &length, sizeof length);
+}
+
+ssize_t pieces_send(int fd, iovec *&part, int &parts)
+{
+    msghdr message = {};
+    message.msg_iov = part;
+    message.msg_iovlen = static_cast<size_t>(parts);
+    const ssize_t sent = sendmsg(fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent > 0)
+        skip_sent(part, parts, static_cast<size_t>(sent));
+    return sent;
 }

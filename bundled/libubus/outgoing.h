@@ -43,3 +43,6 @@ void out_data(OutMessage &out, const blob_attr *msg);
 
 // Writes the length in; to be called once, when all is added.
 void out_finish(OutMessage &out);
+
+// One sendmsg without waiting, result and errno as its. The pieces then begin behind what was sent.
+ssize_t pieces_send(int fd, iovec *&part, int &parts);

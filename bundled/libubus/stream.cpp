@@ -15,19 +15,6 @@ constexpr size_t firstReceiveBuffer = 16 * 1024;
 constexpr size_t heldLimit = 16 * 1024;
 constexpr size_t pageSize = 4096;
 
-void skip_sent(iovec *&part, int &parts, size_t sent)
-{
-    while (parts && sent >= part->iov_len) {
-        sent -= part->iov_len;
-        part++;
-        parts--;
-    }
-    if (!parts)
-        return;
-    part->iov_base = static_cast<char *>(part->iov_base) + sent;
-    part->iov_len -= sent;
-}
-
 bool wait_writable(int fd)
 {
     pollfd one = { fd, POLLOUT, 0 };
@@ -37,15 +24,8 @@ bool wait_writable(int fd)
 bool send_all(ubus_context *ctx, iovec *part, int parts)
 {
     while (parts) {
-        msghdr message = {};
-        message.msg_iov = part;
-        message.msg_iovlen = static_cast<size_t>(parts);
-        const ssize_t sent = sendmsg(ctx->sock.fd, &message, MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent >= 0) {
-            skip_sent(part, parts, static_cast<size_t>(sent));
-            continue;
-        }
-        if (errno == EINTR || (errno == EAGAIN && wait_writable(ctx->sock.fd)))
+        if (pieces_send(ctx->sock.fd, part, parts) >= 0 || errno == EINTR ||
+            (errno == EAGAIN && wait_writable(ctx->sock.fd)))
             continue;
         ctx->sock.eof = true;
         return false;
