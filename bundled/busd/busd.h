@@ -1,6 +1,9 @@
 // The broker's records and what its parts offer each other. One thread; everything a request brings
 // about is queued first and sent when the batch of ready descriptors has been served. A client that
 // fails or misbehaves is only marked, and let go between two batches.
+//
+// Memory may be lacking at any time (std::bad_alloc). Whatever throws leaves the records as they were; the
+// client whose message it was for is answered UBUS_STATUS_NO_MEMORY or let go, and a line says which.
 #pragma once
 
 #include "bundled/busd/queue.h"
@@ -40,11 +43,11 @@ struct Object {
 struct Client {
     int fd;
     uint32_t id;
-    bool doomed;              // to be let go
-    bool dirty;               // in the list of those with something to send
-    bool blocked;             // waits for room in the socket
-    std::vector<char> unread; // begin of a message whose rest is on its way
-    size_t kept;              // bytes, of all its objects
+    bool doomed;    // to be let go
+    bool dirty;     // in the list of those with something to send
+    bool blocked;   // waits for room in the socket
+    Buffer *unread; // begin of a message whose rest is on its way; its capacity ends with the message
+    size_t kept;    // bytes, of all its objects
     OutQueue queue;
     std::vector<Object *> objects; // in the order of their creation
 };
@@ -57,7 +60,7 @@ struct Broker {
     std::unordered_map<uint32_t, ObjectType *> types;
     std::map<std::string, Object *> paths; // in byte order
     std::vector<Object *> listeners;       // objects with patterns
-    std::vector<Client *> dirty;
+    std::vector<Client *> dirty;           // these two have room for all clients
     std::vector<Client *> doomed;
 };
 
@@ -87,9 +90,12 @@ uint32_t fresh_id(const Map &map)
 void client_accept(int fd);
 void client_readable(Client &client);
 void client_writable(Client &client);
-// Finishes and queues a message; dooms the client when its queue is over the limit.
+// Finishes and queues a message; dooms the client when its queue is over the limit. Throws std::bad_alloc,
+// and nothing of the message is sent then. Parts that stand in `shared` are not copied.
 void client_send(Client &client, OutMessage &out, Buffer *shared = nullptr);
+void client_tell(Client &client, OutMessage &out); // the same; dooms a client that there is no memory for
 void client_doom(Client &client);
+void say_no_memory(const Client &client, const char *outcome); // on standard error
 // Counts bytes that are kept for an object of the client; false: they would be too many.
 bool client_charge(Client &client, size_t &kept, size_t bytes);
 void clients_settle(); // sends what was queued, lets the doomed ones go
@@ -102,11 +108,12 @@ struct Request {
     uint16_t seq;
     uint32_t peer;
     blob_attr *body;
+    Buffer *buffer; // in which the body stands; NULL: in one that is used again at once
     blob_attr *attr[UBUS_ATTR_MAX];
 };
 
 // dispatch.cpp
-void dispatch(Client &client, const ubus_msghdr &header, blob_attr *body);
+void dispatch(Client &client, const ubus_msghdr &header, blob_attr *body, Buffer *buffer);
 void answer_begin(const Request &request, OutMessage &out, ubus_msg_type type);
 
 constexpr int noStatus = -1;

@@ -2,6 +2,9 @@
 #include "bundled/busd/busd.h"
 
 #include <errno.h>
+#include <memory>
+#include <new>
+#include <stdio.h>
 #include <sys/epoll.h>
 #include <sys/random.h>
 #include <sys/socket.h>
@@ -9,7 +12,8 @@
 
 namespace
 {
-constexpr size_t readSize = 64 * 1024;
+constexpr size_t readSize = 80 * 1024;    // the longest answer of a daemon comes in one piece
+constexpr size_t longMessage = 16 * 1024; // is sent at once from where it stands, so that it isn't copied
 constexpr size_t headerLength = sizeof(ubus_msghdr);
 constexpr size_t minMessage = headerLength + sizeof(blob_attr);
 constexpr uint32_t reservedClientId = 0x01000000; // little-endian libraries see 1 and refuse it
@@ -35,8 +39,19 @@ size_t message_length(Client &client, const char *data, size_t length)
     return 0;
 }
 
+// Bytes that have come; 0: none, and perhaps never any more.
+size_t receive(Client &client, char *to, size_t room)
+{
+    const ssize_t count = recv(client.fd, to, room, MSG_DONTWAIT);
+    if (count > 0)
+        return static_cast<size_t>(count);
+    if (count == 0 || (errno != EAGAIN && errno != EINTR))
+        client_doom(client);
+    return 0;
+}
+
 // Serves all whole messages; returns how many bytes they took.
-size_t consume(Client &client, char *data, size_t length)
+size_t consume(Client &client, char *data, size_t length, Buffer *buffer)
 {
     size_t done = 0;
     while (!client.doomed) {
@@ -45,22 +60,50 @@ size_t consume(Client &client, char *data, size_t length)
             break;
         ubus_msghdr header;
         memcpy(&header, data + done, sizeof header);
-        dispatch(client, header, reinterpret_cast<blob_attr *>(data + done + headerLength));
+        dispatch(client, header, reinterpret_cast<blob_attr *>(data + done + headerLength), buffer);
         done += next;
     }
     return done;
 }
 
-// The begin of the message is here, the rest is appended until it is whole.
-void continue_message(Client &client, char *data, size_t length)
+// Keeps the begin of a message, with room for all of it or for what tells how long it is.
+void keep_begin(Client &client, const char *data, size_t length)
 {
-    std::vector<char> &unread = client.unread;
-    unread.reserve(message_length(client, unread.data(), unread.size()) + readSize); // once for a long one
-    unread.insert(unread.end(), data, data + length);
-    const size_t done = consume(client, unread.data(), unread.size());
-    unread.erase(unread.begin(), unread.begin() + static_cast<ptrdiff_t>(done));
-    if (unread.empty() && unread.capacity() > readSize)
-        std::vector<char>().swap(unread);
+    const size_t whole = message_length(client, data, length);
+    if (client.doomed)
+        return;
+    Buffer *kept = buffer_new(whole ? whole : minMessage);
+    memcpy(kept->bytes(), data, length);
+    kept->used = static_cast<uint32_t>(length);
+    if (client.unread)
+        buffer_release(client.unread);
+    client.unread = kept;
+}
+
+// The begin of a message is here, the rest is read behind it and no more.
+void continue_message(Client &client)
+{
+    Buffer *unread = client.unread;
+    unread->used += static_cast<uint32_t>(
+        receive(client, unread->bytes() + unread->used, unread->capacity - unread->used));
+    if (client.doomed || unread->used < unread->capacity)
+        return;
+    if (message_length(client, unread->bytes(), unread->used) > unread->used) {
+        keep_begin(client, unread->bytes(), unread->used);
+        return;
+    }
+    client.unread = nullptr;
+    consume(client, unread->bytes(), unread->used, unread);
+    buffer_release(unread);
+}
+
+void read_messages(Client &client)
+{
+    static char buffer[readSize];
+    const size_t length = receive(client, buffer, sizeof buffer);
+    const size_t done = consume(client, buffer, length, nullptr);
+    if (!client.doomed && done < length)
+        keep_begin(client, buffer + done, length - done);
 }
 
 void flush(Client &client)
@@ -79,12 +122,31 @@ void flush(Client &client)
     }
 }
 
+// NULL: no memory.
+Client *enlist(int fd)
+try {
+    Broker &bus = broker();
+    auto client = std::make_unique<Client>();
+    client->fd = fd;
+    do
+        client->id = fresh_id(bus.clients);
+    while (client->id == reservedClientId);
+    make_room(bus.dirty, bus.clients.size() + 1);
+    make_room(bus.doomed, bus.clients.size() + 1);
+    bus.clients.emplace(client->id, client.get());
+    return client.release();
+} catch (const std::bad_alloc &) {
+    return nullptr;
+}
+
 void let_go(Client *client)
 {
     broker().clients.erase(client->id);
     objects_of_gone_client(*client);
     close(client->fd);
     queue_clear(client->queue);
+    if (client->unread)
+        buffer_release(client->unread);
     delete client;
 }
 } // namespace
@@ -99,37 +161,28 @@ uint32_t random_number()
 
 void client_accept(int fd)
 {
-    auto *client = new Client{};
-    client->fd = fd;
-    do
-        client->id = fresh_id(broker().clients);
-    while (client->id == reservedClientId);
-    broker().clients.emplace(client->id, client);
+    Client *client = enlist(fd);
+    if (!client) {
+        fprintf(stderr, "vesk-busd: no memory for one more client: it is turned away\n");
+        close(fd);
+        return;
+    }
     watch(*client, EPOLL_CTL_ADD);
     OutMessage greeting;
     out_begin(greeting, UBUS_MSG_HELLO, 0, client->id);
-    client_send(*client, greeting);
+    client_tell(*client, greeting);
 }
 
 void client_readable(Client &client)
 {
-    static char buffer[readSize];
     if (client.doomed)
         return;
-    const ssize_t count = recv(client.fd, buffer, sizeof buffer, MSG_DONTWAIT);
-    if (count < 0 && (errno == EAGAIN || errno == EINTR))
-        return;
-    if (count <= 0) {
+    try {
+        client.unread ? continue_message(client) : read_messages(client);
+    } catch (const std::bad_alloc &) {
+        say_no_memory(client, "it is let go");
         client_doom(client);
-        return;
     }
-    const auto length = static_cast<size_t>(count);
-    if (!client.unread.empty()) {
-        continue_message(client, buffer, length);
-        return;
-    }
-    const size_t done = consume(client, buffer, length);
-    client.unread.assign(buffer + done, buffer + length);
 }
 
 void client_writable(Client &client)
@@ -142,18 +195,40 @@ void client_send(Client &client, OutMessage &out, Buffer *shared)
     if (client.doomed)
         return;
     out_finish(out);
+    OutQueue &queue = client.queue;
     const size_t length = headerLength + out.length;
-    if (client.queue.bytes && client.queue.bytes + length > queueLimit)
+    const bool direct = length >= longMessage && !shared && !client.blocked;
+    if (queue.bytes && (direct || queue.bytes + length > queueLimit))
         flush(client);
-    if (client.queue.bytes && client.queue.bytes + length > queueLimit) {
+    if (queue.bytes && queue.bytes + length > queueLimit)
         client_doom(client);
+    if (client.doomed)
         return;
-    }
-    queue_add(client.queue, out, shared);
-    if (!client.dirty) {
+    queue_reserve(queue, out, shared);
+    iovec *part = out.part;
+    int parts = out.parts;
+    if (direct && !queue.bytes)
+        pieces_send(client.fd, part, parts); // an error comes again with the rest
+    queue_append(queue, part, parts, shared);
+    if (queue.bytes && !client.dirty) {
         client.dirty = true;
         broker().dirty.push_back(&client);
     }
+}
+
+void client_tell(Client &client, OutMessage &out)
+{
+    try {
+        client_send(client, out);
+    } catch (const std::bad_alloc &) {
+        say_no_memory(client, "it is let go");
+        client_doom(client);
+    }
+}
+
+void say_no_memory(const Client &client, const char *outcome)
+{
+    fprintf(stderr, "vesk-busd: no memory for client %08x: %s\n", client.id, outcome);
 }
 
 void client_doom(Client &client)

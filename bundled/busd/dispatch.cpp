@@ -1,8 +1,18 @@
 // One message of a client: what it carries, who handles it, what is answered.
 #include "bundled/busd/busd.h"
 
+#include <new>
+
 namespace
 {
+void send_status(Client &client, uint16_t seq, uint32_t peer, int status)
+{
+    OutMessage out;
+    out_begin(out, UBUS_MSG_STATUS, seq, peer);
+    out_u32(out, UBUS_ATTR_STATUS, static_cast<uint32_t>(status));
+    client_tell(client, out);
+}
+
 int ping(Request &request)
 {
     OutMessage out;
@@ -30,11 +40,12 @@ int invoke(Request &request)
     out_bytes(out, UBUS_ATTR_METHOD, blob_data(attr[UBUS_ATTR_METHOD]), blob_len(attr[UBUS_ATTR_METHOD]));
     if (attr[UBUS_ATTR_DATA])
         out_data(out, attr[UBUS_ATTR_DATA]);
-    client_send(*object->owner, out);
+    client_send(*object->owner, out, request.buffer);
     return noStatus;
 }
 
-// DATA or STATUS of a served call, back to the caller. What fits nowhere is dropped without notice.
+// DATA or STATUS of a served call, back to the caller. What fits nowhere is dropped without notice; without
+// memory the call ends for its caller here, since half an answer would pass for a whole one.
 int relay(Request &request, int required)
 {
     if (!request.attr[UBUS_ATTR_OBJID] || !request.attr[required])
@@ -48,7 +59,12 @@ int relay(Request &request, int required)
     OutMessage out;
     out_begin(out, static_cast<ubus_msg_type>(request.type), request.seq, object->id);
     out_raw(out, blob_data(request.body), blob_len(request.body));
-    client_send(*caller, out);
+    try {
+        client_send(*caller, out, request.buffer);
+    } catch (const std::bad_alloc &) {
+        say_no_memory(*caller, "its call ends with an error");
+        send_status(*caller, request.seq, object->id, UBUS_STATUS_NO_MEMORY);
+    }
     return noStatus;
 }
 
@@ -84,6 +100,16 @@ constexpr int (*handlers[])(Request &) = {
     refuse,             // MONITOR
 };
 static_assert(ARRAY_SIZE(handlers) == __UBUS_MSG_LAST);
+
+int handle(Request &request)
+{
+    try {
+        return request.type < ARRAY_SIZE(handlers) ? handlers[request.type](request) : refuse(request);
+    } catch (const std::bad_alloc &) {
+        say_no_memory(request.client, "its request is refused");
+        return UBUS_STATUS_NO_MEMORY;
+    }
+}
 } // namespace
 
 void answer_begin(const Request &request, OutMessage &out, ubus_msg_type type)
@@ -91,15 +117,12 @@ void answer_begin(const Request &request, OutMessage &out, ubus_msg_type type)
     out_begin(out, type, request.seq, request.peer);
 }
 
-void dispatch(Client &client, const ubus_msghdr &header, blob_attr *body)
+void dispatch(Client &client, const ubus_msghdr &header, blob_attr *body, Buffer *buffer)
 {
-    Request request = { client, header.type, be16_to_cpu(header.seq), be32_to_cpu(header.peer), body, {} };
+    Request request = { client, header.type, be16_to_cpu(header.seq), be32_to_cpu(header.peer), body,
+                        buffer, {} };
     blob_parse(body, request.attr, attributeTypes, UBUS_ATTR_MAX);
-    const int status = header.type < ARRAY_SIZE(handlers) ? handlers[header.type](request) : refuse(request);
-    if (status == noStatus)
-        return;
-    OutMessage out;
-    answer_begin(request, out, UBUS_MSG_STATUS);
-    out_u32(out, UBUS_ATTR_STATUS, static_cast<uint32_t>(status));
-    client_send(client, out);
+    const int status = handle(request);
+    if (status != noStatus)
+        send_status(client, request.seq, request.peer, status);
 }

@@ -2,6 +2,7 @@
 #include "bundled/busd/busd.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 
 namespace
@@ -21,9 +22,11 @@ bool listens(const Object &object, std::string_view id)
                        [id](const std::string &pattern) { return matches(pattern, id); });
 }
 
-// Delivers once per listening object, except to those of `sender` (may be NULL).
-void deliver(const Client *sender, const char *id, const void *payload, size_t length)
+// Delivers once per listening object, except to those of `sender` (may be NULL). False: some listener missed
+// it for want of memory.
+bool deliver(const Client *sender, const char *id, const void *payload, size_t length)
 {
+    bool whole = true;
     Broker &bus = broker();
     Buffer *shared = nullptr;
     const uint16_t seq = ++bus.eventSeq;
@@ -40,10 +43,16 @@ void deliver(const Client *sender, const char *id, const void *payload, size_t l
         out_u32(out, UBUS_ATTR_OBJID, object->id);
         out_string(out, UBUS_ATTR_METHOD, id);
         out_bytes(out, UBUS_ATTR_DATA, shared ? shared->bytes() : payload, length);
-        client_send(*object->owner, out, shared);
+        try {
+            client_send(*object->owner, out, shared);
+        } catch (const std::bad_alloc &) {
+            say_no_memory(*object->owner, "it misses an event");
+            whole = false;
+        }
     }
     if (shared)
         buffer_release(shared);
+    return whole;
 }
 
 int register_pattern(Client &client, blob_attr *data)
@@ -62,16 +71,18 @@ int register_pattern(Client &client, blob_attr *data)
     Object *object = find(broker().objects, id);
     if (!object)
         return UBUS_STATUS_NOT_FOUND;
-    const std::string pattern = blobmsg_get_string(field[patternField]);
+    std::string pattern = blobmsg_get_string(field[patternField]);
     if (object->owner != &client || pattern.empty())
         return UBUS_STATUS_PERMISSION_DENIED;
     if (std::find(object->patterns.begin(), object->patterns.end(), pattern) != object->patterns.end())
         return UBUS_STATUS_OK;
+    make_room(object->patterns, object->patterns.size() + 1);
+    make_room(broker().listeners, broker().listeners.size() + 1);
     if (!client_charge(client, object->kept, sizeof pattern + pattern.size()))
         return UBUS_STATUS_NO_MEMORY;
     if (object->patterns.empty())
         broker().listeners.push_back(object);
-    object->patterns.push_back(pattern);
+    object->patterns.push_back(std::move(pattern));
     return UBUS_STATUS_OK;
 }
 
@@ -88,8 +99,9 @@ int send_event(const Client &client, blob_attr *data)
     const char *id = blobmsg_get_string(field[idField]);
     if (std::string_view(id).starts_with("ubus."))
         return UBUS_STATUS_PERMISSION_DENIED; // the broker's own
-    deliver(&client, id, blobmsg_data(field[dataField]), blobmsg_data_len(field[dataField]));
-    return UBUS_STATUS_OK;
+    const bool whole =
+        deliver(&client, id, blobmsg_data(field[dataField]), blobmsg_data_len(field[dataField]));
+    return whole ? UBUS_STATUS_OK : UBUS_STATUS_NO_MEMORY;
 }
 } // namespace
 
@@ -107,10 +119,14 @@ int event_call(Request &request)
 void event_object_changed(const char *id, const Object &object)
 {
     static blob_buf message; // its memory is used again
-    blob_buf_init(&message, 0);
-    blobmsg_add_u32(&message, "id", object.id);
-    blobmsg_add_string(&message, "path", object.path.c_str());
-    deliver(nullptr, id, blob_data(message.head), blob_len(message.head));
+    try {
+        if (blob_buf_init(&message, 0) != 0 || blobmsg_add_u32(&message, "id", object.id) != 0 ||
+            blobmsg_add_string(&message, "path", object.path.c_str()) != 0)
+            throw std::bad_alloc();
+        deliver(nullptr, id, blob_data(message.head), blob_len(message.head));
+    } catch (const std::bad_alloc &) {
+        say_no_memory(*object.owner, "nobody hears of its object");
+    }
 }
 
 void event_forget(const Object &object)

@@ -125,8 +125,8 @@ void run(int listener)
     }
 }
 
-// The buffers of a long message are freed when it is out. Given back to the kernel each time, their pages
-// would be cleared anew for the next one, which costs three quarters of the rate at 73,752 bytes.
+// The buffer of a long message is freed when it is out. Given back to the kernel each time, its pages would
+// be cleared anew for the next one, which costs more than half of the rate from 300 kB on.
 void keep_memory()
 {
 #ifdef __GLIBC__

@@ -2,6 +2,8 @@
 #include "bundled/busd/busd.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 namespace
 {
@@ -25,11 +27,11 @@ ObjectType *type_of_request(const Request &request)
     blob_attr *signature = request.attr[UBUS_ATTR_SIGNATURE];
     if (!signature || !signature_whole(signature))
         return nullptr;
-    auto *type =
-        new ObjectType{ fresh_id(broker().types), 0,
-                        std::string(static_cast<char *>(blob_data(signature)), blob_len(signature)) };
-    broker().types.emplace(type->id, type);
-    return type;
+    auto type = std::make_unique<ObjectType>(
+        fresh_id(broker().types), 0,
+        std::string(static_cast<char *>(blob_data(signature)), blob_len(signature)));
+    broker().types.emplace(type->id, type.get());
+    return type.release();
 }
 
 void release_type(ObjectType *type)
@@ -59,6 +61,30 @@ void destroy(Object *object)
     object->owner->kept -= object->kept;
     release_type(object->type);
     delete object;
+}
+
+// From where an object is known, its owner's list last.
+void enlist(Object *object)
+{
+    Broker &bus = broker();
+    try {
+        bus.objects.emplace(object->id, object);
+        if (object->named)
+            bus.paths.emplace(object->path, object);
+        object->owner->objects.push_back(object);
+    } catch (const std::bad_alloc &) {
+        take_off(object);
+        throw;
+    }
+}
+
+// The object's way off the bus.
+void drop(Object *object)
+{
+    std::erase(object->owner->objects, object);
+    take_off(object);
+    announce("ubus.object.remove", *object);
+    destroy(object);
 }
 
 void send_hit(const Request &request, const Object &object)
@@ -91,27 +117,30 @@ int object_add(Request &request)
     const blob_attr *path = request.attr[UBUS_ATTR_OBJPATH];
     if (path && bus.paths.count(blob_get_string(path)))
         return UBUS_STATUS_INVALID_ARGUMENT;
-    size_t kept = 0;
     const blob_attr *signature = request.attr[UBUS_ATTR_SIGNATURE];
-    if (!client_charge(request.client, kept,
+    std::unique_ptr<Object, decltype(&destroy)> made(new Object{ fresh_id(bus.objects),
+                                                                 &request.client,
+                                                                 nullptr,
+                                                                 path != nullptr,
+                                                                 path ? blob_get_string(path) : "",
+                                                                 {},
+                                                                 0 },
+                                                     destroy);
+    if (!client_charge(request.client, made->kept,
                        objectCost + (path ? blob_len(path) : 0) + (signature ? blob_len(signature) : 0)))
         return UBUS_STATUS_NO_MEMORY;
-    ObjectType *type = type_of_request(request);
-    if (type)
-        type->objects++;
-    auto *object = new Object{ fresh_id(bus.objects),
-                               &request.client,
-                               type,
-                               path != nullptr,
-                               path ? blob_get_string(path) : "",
-                               {},
-                               kept };
-    bus.objects.emplace(object->id, object);
-    request.client.objects.push_back(object);
-    if (object->named)
-        bus.paths.emplace(object->path, object);
+    made->type = type_of_request(request);
+    if (made->type)
+        made->type->objects++;
+    enlist(made.get());
+    Object *object = made.release();
     announce("ubus.object.add", *object);
-    send_object(request, object->id, signature ? type : nullptr);
+    try {
+        send_object(request, object->id, signature ? object->type : nullptr);
+    } catch (const std::bad_alloc &) {
+        drop(object); // its client will not know its id
+        throw;
+    }
     return UBUS_STATUS_OK;
 }
 
@@ -124,13 +153,9 @@ int object_remove(Request &request)
         return UBUS_STATUS_NOT_FOUND;
     if (object->owner != &request.client)
         return UBUS_STATUS_PERMISSION_DENIED;
-    std::vector<Object *> &owned = request.client.objects;
-    owned.erase(std::find(owned.begin(), owned.end(), object));
-    take_off(object);
     const bool lastOfType = object->type && object->type->objects == 1;
     send_object(request, object->id, lastOfType ? object->type : nullptr);
-    announce("ubus.object.remove", *object);
-    destroy(object);
+    drop(object);
     return UBUS_STATUS_OK;
 }
 
@@ -164,11 +189,6 @@ int object_lookup(Request &request)
 
 void objects_of_gone_client(Client &client)
 {
-    while (!client.objects.empty()) {
-        Object *object = client.objects.back();
-        client.objects.pop_back();
-        take_off(object);
-        announce("ubus.object.remove", *object);
-        destroy(object);
-    }
+    while (!client.objects.empty())
+        drop(client.objects.back());
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <errno.h>
+#include <new>
 #include <stdlib.h>
 #include <sys/socket.h>
 
@@ -23,22 +24,19 @@ void append_piece(OutQueue &queue, Buffer *buffer, uint32_t begin, uint32_t end)
     queue.pieces.push_back({ buffer, begin, end });
 }
 
-void replace_own(OutQueue &queue, size_t capacity)
-{
-    if (queue.own)
-        buffer_release(queue.own);
-    queue.own = buffer_new(std::max(capacity, ownCapacity));
-}
-
 void append_copy(OutQueue &queue, const iovec &part)
 {
-    if (!queue.own || queue.own->capacity - queue.own->used < part.iov_len)
-        replace_own(queue, part.iov_len);
     Buffer *own = queue.own;
     const uint32_t begin = own->used;
     memcpy(own->bytes() + begin, part.iov_base, part.iov_len);
     own->used += static_cast<uint32_t>(part.iov_len);
     append_piece(queue, own, begin, own->used);
+}
+
+bool stands_in(const Buffer *buffer, const iovec &part)
+{
+    const auto *start = static_cast<const char *>(part.iov_base);
+    return buffer && start >= buffer->bytes() && start < buffer->bytes() + buffer->used;
 }
 
 void drop_first(OutQueue &queue)
@@ -79,7 +77,7 @@ Buffer *buffer_new(size_t capacity)
 {
     auto *buffer = static_cast<Buffer *>(malloc(sizeof(Buffer) + capacity));
     if (!buffer)
-        abort(); // a broker that can't queue is of no use to anybody
+        throw std::bad_alloc();
     buffer->references = 1;
     buffer->used = 0;
     buffer->capacity = static_cast<uint32_t>(capacity);
@@ -92,19 +90,33 @@ void buffer_release(Buffer *buffer)
         free(buffer);
 }
 
-void queue_add(OutQueue &queue, const OutMessage &out, Buffer *shared)
+void queue_reserve(OutQueue &queue, const OutMessage &out, const Buffer *shared)
 {
-    for (int i = 0; i < out.parts; i++) {
-        const iovec &part = out.part[i];
-        const char *start = static_cast<const char *>(part.iov_base);
-        if (shared && start >= shared->bytes() && start < shared->bytes() + shared->used) {
-            const auto begin = static_cast<uint32_t>(start - shared->bytes());
-            append_piece(queue, shared, begin, begin + static_cast<uint32_t>(part.iov_len));
-        } else {
-            append_copy(queue, part);
+    size_t copied = 0;
+    for (int i = 0; i < out.parts; i++)
+        copied += stands_in(shared, out.part[i]) ? 0 : out.part[i].iov_len;
+    make_room(queue.pieces, queue.pieces.size() + static_cast<size_t>(out.parts));
+    if (queue.own && queue.own->capacity - queue.own->used >= copied)
+        return;
+    Buffer *fresh = buffer_new(std::max(copied, ownCapacity));
+    if (queue.own)
+        buffer_release(queue.own);
+    queue.own = fresh;
+}
+
+void queue_append(OutQueue &queue, const iovec *part, int parts, Buffer *shared)
+{
+    for (const iovec *end = part + parts; part < end; part++) {
+        queue.bytes += part->iov_len;
+        if (!stands_in(shared, *part)) {
+            append_copy(queue, *part);
+            continue;
         }
-        queue.bytes += part.iov_len;
+        const auto begin = static_cast<uint32_t>(static_cast<const char *>(part->iov_base) - shared->bytes());
+        append_piece(queue, shared, begin, begin + static_cast<uint32_t>(part->iov_len));
     }
+    if (!queue.bytes)
+        rewind(queue);
 }
 
 Sent queue_send(OutQueue &queue, int fd)

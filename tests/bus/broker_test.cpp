@@ -1,7 +1,11 @@
 // The broker in bytes: requests and their answers, calls on their way, events; long messages, readers that
 // don't read, nonsense.
+#include "tests/bus/failing_memory.h"
 #include "tests/bus/harness.h"
 
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 
 namespace {
@@ -227,6 +231,77 @@ TEST_F(BrokerWire, KeepsSoMuchForAClientAndNoMore) {
     EXPECT_EQ(status, 11);
     EXPECT_LT(held, 30);
     EXPECT_TRUE(other.alive());
+}
+
+/** A client's life, in which each request is done, refused for want of memory, or the last one. */
+void live(const std::string &path) {
+    Wire wire(path);
+    const auto ask = [&](const std::string &request) {
+        const int status = wire.ask(request).value_or(11);
+        EXPECT_TRUE(status == 0 || status == 11) << status;
+        return status == 0;
+    };
+    const uint32_t named = wire.add_object(published(("life" + std::string(5000, '.')).c_str(), signature)),
+                   listener = wire.add_object("");
+    if (!named || !listener) return;
+    for (const char *pattern : { "a", "life.*" }) ask(listen_to(listener, pattern));
+    for (const char *objects : { "life*", "*" }) ask(lookup(objects));
+    for (const size_t size : { 3, 5000, 200000 }) {
+        ask(event(std::string(size, 'e'), payload_of(size)));
+        const std::string content = object_attr(named) + method_attr("set") + data_attr(payload_of(size));
+        wire.send(message(UBUS_MSG_INVOKE, 8, named, content)); // to itself
+        if (wire.receive().type != UBUS_MSG_INVOKE) continue;
+        const std::string status = object_attr(named) + attr(UBUS_ATTR_STATUS, be32(0));
+        ask(message(UBUS_MSG_DATA, 8, wire.id, content) + message(UBUS_MSG_STATUS, 8, wire.id, status));
+    }
+    ask(removal(named));
+}
+
+// Each allocation fails in turn, alone or with all that follow, while one client lives its life. Another one, which
+// listens, is served as before, hears whole events or none, and finds nothing that is left of the first.
+TEST(BrokerMemory, AnyAllocationMayFail) {
+    const int file = memfd_create("plan", 0);
+    ASSERT_EQ(ftruncate(file, sizeof(Plan)) + dup2(file, PLAN_FD), PLAN_FD);
+    auto &plan = *static_cast<Plan *>(mmap(nullptr, sizeof(Plan), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+    const std::string errors = "/tmp/vesk-bus.errors." + std::to_string(getpid());
+    Broker broker(VESK_TEST_FAILING_BROKER, errors.c_str());
+    std::ifstream lines(errors);
+    Wire other(broker.path);
+    const uint32_t object = other.hear("*");
+    EXPECT_NE(other.add_object(published("other", signature)), 0u);
+    size_t heard = 0;
+    const auto finds_itself_alone = [&] {
+        EXPECT_EQ(other.ask(lookup("*")), 0);
+        size_t found = 0;
+        for (const Message &m : other.data) {
+            found += m.type == UBUS_MSG_DATA;
+            if (m.type == UBUS_MSG_DATA || (*m.get(UBUS_ATTR_METHOD))[0] == 'u') continue;
+            const std::string id(m.get(UBUS_ATTR_METHOD)->size() - 1, 'e');
+            EXPECT_EQ(m.body, object_attr(object) + method_attr(id) + data_attr(payload_of(id.size())));
+            heard += id.size();
+        }
+        return found == 1;
+    };
+    for (const int failing : { 1, 1000000 }) {
+        plan = {};
+        for (int granted = 0; plan.failing == 0; granted++) {
+            SCOPED_TRACE(std::to_string(failing) + " after " + std::to_string(granted));
+            heard = 0;
+            plan = { granted, failing };
+            live(broker.path);
+            const bool failed = plan.failing != failing;
+            if (failed) plan.failing = 0;
+            ASSERT_TRUE(eventually(finds_itself_alone));
+            size_t told = 0;
+            for (std::string line; std::getline(lines, line); told++)
+                EXPECT_THAT(line,
+                            testing::MatchesRegex("vesk-busd: no memory for (client [0-9a-f]+|one more client): .+"));
+            EXPECT_EQ(told > 0, failed);
+            lines.clear();
+        }
+        EXPECT_EQ(heard, 3 + 5000 + 200000u); // the last time none failed
+    }
+    unlink(errors.c_str());
 }
 
 TEST_F(BrokerWire, LeavesALiveBrokersSocketAlone) {

@@ -68,12 +68,12 @@ struct Message {
     std::string whole() const { return message(type, seq, peer, body); }
 };
 
-// A broker on a socket of its own. VESK_TEST_OTHER_BROKER in the environment:
-// that program instead of the built one.
+// A broker on a socket of its own. VESK_TEST_OTHER_BROKER in the environment: that program instead of the built one.
 struct Broker {
     std::string path = "/tmp/vesk-bus." + std::to_string(getpid());
     pid_t pid = -1;
-    Broker() { start(); }
+    const char *program, *errors; // errors: file for its standard error; NULL: the test's
+    explicit Broker(const char *p = VESK_TEST_BROKER, const char *e = nullptr) : program(p), errors(e) { start(); }
     ~Broker() { stop(), unlink(path.c_str()); }
     void start();
     void stop() { end_child(std::exchange(pid, -1)); }
