@@ -26,6 +26,7 @@ void add_bss(const Attributes &answer, List<Bss> &networks)
     bss.capability = attr_value<uint16_t>(values[NL80211_BSS_CAPABILITY]);
     const Bytes elements = attr_bytes(values[NL80211_BSS_INFORMATION_ELEMENTS]);
     bss.width = element_width(elements);
+    bss.phy = element_phy(elements);
     element_ssid(elements, bss.ssid);
     element_security(elements, bss.capability, bss.security);
     list_add(networks, bss);

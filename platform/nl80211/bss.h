@@ -14,6 +14,7 @@ struct Bss {
     uint32_t age;       // ms since it was heard
     int rssi;           // dBm; 0 if the driver knows no dBm
     uint16_t width;     // MHz
+    uint8_t phy;        // type by dot11PHYType: 7 HT, 9 VHT, 14 HE; 0 before 802.11n
     uint16_t capability;
     char ssid[33];
     char security[32];

@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include <poll.h>
@@ -22,8 +23,6 @@ namespace radio
 
 namespace
 {
-
-constexpr size_t commandSize = 2048;
 
 int patience = ctrlPatience;
 
@@ -125,10 +124,10 @@ CtrlIdentity ctrl_identity(CtrlPeer peer, const char *ifName)
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size)
 {
     if (is_silent(socketPath))
-        return -1;
+        return ctrlNobody;
     const int fd = ctrl_open(socketPath);
     if (fd < 0)
-        return -1;
+        return ctrlNobody;
     const int64_t end = clock_ms() + patience;
     ssize_t length = -1;
     if (wait_for(fd, POLLOUT, end) &&
@@ -177,22 +176,65 @@ int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, c
 {
     Path path;
     if (!ctrl_path(peer, ifName, path))
-        return -1;
+        return ctrlNobody;
     return ctrl_ask(path, command, reply, size);
+}
+
+namespace
+{
+
+void add_text(Command &command, const char *format, va_list arguments)
+{
+    const size_t left = sizeof command.text - command.length;
+    const int length = vsnprintf(command.text + command.length, left, format, arguments);
+    const bool fits = length >= 0 && static_cast<size_t>(length) < left;
+    command.length = fits ? command.length + static_cast<size_t>(length) : sizeof command.text - 1;
+}
+
+} // namespace
+
+void command_add(Command &command, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    add_text(command, format, arguments);
+    va_end(arguments);
+}
+
+void command_add_hex(Command &command, std::span<const uint8_t> bytes)
+{
+    for (const uint8_t byte : bytes)
+        command_add(command, "%02x", byte);
+}
+
+int ctrl_send(CtrlPeer peer, const char *ifName, const Command &command, int *number)
+{
+    const auto word = static_cast<int>(strcspn(command.text, " "));
+    char reply[64];
+    if (command.length >= sizeof command.text - 1)
+        return log_refusal("%s: %.*s: too long", ifName, word, command.text);
+    const int status = ctrl_ask_interface(peer, ifName, command.text, reply, sizeof reply);
+    if (status == ctrlNobody)
+        log_once(levelError, "%s: %.*s: nobody answers", ifName, word, command.text);
+    if (status != 0)
+        return -1;
+    char *end;
+    const long value = strtol(reply, &end, 10);
+    if (end == reply && strncmp(reply, "OK", 2) != 0)
+        return log_refusal("%s: %.*s was refused", ifName, word, command.text);
+    if (number)
+        *number = static_cast<int>(value);
+    return 0;
 }
 
 int ctrl_tell(CtrlPeer peer, const char *ifName, const char *format, ...)
 {
-    char command[commandSize];
+    Command command = {};
     va_list arguments;
     va_start(arguments, format);
-    const int length = vsnprintf(command, sizeof command, format, arguments);
+    add_text(command, format, arguments);
     va_end(arguments);
-    char reply[64];
-    if (length < 0 || static_cast<size_t>(length) >= sizeof command ||
-        ctrl_ask_interface(peer, ifName, command, reply, sizeof reply) != 0)
-        return -1;
-    return strncmp(reply, "OK", 2) == 0 ? 0 : -1;
+    return ctrl_send(peer, ifName, command);
 }
 
 } // namespace radio

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "platform/nl80211/places.h"
 
@@ -21,8 +22,8 @@ void ctrl_set_patience(int ms);
  * poll. */
 inline constexpr int ctrlRest = 1000; // ms
 
-/** 0: `reply` (of `size` bytes) holds the text, terminated. -1: no socket, no room for its path, or no reply.
- */
+/** 0: `reply` (of `size` bytes) holds the text, terminated. Negative: no socket, no room for its path, or no
+ * reply; ctrlNobody where nothing was sent. */
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size);
 
 /** The value behind "NAME=" at the beginning of a line, up to the line's end. False if there is none. */
@@ -50,10 +51,25 @@ struct CtrlIdentity {
 };
 CtrlIdentity ctrl_identity(CtrlPeer peer, const char *ifName);
 
-/** A command to an interface's daemon. 0, or -1. */
+/** A command to an interface's daemon. 0, or negative: ctrlNobody if the log has no line about it. */
 int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size);
+inline constexpr int ctrlNobody = -2;
 
-/** A command whose reply has to be "OK". 0, or -1. */
+/** A command that is put together, at first all zero. One that has become too long isn't sent. */
+struct Command {
+    char text[4096]; // what hostapd receives at most
+    size_t length;
+};
+void command_add(Command &command, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void command_add_hex(Command &command, std::span<const uint8_t> bytes);
+
+/**
+ * A command whose reply has to be "OK" or a number, which goes into `number`. 0; or -1 with a line, which
+ * names no more of the command than its first word.
+ */
+int ctrl_send(CtrlPeer peer, const char *ifName, const Command &command, int *number = nullptr);
+
+/** The same in one go. */
 int ctrl_tell(CtrlPeer peer, const char *ifName, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 

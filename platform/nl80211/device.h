@@ -31,6 +31,12 @@ bool device_find(const char *name, Radio &radio);
 /** Whose phy an interface stands on. False if it is none of the two radios. */
 bool device_of_wiphy(int wiphy, Radio &radio);
 
+/** Where a radio goes. */
+struct SwitchTarget {
+    int channel;
+    int width; // index
+};
+
 /** What is remembered of a radio; zero when another phy takes its place. */
 struct Memory {
     bool hasPower;
@@ -41,6 +47,9 @@ struct Memory {
     Survey sample;
     int64_t sampled; // ms
     Load load;
+
+    SwitchTarget pending; // a switch of the channel that was begun
+    int64_t pendingUntil; // ms
 };
 
 /** Calls `use` with what is remembered, which nobody else sees meanwhile. `use` must not block. */

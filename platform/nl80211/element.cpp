@@ -194,6 +194,15 @@ uint16_t element_width(Bytes list)
     return ht.size() >= 2 && (ht[1] & 3) != 0 ? 40 : 20; // the second channel's place
 }
 
+uint8_t element_phy(Bytes list)
+{
+    if (!element_find_extension(list, extensionHeCapabilities).empty())
+        return 14;
+    if (!element_find(list, elementVhtCapabilities).empty())
+        return 9;
+    return element_find(list, elementHtCapabilities).empty() ? 0 : 7;
+}
+
 void element_security(Bytes list, uint16_t capability, char (&text)[32])
 {
     constexpr uint16_t privacy = 1 << 4;

@@ -14,15 +14,18 @@ using Bytes = std::span<const uint8_t>;
 enum ElementId : uint8_t {
     elementSsid = 0,
     elementMeasurementReport = 39,
+    elementHtCapabilities = 45,
     elementRsn = 48,
     elementHtOperation = 61,
     elementRadioMeasurement = 70,
     elementExtendedCapabilities = 127,
+    elementVhtCapabilities = 191,
     elementVhtOperation = 192,
     elementVendor = 221,
     elementExtension = 255, // the first byte of the body tells which
 };
 
+inline constexpr uint8_t extensionHeCapabilities = 35;
 inline constexpr uint8_t extensionHeOperation = 36;
 
 /** Takes the next element off the list. False at its end, or where the rest is no whole element. */
@@ -38,6 +41,9 @@ void element_ssid(Bytes list, char (&ssid)[33]);
 
 /** Width of the network's channel in MHz, from the HT, VHT and HE Operation elements: 20 to 160. */
 uint16_t element_width(Bytes list);
+
+/** dot11PHYType of what the network can do: 14 HE, 9 VHT, 7 HT; 0 without any of them. */
+uint8_t element_phy(Bytes list);
 
 /** "OPEN", "WEP", "WPA2-PSK", "WPA2-PSK/WPA3-SAE" ...; `capability` is the beacon's. */
 void element_security(Bytes list, uint16_t capability, char (&text)[32]);

@@ -194,8 +194,7 @@ int hostapd_ask_abilities(const char *ifName, const uint8_t *mac, Abilities &abi
 {
     char command[32];
     char reply[ctrlReplySize];
-    snprintf(command, sizeof command, "STA %02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3],
-             mac[4], mac[5]);
+    snprintf(command, sizeof command, "STA %s", mac_text(mac).text);
     if (ctrl_ask_interface(CtrlPeer::accessPoint, ifName, command, reply, sizeof reply) != 0)
         return -1;
     abilities = hostapd_abilities(reply);

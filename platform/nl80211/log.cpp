@@ -81,6 +81,15 @@ void log_line(Level level, const char *format, ...)
     va_end(arguments);
 }
 
+int log_refusal(const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    write_line(levelError, false, format, arguments);
+    va_end(arguments);
+    return -1;
+}
+
 void log_once(Level level, const char *format, ...)
 {
     va_list arguments;

@@ -17,8 +17,11 @@ void log_set_name(const char *name);
 
 void log_line(Level level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
-/** The same, but left out if it is one of the last lines that were written this way: for what a poll finds
- * anew. */
+/** Why a command isn't carried out, as an error. Always -1. */
+int log_refusal(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+/** The same as log_line, but left out if it is one of the last lines that were written this way: for what a
+ * poll finds anew. */
 void log_once(Level level, const char *format, ...) __attribute__((format(printf, 2, 3)));
 
 } // namespace radio

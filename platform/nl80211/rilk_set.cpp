@@ -3,8 +3,11 @@
 
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/log.h"
+#include "platform/nl80211/places.h"
 #include "platform/nl80211/scan.h"
 #include "platform/nl80211/settings.h"
+#include "platform/nl80211/steering.h"
+#include "platform/nl80211/switch.h"
 
 using namespace radio;
 
@@ -16,6 +19,14 @@ int unsupported(const char *function)
 {
     log_once(levelError, "%s isn't supported by this library yet", function);
     return -1;
+}
+
+int change_element(const char *ifName, uint32_t frames, const uint8_t *data, uint32_t length, bool add)
+{
+    VendorElement element = {};
+    if (!is_name(ifName) || !data || vendor_take(ifName, frames, data, length, element) != 0)
+        return -1;
+    return settings_element(ifName, element, add);
 }
 
 } // namespace
@@ -32,7 +43,10 @@ int rilk_setWNMEnable(const char *ifName, int32_t enable)
 
 int rilk_disConnectSta(const char *ifName, const char *mac)
 {
-    return mac ? ctrl_tell(CtrlPeer::accessPoint, ifName, "DISASSOCIATE %s", mac) : -1;
+    uint8_t bytes[6];
+    if (!mac || !read_mac(mac, bytes) || !is_station_mac(bytes))
+        return log_refusal("%s: nobody to disconnect: no station's address", is_name(ifName) ? ifName : "?");
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "DISASSOCIATE %s", mac_text(bytes).text);
 }
 
 int rilk_setVapAclMac(const char *ifName, const RilkAclMac *acl)
@@ -84,14 +98,19 @@ int rilk_getScanNeighborApOneChannel(const char *radioName, int32_t channel, Ves
     return neighbors && device_find(radioName, radio) ? scan_fill_neighbors(radio, channel, neighbors) : -1;
 }
 
-int rilk_setRadioCurChannel(const char *, int32_t)
+int rilk_setRadioCurChannel(const char *radioIfname, int32_t channel)
 {
-    return unsupported(__func__);
+    Radio radio;
+    return device_find(radioIfname, radio) ? switch_radio(radio, widthKept, channel) : -1;
 }
 
-int rilk_setRadioChanSpec(const char *, int32_t, int32_t)
+int rilk_setRadioChanSpec(const char *radioIfname, int32_t bandwidth, int32_t channel)
 {
-    return unsupported(__func__);
+    Radio radio;
+    if (!device_find(radioIfname, radio))
+        return -1;
+    return bandwidth < 0 ? log_refusal("%s: no such width", radio.name)
+                         : switch_radio(radio, bandwidth, channel);
 }
 
 int rilk_setBstaAutoConnect(const VeskBstaAuto *)
@@ -104,24 +123,24 @@ int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *)
     return unsupported(__func__);
 }
 
-int rilk_sendBeaconReq(const char *, const RilkBeaconReq *)
+int rilk_sendBeaconReq(const char *ifName, const RilkBeaconReq *req)
 {
-    return unsupported(__func__);
+    return is_name(ifName) && req ? steering_request_beacon(ifName, *req) : -1;
 }
 
-int rilk_sendBTMReq(const char *, const RilkBtmReq *)
+int rilk_sendBTMReq(const char *ifName, const RilkBtmReq *req)
 {
-    return unsupported(__func__);
+    return is_name(ifName) && req ? steering_request_move(ifName, *req) : -1;
 }
 
-int rilk_addVendorIE(const char *, uint32_t, const uint8_t *, uint32_t)
+int rilk_addVendorIE(const char *ifName, uint32_t pktType, const uint8_t *data, uint32_t dataLen)
 {
-    return unsupported(__func__);
+    return change_element(ifName, pktType, data, dataLen, true);
 }
 
-int rilk_delVendorIE(const char *, uint32_t, const uint8_t *, uint32_t)
+int rilk_delVendorIE(const char *ifName, uint32_t pktType, const uint8_t *data, uint32_t dataLen)
 {
-    return unsupported(__func__);
+    return change_element(ifName, pktType, data, dataLen, false);
 }
 
 int rilk_cleanHwFwdRule(const char *)

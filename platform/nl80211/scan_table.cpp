@@ -73,10 +73,8 @@ VeskScanNeighbor *make_block(int channel, const Bss &bss)
     auto *block = static_cast<VeskScanNeighbor *>(calloc(1, sizeof(VeskScanNeighbor)));
     if (!block)
         return nullptr;
-    const uint8_t *mac = bss.bssid;
     block->ch = channel;
-    snprintf(block->bssid, sizeof block->bssid, "%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2],
-             mac[3], mac[4], mac[5]);
+    put_text(block->bssid, mac_text(bss.bssid).text);
     put_text(block->ssid, bss.ssid);
     put_text(block->text, bss.security);
     block->rssi = bss.rssi;
@@ -134,6 +132,25 @@ void scan_set_channels(const uint32_t *channels, int32_t count)
     channelCount = static_cast<size_t>(std::clamp(count, 0, VESK_SCAN_CHANNELS));
     std::copy_n(channels, channelCount, channelList);
     pthread_mutex_unlock(&lock);
+}
+
+bool scan_find(const uint8_t *bssid, uint32_t &frequency, uint8_t &phy)
+{
+    bool found = false;
+    pthread_mutex_lock(&lock);
+    for (const auto &radio : visited) {
+        for (const Visited &place : radio) {
+            for (const Bss &bss : place.networks) {
+                if (memcmp(bss.bssid, bssid, sizeof bss.bssid) != 0)
+                    continue;
+                found = true;
+                frequency = bss.frequency;
+                phy = bss.phy;
+            }
+        }
+    }
+    pthread_mutex_unlock(&lock);
+    return found;
 }
 
 size_t scan_channels_of(const Radio &radio, uint8_t (&numbers)[VESK_SCAN_CHANNELS])

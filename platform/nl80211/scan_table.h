@@ -35,6 +35,9 @@ void scan_keep(int radio, const Figures &figures, List<Bss> &networks);
 /** The daemon's channels of a radio's band, in their order; the number of them. */
 size_t scan_channels_of(const Radio &radio, uint8_t (&numbers)[VESK_SCAN_CHANNELS]);
 
+/** Where a network was heard, and its phy type (0: not 802.11n). False if no scan has met it. */
+bool scan_find(const uint8_t *bssid, uint32_t &frequency, uint8_t &phy);
+
 void scan_forget();
 
 } // namespace radio

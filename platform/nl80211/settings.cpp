@@ -29,6 +29,8 @@ struct Bss {
     char ifName[16]; // "": a free place
     Wish rrm, wnm;
     List<Mac> blocked;
+    bool hasElements; // was given some: an empty list is told, too
+    List<VendorElement> elements;
     CtrlIdentity told; // which socket it was
     int tries;         // 0: taken by the socket
 };
@@ -43,9 +45,8 @@ CtrlIdentity identity_of(const char *ifName)
 
 int tell_block(const char *ifName, const Mac &mac, bool blocked)
 {
-    const uint8_t *b = mac.bytes;
-    return ctrl_tell(CtrlPeer::accessPoint, ifName, "DENY_ACL %s %02x:%02x:%02x:%02x:%02x:%02x",
-                     blocked ? "ADD_MAC" : "DEL_MAC", b[0], b[1], b[2], b[3], b[4], b[5]);
+    return ctrl_tell(CtrlPeer::accessPoint, ifName, "DENY_ACL %s %s", blocked ? "ADD_MAC" : "DEL_MAC",
+                     mac_text(mac.bytes).text);
 }
 
 int tell(const char *ifName, const char *setting, Wish wish)
@@ -84,34 +85,49 @@ Bss *bss_for(const char *ifName)
     return free;
 }
 
-/** Remembers by `note` and tells by `say`, which returns 0 or -1. */
+/**
+ * Remembers by `note`, which returns false to refuse, and tells by `say`, which returns 0 or -1. A socket
+ * that is new isn't taken for told by one command: settings_renew has more to say to it.
+ */
 template <class Note, class Say>
 int settle(const char *ifName, Note note, Say say)
 {
     if (!is_name(ifName))
         return -1;
     const CtrlIdentity identity = identity_of(ifName);
+    pthread_mutex_lock(&lock);
+    Bss *bss = bss_for(ifName);
+    const bool taken = bss && note(*bss);
+    pthread_mutex_unlock(&lock);
+    if (!taken)
+        return -1;
     const int status = say();
     pthread_mutex_lock(&lock);
-    if (Bss *bss = bss_for(ifName)) {
-        note(*bss);
+    if (bss->told.inode == 0)
         bss->told = identity;
-        bss->tries = std::max(bss->tries, status == 0 ? 0 : 1);
-    }
+    bss->tries = std::max(bss->tries, status == 0 ? 0 : 1);
     pthread_mutex_unlock(&lock);
     return status;
 }
 
-/** A BSS that a socket has to be told of: the wishes, and the blocked stations in `blocked`. */
-bool take_pending(Bss &place, const CtrlIdentity &now, Bss &pending, List<Mac> &blocked)
+template <class T>
+void copy_list(List<T> &to, const List<T> &from)
+{
+    for (const T &each : from)
+        list_add(to, each);
+}
+
+/** A BSS that a socket has to be told of: the wishes, and copies of its lists. */
+bool take_pending(Bss &place, const CtrlIdentity &now, Bss &pending, List<Mac> &blocked,
+                  List<VendorElement> &elements)
 {
     pthread_mutex_lock(&lock);
     const bool isNew = !(place.told == now);
     const bool due = now.inode != 0 && (isNew || (place.tries > 0 && place.tries < telling));
     if (due) {
         pending = place;
-        for (const Mac &mac : place.blocked)
-            list_add(blocked, mac);
+        copy_list(blocked, place.blocked);
+        copy_list(elements, place.elements);
         place.told = now;
         place.tries = isNew ? 1 : place.tries + 1;
     }
@@ -127,7 +143,8 @@ void renew(Bss &place)
     pthread_mutex_unlock(&lock);
     Bss pending = {};
     LocalList<Mac> blocked;
-    if (ifName[0] == '\0' || !take_pending(place, identity_of(ifName), pending, blocked))
+    LocalList<VendorElement> elements;
+    if (ifName[0] == '\0' || !take_pending(place, identity_of(ifName), pending, blocked, elements))
         return;
     int status = 0;
     if (pending.rrm != Wish::none)
@@ -136,6 +153,8 @@ void renew(Bss &place)
         status |= tell_wnm(ifName, pending.wnm);
     for (const Mac &mac : blocked)
         status |= tell_block(ifName, mac, true);
+    if (pending.hasElements)
+        status |= vendor_tell(ifName, elements);
     log_line(levelNotice, "%s: told hostapd anew%s", ifName,
              status == 0 ? "" : ", which didn't take all of it");
     pthread_mutex_lock(&lock);
@@ -144,13 +163,12 @@ void renew(Bss &place)
     pthread_mutex_unlock(&lock);
 }
 
-void note_block(List<Mac> &blocked, const Mac &mac, bool isBlocked)
+bool note_block(List<Mac> &blocked, const Mac &mac, bool isBlocked)
 {
     Mac *end = std::remove_if(blocked.begin(), blocked.end(),
                               [&](const Mac &each) { return memcmp(each.bytes, mac.bytes, 6) == 0; });
     blocked.count = static_cast<size_t>(end - blocked.begin());
-    if (isBlocked)
-        list_add(blocked, mac);
+    return !isBlocked || list_add(blocked, mac);
 }
 
 } // namespace
@@ -159,14 +177,24 @@ int settings_rrm(const char *ifName, bool on)
 {
     const Wish wish = on ? Wish::on : Wish::off;
     return settle(
-        ifName, [&](Bss &bss) { bss.rrm = wish; }, [&] { return tell_rrm(ifName, wish); });
+        ifName,
+        [&](Bss &bss) {
+            bss.rrm = wish;
+            return true;
+        },
+        [&] { return tell_rrm(ifName, wish); });
 }
 
 int settings_wnm(const char *ifName, bool on)
 {
     const Wish wish = on ? Wish::on : Wish::off;
     return settle(
-        ifName, [&](Bss &bss) { bss.wnm = wish; }, [&] { return tell_wnm(ifName, wish); });
+        ifName,
+        [&](Bss &bss) {
+            bss.wnm = wish;
+            return true;
+        },
+        [&] { return tell_wnm(ifName, wish); });
 }
 
 int settings_block(const char *ifName, const uint8_t *bytes, bool blocked)
@@ -174,8 +202,23 @@ int settings_block(const char *ifName, const uint8_t *bytes, bool blocked)
     Mac mac;
     memcpy(mac.bytes, bytes, sizeof mac.bytes);
     return settle(
-        ifName, [&](Bss &bss) { note_block(bss.blocked, mac, blocked); },
+        ifName, [&](Bss &bss) { return note_block(bss.blocked, mac, blocked); },
         [&] { return tell_block(ifName, mac, blocked); });
+}
+
+int settings_element(const char *ifName, const VendorElement &element, bool add)
+{
+    LocalList<VendorElement> elements;
+    const auto note = [&](Bss &bss) {
+        if (!(add ? vendor_add(bss.elements, element) : vendor_remove(bss.elements, element))) {
+            log_refusal("%s: vendor element: %s", ifName, add ? "too many" : "it isn't there");
+            return false;
+        }
+        bss.hasElements = true;
+        copy_list(elements, bss.elements);
+        return true;
+    };
+    return settle(ifName, note, [&] { return vendor_tell(ifName, elements); });
 }
 
 void settings_renew()
@@ -189,6 +232,7 @@ void settings_forget()
     pthread_mutex_lock(&lock);
     for (Bss &bss : all) {
         list_free(bss.blocked);
+        list_free(bss.elements);
         bss = {};
     }
     pthread_mutex_unlock(&lock);

@@ -38,8 +38,9 @@ void add_channel(const nlattr *attr, Wiphy &wiphy)
     channel.band = static_cast<uint8_t>(band);
     channel.limits = limits_of(values);
     channel.disabled = values[NL80211_FREQUENCY_ATTR_DISABLED] != nullptr;
-    channel.unavailable =
-        attr_value<uint32_t>(values[NL80211_FREQUENCY_ATTR_DFS_STATE]) == NL80211_DFS_UNAVAILABLE;
+    const auto state = attr_value<uint32_t>(values[NL80211_FREQUENCY_ATTR_DFS_STATE]);
+    channel.unavailable = state == NL80211_DFS_UNAVAILABLE;
+    channel.cleared = state == NL80211_DFS_AVAILABLE;
 }
 
 /** One piece of a wiphy; a band's channels come over several of them. */

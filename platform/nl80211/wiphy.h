@@ -22,6 +22,7 @@ struct Channel {
     uint16_t limits; // ChannelLimit
     bool disabled;
     bool unavailable; // radar was detected less than half an hour ago
+    bool cleared;     // it was listened to for radar, and there was none
 };
 
 inline constexpr size_t wiphyChannels = 96; // of both bands, all numbers

@@ -7,6 +7,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <ranges>
 
 #include "platform/nl80211/config.h"
 #include "platform/nl80211/ctrl.h"
@@ -47,7 +48,7 @@ void FakeHostapd::serve() {
         const std::lock_guard guard(lock);
         heard.push_back(command);
         if (command.starts_with("ATTACH")) listener.assign(reinterpret_cast<char *>(&from), size);
-        for (const auto &[begin, reply] : replies)
+        for (const auto &[begin, reply] : std::views::reverse(replies)) // the longest row that fits
             if (command.starts_with(begin)) {
                 for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
                     end = reply.find('\f', at);
