@@ -13,7 +13,7 @@ import unittest
 
 import jsonschema
 
-from world import (EVIL, PATIENCE, PHONE, ROOT, SHY, browse, device, eventually, in_json, run, set_device, show_device,
+from world import (EVIL, PATIENCE, PHONE, ROOT, SHY, World, browse, device, drelm, eventually, in_json, run, set_device,
                    start_broker, start_daemon, veskctl)
 
 RECORD = "/tmp/record.jsonl"
@@ -26,46 +26,27 @@ def check_schema(name, value):
     jsonschema.validate(value, schema)
 
 
-def drelm(line):
-    with open("/tmp/drelm.in", "w") as fifo:
-        fifo.write(line + "\n")
-
-
-class World(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.broker = start_broker()
-        cls.before_the_scans()
-        cls.daemon = start_daemon()
-        eventually(lambda: os.path.exists("/tmp/vesk_ready"))
-
-    @classmethod
-    def before_the_scans(cls):
-        pass
-
-    @classmethod
-    def tearDownClass(cls):
-        for process in (cls.daemon, cls.broker):
-            process.kill()
-            process.wait()
-
-    def assert_shape(self, seen, console):
-        self.assertEqual(len(console), 1, console)  # the check page's own, which shows that they are caught
-        self.assertEqual([(f["overflow"], f["cut"], f["outside"]) for f in seen], [(0, [], [])] * 2)
+def show_device(description, command, text):
+    """Waits until what the client shows of the new device holds the text."""
+    set_device(description)
+    eventually(lambda: text in veskctl(*command.split()))
 
 
 class Device(World):
     @classmethod
-    def before_the_scans(cls):
-        """With a daemon whose scans are an hour off. The recorder is heard to listen before the next one starts."""
-        daemon = start_daemon(3600)
+    def setUpClass(cls):
+        """First a daemon whose scans are an hour off. The recorder is heard to listen before the next one starts."""
+        cls.first_scan = 3600
+        super().setUpClass()
         for command in ("metrics", "report", "explain ready", "status", "--json report"):
             early[command] = veskctl(*command.split(), LANG="C", LC_ALL="C")
         cls.recorder = subprocess.Popen(["veskctl", "record", RECORD])
         eventually(lambda: os.path.exists("/tmp/drelm.in"))
         eventually(lambda: drelm("radar 01") or os.path.exists(RECORD) and os.path.getsize(RECORD) > 0)
-        daemon.terminate()
-        daemon.wait()
+        cls.daemon.terminate()
+        cls.daemon.wait()
+        cls.daemon = start_daemon()
+        eventually(lambda: os.path.exists("/tmp/vesk_ready"))
 
     @classmethod
     def tearDownClass(cls):
@@ -90,9 +71,10 @@ class Device(World):
                                          r" +/tmp/vesk\.log:\d+: VESK > .*band=1, .*itv=3601")
 
     def test_json_keeps_to_the_schemas(self):
-        for command in ("version", "radios", "radio 5", "vaps", "vap ath0", "stats 2.4", "stations", "scan",
-                        "neighbors", "channels 5", "channels 5 --recommend", "station 02:5e:70:00:00:01", "channel 2.4", "interfaces", "nol 5", "vlan", "backhaul info",
-                        "capability 5", "report", "status", "scan-trigger 2.4", "explain ready", "explain scan"):
+        for command in ("version", "radios", "radio 5", "vaps", "vap ath0", "stats 2.4", "stations", "scan", "neighbors",
+                        "channels 5", "channels 5 --recommend", "station 02:5e:70:00:00:01", "channel 2.4", "interfaces",
+                        "nol 5", "vlan", "backhaul info", "capability 5", "report", "status", "scan-trigger 2.4",
+                        "explain ready", "explain scan"):
             with self.subTest(command):
                 name = {"backhaul info": "backhaul-info", "scan-trigger 2.4": "done",
                         "channels 5 --recommend": "channels-recommend"}.get(command, command.split()[0])
@@ -135,17 +117,27 @@ class Device(World):
         known = set(re.findall(r"# TYPE (\S+)", text)) | {"vesk_scan_age_seconds"}
         self.assertEqual(shown - known, set())
 
-    def test_files_are_replaced_in_one_step(self):
+    def test_outputs(self):
         for command, end in (("metrics", "\n"), ("report", "</html>\n")):
             path = pathlib.Path(f"/tmp/replaced.{command}")
             path.write_text("before")
             before = path.stat()
             veskctl(command, "-o", str(path))
-            self.assertNotEqual(path.stat().st_ino, before.st_ino)
+            self.assertNotEqual(path.stat().st_ino, before.st_ino)  # in one step
             self.assertEqual(stat.S_IMODE(path.stat().st_mode), 0o644)
             self.assertTrue(path.read_text().endswith(end))
             self.assertEqual(list(path.parent.glob(path.name + ".*")), [])
             self.assertIn("can't write", run(command, "-o", "/nowhere/x").stderr)
+        os.mkfifo("/tmp/pipe")  # a device is written to and stays
+        reader = subprocess.Popen(["cat", "/tmp/pipe"], stdout=subprocess.PIPE, text=True)
+        veskctl("metrics", "-o", "/tmp/pipe")
+        self.assertIn("vesk_up 1\n", reader.communicate(timeout=PATIENCE)[0])
+        self.assertTrue(stat.S_ISFIFO(os.stat("/tmp/pipe").st_mode))
+        for command, name in (("radios", "to standard output"), ("metrics", "-")):
+            with open("/dev/full", "w") as full:
+                ended = subprocess.run(["veskctl", command], stdout=full, stderr=subprocess.PIPE, text=True)
+            self.assertEqual(ended.returncode, 1)
+            self.assertIn(f"can't write {name}: No space left", ended.stderr)
 
     def test_page(self):
         page = veskctl("report")
@@ -158,9 +150,7 @@ class Device(World):
         self.assertIn("&lt;b&gt;&amp;&quot;Gast&quot;&lt;/b&gt;&#39;, channel 1, −61 dBm", hills)
         backgrounds = set()
         for dark in (False, True):
-            seen, console = browse(page, dark)
-            self.assert_shape(seen, console)
-            for frame, chart in zip(seen, ("narrow", "wide")):
+            for frame, chart in zip(browse(page, dark), ("narrow", "wide")):
                 self.assertEqual(frame["charts"], [chart, chart])
                 self.assertTrue(frame["named"] and frame["ids"])
                 for text in (EVIL, "hidden network", "Café & Co", "The radio's channel 6 is used for 12 % of the time.",
@@ -171,7 +161,8 @@ class Device(World):
         self.assertEqual(len(backgrounds), 2)
 
     def test_status(self):
-        for locale, cells in (("C.UTF-8", "▆[▁]▄"), ("C", "7[1]4")):
+        for locale, cells, ssid in (("C.UTF-8", "▆[▁]▄", "Café & Co"), ("C", "7[1]4", r"Caf\xc3\xa9 & Co")):
+            self.assertIn(ssid, veskctl("vaps", LANG=locale, LC_ALL=locale))
             text = veskctl("status", LANG=locale, LC_ALL=locale)
             self.assertIn(cells, text)
             self.assertIn("role agent (log)", text)
@@ -239,31 +230,6 @@ class Device(World):
         self.assertLess(min(cost() for _ in range(5)), 5 * few)
         show_device(device(), "stations", PHONE["mac"])
 
-    def test_wrong_words_and_outputs_are_refused(self):
-        target = f"btm-request ath0.v0 {PHONE['mac']} --target 02:1a:10:00:00:20"
-        for line, output, status, message in (
-                (target + ",999", "/dev/null", 2, "is a number from 0 to 255"),
-                (target + ",115,44x", "/dev/null", 2, "a target is BSSID[,OPCLASS[,CHANNEL]]"),
-                ("watch --count -1", "/dev/null", 2, "--count"),
-                ("--json report --watch 1 -o /tmp/x", "/dev/null", 2, "--json is for a single report"),
-                ("radios", "/dev/full", 1, "can't write to standard output: No space left"),
-                ("metrics", "/dev/full", 1, "can't write -: No space left")):
-            with self.subTest(line), open(output, "w") as out:
-                ended = subprocess.run(["veskctl", *line.split()], stdout=out, stderr=subprocess.PIPE, text=True)
-                self.assertEqual(ended.returncode, status)
-                self.assertIn(message, ended.stderr)
-
-    def test_a_device_is_written_to_and_stays(self):
-        os.mkfifo("/tmp/pipe")
-        reader = subprocess.Popen(["cat", "/tmp/pipe"], stdout=subprocess.PIPE, text=True)
-        veskctl("metrics", "-o", "/tmp/pipe")
-        self.assertIn("vesk_up 1\n", reader.communicate(timeout=PATIENCE)[0])
-        self.assertTrue(stat.S_ISFIFO(os.stat("/tmp/pipe").st_mode))
-
-    def test_tables_keep_to_the_locale(self):
-        for locale, ssid in (("C.UTF-8", "Café & Co"), ("C", r"Caf\xc3\xa9 & Co")):
-            self.assertIn(ssid, veskctl("vaps", LANG=locale, LC_ALL=locale))
-
 
 class Crowded(World):
     def test_crowded_page_keeps_its_shape(self):
@@ -284,7 +250,7 @@ class Crowded(World):
         page = veskctl("report")
         self.assertNotIn("\u202e", page)
         self.assertIn("wifi0, down", page)
-        self.assert_shape(*browse(page, dark=False))
+        browse(page, dark=False)
 
 
 class Gone(World):
@@ -349,6 +315,10 @@ def is_end(message):
     return (3, "vesk_first_scanning_is_end", message)
 
 
+def check(message):
+    return (2, "vesk_check_all_ready_ubus_handle", message)
+
+
 LIMITS = "    scanCfg[0]->txThd           = 10\n    scanCfg[0]->rxThd           = 20\n"
 REASONS = {  # by question: rows of the log, what has to be said, what mustn't
     "scan 2.4": [
@@ -391,7 +361,7 @@ REASONS = {  # by question: rows of the log, what has to be said, what mustn't
     "ready": [
         (None, "/tmp/case.log can't be read: No such file", "level"),
         (ready(SCANNING, is_end("isend[0]=0, isFirstScan=0"), is_end("isend[1]=1, isFirstScan=0"),
-               (3, "vesk_check_all_ready_ubus_handle", "Not ready continue checkCnt = 2")),
+               check("Not ready continue checkCnt = 2")),
          "Check 3 of 15", "unselected"),
         (ready(SCANNING, is_end("isend[0]=0, isFirstScan=0")),
          "2.4 GHz: its first scan is under way, at channel 2.", "is over"),
@@ -402,6 +372,11 @@ REASONS = {  # by question: rows of the log, what has to be said, what mustn't
         (ready(is_end("The node is UNSELECTED AP ,scan not reay")),
          "never ready before the longest wait", "2.4 GHz"),
     ],
+    "ready ": [  # with the flag there
+        (ready(check("Create ready file checkCnt=15")), "the longest wait, 32 s, was over", "found both"),
+        (ready(check("Create ready file checkCnt=4")), "found both first scans over, after 4 earlier ones", "longest"),
+        (ready(), "may be a former start's", "found both"),
+    ],
 }
 
 
@@ -409,24 +384,15 @@ class Logs(unittest.TestCase):
     """Reasons from written logs; there is no bus."""
 
     def test_reasons(self):
-        path = pathlib.Path("/tmp/case.log")
+        path, flag = pathlib.Path("/tmp/case.log"), pathlib.Path("/tmp/vesk_ready")
         for question, cases in REASONS.items():
+            flag.touch() if question == "ready " else flag.unlink(missing_ok=True)
             for log, said, unsaid in cases:
                 with self.subTest(said):
                     path.write_text(log_text(*log)) if log is not None else path.unlink(missing_ok=True)
                     text = veskctl("explain", *question.split(), "--log", str(path))
                     self.assertIn(said, text)
                     self.assertNotIn(unsaid, text)
-
-    def test_what_made_the_flag(self):
-        pathlib.Path("/tmp/vesk_ready").touch()
-        for message, said in (("Create ready file checkCnt=15", "the longest wait, 32 s, was over"),
-                              ("Create ready file checkCnt=4", "found both first scans over, after 4 earlier ones"),
-                              (None, "may be a former start's")):
-            rows = [] if message is None else [(2, "vesk_check_all_ready_ubus_handle", message)]
-            pathlib.Path("/tmp/case.log").write_text(log_text(*ready(*rows)))
-            self.assertIn(said, veskctl("explain", "ready", "--log", "/tmp/case.log"))
-        os.unlink("/tmp/vesk_ready")
 
     def test_packed_predecessor_is_read(self):
         with gzip.open("/tmp/rotated.log.old.gz", "wt") as packed:

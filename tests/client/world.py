@@ -9,6 +9,7 @@ import shutil
 import subprocess
 import tempfile
 import time
+import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 PATIENCE = 60  # seconds for what has to happen, however slow the machine is
@@ -70,10 +71,9 @@ def eventually(question):
         time.sleep(0.1)
 
 
-def show_device(description, command, text):
-    """Waits until what the client shows of the new device holds the text."""
-    set_device(description)
-    eventually(lambda: text in veskctl(*command.split()))
+def drelm(line):
+    with open("/tmp/drelm.in", "w") as fifo:
+        fifo.write(line + "\n")
 
 
 def start_broker():
@@ -95,49 +95,36 @@ def start_daemon(first_scan=3, description=None):
     return daemon
 
 
-CHECK_PAGE = """<!DOCTYPE html><title>check</title><body><script>
-const frames = [400, 1400].map(width => {
-  const frame = document.createElement('iframe');
-  frame.width = width; frame.height = 2000; frame.src = 'page.html';
-  return document.body.appendChild(frame);
-});
-addEventListener('load', () => {
-  const seen = frames.map(frame => {
-    const doc = frame.contentDocument, root = doc.documentElement;
-    doc.querySelectorAll('details').forEach(d => d.open = true);
-    const shown = e => e.getClientRects().length > 0;
-    return { width: root.clientWidth, overflow: root.scrollWidth - root.clientWidth,
-             cut: [...doc.querySelectorAll('main *, header *')].filter(e => shown(e) && !e.closest('svg') &&
-                  e.getBoundingClientRect().right > root.clientWidth + 1).map(e => e.outerHTML.slice(0, 80)),
-             outside: [...doc.querySelectorAll('svg')].filter(shown).flatMap(s => [...s.querySelectorAll('text')]
-                  .filter(t => { const b = t.getBoundingClientRect(), f = s.getBoundingClientRect();
-                                 return b.left < f.left - 1 || b.right > f.right + 1 || b.bottom > f.bottom + 1; })
-                  .map(t => t.textContent)),
-             charts: [...doc.querySelectorAll('figure > svg')].filter(shown).map(s => s.getAttribute('class')),
-             named: [...doc.querySelectorAll('figure > svg')].every(s => s.getAttribute('aria-labelledby').split(' ')
-                  .every(id => doc.getElementById(id).textContent.length > 0)),
-             ids: [...doc.querySelectorAll('[id]')].length == new Set([...doc.querySelectorAll('[id]')].map(e => e.id)).size,
-             background: getComputedStyle(doc.body).backgroundColor, text: doc.body.innerText };
-  });
-  console.log('control');
-  document.body.innerHTML = '<pre id=seen></pre>';
-  document.getElementById('seen').textContent = JSON.stringify(seen);
-});
-</script>"""
+class World(unittest.TestCase):
+    """Broker and daemon for all tests of a class."""
+    first_scan, description = 3, None
+
+    @classmethod
+    def setUpClass(cls):
+        cls.broker = start_broker()
+        cls.daemon = start_daemon(cls.first_scan, cls.description)
+
+    @classmethod
+    def tearDownClass(cls):
+        for process in (cls.daemon, cls.broker):
+            process.kill()
+            process.wait()
 
 
 def browse(page, dark):
-    """What a check page finds in the page at both widths, and the browser's console messages."""
+    """What a check page finds in the page at both widths: nothing that overflows, is cut off or lies outside."""
     folder = pathlib.Path(tempfile.mkdtemp())
     (folder / "page.html").write_text(page)
-    (folder / "check.html").write_text(CHECK_PAGE)
+    shutil.copy(pathlib.Path(__file__).parent / "check.html", folder)
     done = subprocess.run(
         ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
          "--allow-file-access-from-files", "--enable-logging=stderr", f"--user-data-dir={folder}/profile",
          f"--blink-settings=preferredColorScheme={0 if dark else 1}", "--dump-dom", f"file://{folder}/check.html"],
         capture_output=True, text=True, timeout=PATIENCE)
-    seen = html.unescape(re.search('<pre id="seen">(.*?)</pre>', done.stdout, re.DOTALL)[1])
-    console = [line for line in done.stderr.splitlines() if "CONSOLE" in line]
-    # The browser's own pages (chrome://) grumble about a slow machine.
-    return json.loads(seen), [line for line in console if "chrome://" not in line]
+    # The browser's own pages (chrome://) grumble about a slow machine. One message is the check page's own.
+    console = [line for line in done.stderr.splitlines() if "CONSOLE" in line and "chrome://" not in line]
+    assert len(console) == 1, console
+    seen = json.loads(html.unescape(re.search('<pre id="seen">(.*?)</pre>', done.stdout, re.DOTALL)[1]))
+    assert [(f["overflow"], f["cut"], f["outside"]) for f in seen] == [(0, [], [])] * 2, seen
+    return seen
