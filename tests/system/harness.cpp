@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <sys/wait.h>
 
 #include "include/vesk_event.h"
@@ -74,9 +75,10 @@ int finish(Child &child) {
 
 bool runs(const Child &child) { return child.pid > 0 && waitpid(child.pid, nullptr, WNOHANG) == 0; }
 
-Outcome veskctl(const std::vector<std::string> &arguments) {
-    Child child("veskctl", arguments);
-    int status = finish(child);
+Outcome veskctl(const std::string &words) {
+    std::istringstream stream(words);
+    Child child("veskctl", { std::istream_iterator<std::string>(stream), {} });
+    const int status = finish(child);
     return { status, child.out(), child.err() };
 }
 

@@ -37,12 +37,12 @@ struct Child {
 int finish(Child &child);
 bool runs(const Child &child);
 
-/** Runs veskctl to its end. */
+/** Runs veskctl with these words to its end. */
 struct Outcome {
     int status;
     std::string out, err;
 };
-Outcome veskctl(const std::vector<std::string> &arguments);
+Outcome veskctl(const std::string &words);
 
 struct Signal {
     std::string name, payload; // full name

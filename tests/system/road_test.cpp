@@ -1,5 +1,4 @@
-// Roads through the whole system: an event, a scan, a channel change, a storm, each inbound signal, and every
-// command of the client.
+// Roads through the whole system: an event, a scan, a channel change, a storm, and each inbound signal.
 #include "tests/system/harness.h"
 
 #include <iterator>
@@ -165,33 +164,6 @@ TEST_F(System, InboundSignalsSwitchTheDaemon) {
     const auto other = [] { return contains(read_file("/tmp/other.log"), "logifle=[/tmp/other.log]"); };
     bus.send(VESK_SIGNAL_SET_LOG_DESTINATION, word(0) + "/tmp/other.log" + std::string(18, '\0'));
     EXPECT_TRUE(eventually(other));
-}
-
-TEST_F(System, ClientReachesEverything) {
-    startBoth();
-    const auto all_there = [] { return contains(veskctl({ "stations" }).out, "02:5e:70:00:00:02"); };
-    ASSERT_TRUE(eventually(all_there));
-    // clang-format off
-    for (const char *command : {
-        "radio 2.4", "vap ath0", "stats ath0", "stats 5", "scan", "neighbors 5", "channels 5", "channel 5",
-        "scan-trigger 2.4", "stations ath10", "capability 5", "nol 5", "monitor add 02:aa:00:00:00:09 6",
-        "monitor del 02:aa:00:00:00:09 0", "block ath0 02:aa:00:00:00:09", "unblock ath0 02:aa:00:00:00:09",
-        "kick ath0 02:5e:70:00:00:01 --no-wait", "vendor-ie add ath0 1 dd03aabbcc", "vendor-ie del ath0 1 dd03aabbcc",
-        "vlan 20 5", "vlan", "btm-request ath10 02:5e:70:00:00:02 --target 02:1a:10:00:00:20,81,6",
-        "beacon-request ath10 02:5e:70:00:00:02 --channels 1 6 11", "backhaul info", "backhaul auto 5 on",
-        "backhaul auto 5 off", "backhaul credential 5 apclii0 net secret-key", "log level 7",
-        "scanning on", "refresh", "polling stations off", "polling channels off", "polling stats off",
-        "object off", "object on", "log to stderr", "call getLinkMetrics local_iface=ath0 peer_mac=x", "call getEirp band=0",
-        "call setEirp band=0 eirp={\"eirp\":1}", "call getRadioAdvancedCapability" }) {
-        // clang-format on
-        SCOPED_TRACE(command);
-        std::istringstream words(command);
-        const std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
-        const Outcome outcome = veskctl(arguments);
-        EXPECT_EQ(outcome.status, 0) << outcome.err;
-        if (arguments[0] == "object") eventually([&] { return on_the_bus() == (arguments[1] == "on"); });
-    }
-    EXPECT_TRUE(contains(read_file("/tmp/vesk-sim.log"), "rilk_sendBTMReq"));
 }
 
 } // namespace
