@@ -28,6 +28,12 @@ int netlink_port_connect(nl_sock *socket)
     return nl_socket_set_nonblocking(socket);
 }
 
+int netlink_port_connect_route(nl_sock *socket)
+{
+    const int status = nl_connect(socket, NETLINK_ROUTE);
+    return status < 0 ? status : nl_socket_set_nonblocking(socket);
+}
+
 int netlink_port_join(nl_sock *socket, int group)
 {
     return nl_socket_add_membership(socket, group);

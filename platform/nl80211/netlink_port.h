@@ -11,6 +11,9 @@ namespace radio
 /** Connects to generic netlink. 0 or negative. */
 int netlink_port_connect(nl_sock *socket);
 
+/** Connects to rtnetlink, with the same ways. 0 or negative. */
+int netlink_port_connect_route(nl_sock *socket);
+
 /** Lets a socket hear of what is sent to a group. 0 or negative. */
 int netlink_port_join(nl_sock *socket, int group);
 

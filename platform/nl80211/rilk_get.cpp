@@ -13,6 +13,7 @@
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/settings.h"
 #include "platform/nl80211/station.h"
+#include "platform/nl80211/vlan.h"
 #include "platform/nl80211/wiphy.h"
 
 using namespace radio;
@@ -162,6 +163,7 @@ int rilk_getRadioDynParamters(const char *radioIfname, RilkRadioDynParams *param
 int rilk_getRadioCurChannel(const char *radioIfname, int32_t *channel)
 {
     settings_renew(); // the daemon asks for the channel every few seconds
+    vlan_renew();
     return radio_get(radioIfname, channel, [](const Radio &radio, int32_t &value) {
         Iface iface;
         if (iface_first_ap(radio.wiphy, iface) != 0 || iface.frequency == 0)

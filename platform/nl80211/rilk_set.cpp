@@ -1,6 +1,7 @@
 // librilk.so, what changes the device: hostapd's settings, stations, scans.
 #include "platform/nl80211/rilk.h"
 
+#include "platform/nl80211/backhaul.h"
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/log.h"
 #include "platform/nl80211/places.h"
@@ -8,18 +9,12 @@
 #include "platform/nl80211/settings.h"
 #include "platform/nl80211/steering.h"
 #include "platform/nl80211/switch.h"
+#include "platform/nl80211/vlan.h"
 
 using namespace radio;
 
 namespace
 {
-
-/** An operation that this library doesn't have yet. */
-int unsupported(const char *function)
-{
-    log_once(levelError, "%s isn't supported by this library yet", function);
-    return -1;
-}
 
 int change_element(const char *ifName, uint32_t frames, const uint8_t *data, uint32_t length, bool add)
 {
@@ -113,14 +108,14 @@ int rilk_setRadioChanSpec(const char *radioIfname, int32_t bandwidth, int32_t ch
                          : switch_radio(radio, bandwidth, channel);
 }
 
-int rilk_setBstaAutoConnect(const VeskBstaAuto *)
+int rilk_setBstaAutoConnect(const VeskBstaAuto *autoConnect)
 {
-    return unsupported(__func__);
+    return autoConnect ? backhaul_connect(*autoConnect) : -1;
 }
 
-int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *)
+int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *cred)
 {
-    return unsupported(__func__);
+    return cred ? backhaul_apply(*cred) : -1;
 }
 
 int rilk_sendBeaconReq(const char *ifName, const RilkBeaconReq *req)
@@ -143,12 +138,17 @@ int rilk_delVendorIE(const char *ifName, uint32_t pktType, const uint8_t *data, 
     return change_element(ifName, pktType, data, dataLen, false);
 }
 
-int rilk_cleanHwFwdRule(const char *)
+int rilk_cleanHwFwdRule(const char *radioIfname)
 {
-    return unsupported(__func__);
+    Radio radio;
+    return device_find(radioIfname, radio) ? vlan_flush(radio) : -1;
 }
 
-int rilk_set8021dotqCfg(const char *, const VeskDot1qCfg *)
+int rilk_set8021dotqCfg(const char *ifName, const VeskDot1qCfg *cfg)
 {
-    return unsupported(__func__);
+    if (!cfg)
+        return -1;
+    if (cfg->pcp != 0)
+        log_once(levelNotice, "the default VLAN's priority has no counterpart");
+    return vlan_set(ifName, cfg->vid);
 }

@@ -1,6 +1,11 @@
 // Every command: what goes out to hostapd and wpa_supplicant, what is answered, what the log says. Row by row; the
 // number of a rule that was found by trial stands in front where a row holds it.
-#include "platform/nl80211/config.h"
+#include <linux/rtnetlink.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "platform/nl80211/backhaul.h"
 #include "platform/nl80211/scan_table.h"
 #include "tests/nl80211/world.h"
 
@@ -279,6 +284,225 @@ TEST_F(Command, Disconnects) {
         EXPECT_EQ(rilk_disConnectSta("wlan0", mac), -1) << mac;
     EXPECT_EQ(sent(wlan0), Wire{});
     expect_log("nobody to disconnect");
+}
+
+struct VlanRow {
+    const char *name;
+    uint16_t vid;
+    int filtering, error; // of the bridge; of the kernel
+    int status;
+    Wire wire;
+    const char *logged;
+};
+const VlanRow vlans[] = {
+    { "the access point and its station's interface", 20, 1, 0, 0, { "9+20 9-1 10+20 10-1" }, "wlan0b.sta1: untagged" },
+    { "another: the one before goes", 30, 1, 0, 0, { "9+30 9-20 10+30 10-20" }, "VLAN 30" },
+    { "none: the bridge's own", 0, 1, 0, 0, { "9+1 9-30 10+1 10-30" }, "VLAN 1" },
+    { "no such VLAN", 4095, 1, 0, -1, { "" }, "no such VLAN" },
+    { "a bridge without VLANs", 20, 0, 0, -1, { "" }, "in a bridge with vlan_filtering" },
+    { "the kernel's no", 20, 1, -EOPNOTSUPP, -1, { "9+20 10+20" }, "the kernel refused 20" },
+};
+
+TEST_F(Command, DefaultVlan) {
+    std::string asked;
+    int error = 0;
+    const auto note = [&](const Asked &port) {
+        const bool added = port.command == RTM_SETLINK;
+        EXPECT_EQ(port.flags & 0xffff, added ? 6u : 0u) << "PVID and untagged";
+        asked += (asked.empty() ? "" : " ") + std::to_string(port.ifindex) + (added ? "+" : "-") +
+                 std::to_string(port.flags >> 16);
+        return Reply{ {}, error };
+    };
+    kernel.on(RTM_SETLINK, note);
+    kernel.on(RTM_DELLINK, note);
+    const auto join = [&](const std::string &name, int filtering) {
+        const std::string bridge = "/sys/class/net/" + name + "/brport/bridge/bridge/";
+        put(bridge + "default_pvid", "1\n");
+        put(bridge + "vlan_filtering", std::to_string(filtering) + "\n");
+    };
+    VeskDot1qCfg cfg{ 20, 0, 0 };
+    EXPECT_EQ(rilk_set8021dotqCfg("wlan0b", &cfg), -1) << "no bridge";
+    for (const VlanRow &row : vlans) {
+        SCOPED_TRACE(row.name);
+        for (const char *name : { "wlan0b", "wlan0b.sta1" }) join(name, row.filtering);
+        asked.clear();
+        error = row.error;
+        cfg.vid = row.vid;
+        EXPECT_EQ(rilk_set8021dotqCfg("wlan0b", &cfg), row.status);
+        EXPECT_EQ(Wire{ asked }, row.wire);
+        expect_log(row.logged);
+    }
+    // A port that leaves the bridge and comes back is another one; a poll sees to it, once.
+    error = 0;
+    cfg.vid = 40;
+    EXPECT_EQ(rilk_set8021dotqCfg("wlan0b", &cfg), 0);
+    std::filesystem::rename(root + "/sys/class/net/wlan0b.sta1/brport", root + "/old"); // keeps the inode taken
+    join("wlan0b.sta1", 1);
+    asked.clear();
+    int32_t channel;
+    for (int poll = 0; poll < 3; poll++) rilk_getRadioCurChannel("phy0", &channel);
+    EXPECT_EQ(asked, "10+40 10-1");
+    EXPECT_EQ(rilk_set8021dotqCfg("wlan7", &cfg) + rilk_set8021dotqCfg("wlan0b", nullptr), -2);
+    EXPECT_EQ(rilk_cleanHwFwdRule("phy0"), -1);
+    put("/sys/class/net/wlan0b/brport/flush", "");
+    EXPECT_EQ(rilk_cleanHwFwdRule("phy0"), 0);
+    EXPECT_EQ(std::ifstream(root + "/sys/class/net/wlan0b/brport/flush").get(), '1');
+    EXPECT_EQ(rilk_cleanHwFwdRule("phy1"), -1);
+}
+
+struct CredentialRow {
+    const char *name;
+    const char *ssid, *key;
+    int authMode;
+    void (*change)(VeskBackhaulCred &cred);
+    Wire settings; // behind "SET_NETWORK 3 "; empty where it is refused
+    const char *logged;
+};
+const std::string DIGITS = "0123456789abcdef0123456789ABCDEF0123456789abcdef0123456789abcdef";
+const CredentialRow credentials[] = {
+    { "a passphrase",
+      "Haus",
+      "hinterm Haus",
+      32,
+      [](auto &) {},
+      { "ssid 48617573", "key_mgmt WPA-PSK", "proto RSN", "psk \"hinterm Haus\"" },
+      "" },
+    { "quotes and a backslash",
+      "a\"\nb",
+      "\"; QUIT \\\"",
+      34,
+      [](auto &) {},
+      { "ssid 61220a62", "key_mgmt WPA-PSK", "proto WPA RSN", "psk \"\"; QUIT \\\"\"" },
+      "" },
+    { "the key itself",
+      "Haus",
+      DIGITS.c_str(),
+      32,
+      [](auto &) {},
+      { "ssid 48617573", "key_mgmt WPA-PSK", "proto RSN", "psk " + DIGITS },
+      "" },
+    { "a password of any bytes",
+      "Haus",
+      "\n\"",
+      64,
+      [](auto &) {},
+      { "ssid 48617573", "key_mgmt SAE", "proto RSN", "ieee80211w 2", "sae_password 0a22" },
+      "" },
+    { "both, with access point and channel",
+      "Haus",
+      "hinterm Haus",
+      96,
+      [](auto &c) { c.bssid[0] = 2, c.channel = 36, c.bw = 2; },
+      { "ssid 48617573", "key_mgmt WPA-PSK SAE", "proto RSN", "ieee80211w 1", "psk \"hinterm Haus\"",
+        "bssid 02:00:00:00:00:00", "scan_freq 5180" },
+      "the width of a credential" },
+    { "open",
+      "Haus",
+      "x",
+      1,
+      [](auto &c) { c.band = 0, c.channel = 6; },
+      { "ssid 48617573", "key_mgmt NONE", "scan_freq 2437" },
+      "" },
+    { "a key with a newline", "Haus", "hinterm\nHaus", 32, [](auto &) {}, {}, "that is no key" },
+    { "a short key", "Haus", "1234567", 32, [](auto &) {}, {}, "that is no key" },
+    { "digits where a password may be meant", "Haus", DIGITS.c_str(), 96, [](auto &) {}, {}, "that is no key" },
+    { "802.1X", "Haus", "hinterm Haus", 16, [](auto &) {}, {}, "no such kind of security" },
+    { "a long SSID", "012345678901234567890123456789012", "hinterm Haus", 32, [](auto &) {}, {}, "1 to 32 bytes" },
+    { "another band's channel", "Haus", "hinterm Haus", 32, [](auto &c) { c.channel = 6; }, {}, "no such channel" },
+    { "no interface", "Haus", "hinterm Haus", 32, [](auto &c) { memset(c.ifName, '/', 16); }, {}, "no interface" },
+};
+VeskBackhaulCred credential(const char *ssid, const char *key, int authMode) {
+    VeskBackhaulCred cred{};
+    cred.band = 3;
+    memcpy(cred.ifName, "bsta0", 5);
+    memcpy(cred.ssid, ssid, strlen(ssid));
+    memcpy(cred.ssidKey, key, strlen(key));
+    cred.authMode = authMode;
+    return cred;
+}
+
+struct Backhaul : Command {
+    FakeHostapd station{ root + "/run/wpa_supplicant/bsta0",
+                         { { "", "OK\n" },
+                           { "ADD_NETWORK", "3\n" },
+                           { "LIST_NETWORKS", "network id / ssid / bssid / flags\n0\tx\tany\t\n3\ty\tany\t\n"
+                                              "9\tz\n1" } } };
+    /** Settled by the thread: its line is in the log. */
+    void wait_log(const std::string &text) {
+        for (int i = 0; i < 2000 && !logged(text); i++) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        EXPECT_TRUE(logged(text)) << log;
+    }
+};
+
+TEST_F(Backhaul, Credentials) {
+    for (const CredentialRow &row : credentials) {
+        SCOPED_TRACE(row.name);
+        auto cred = credential(row.ssid, row.key, row.authMode);
+        row.change(cred);
+        Wire wire;
+        if (!row.settings.empty()) wire = { "ADD_NETWORK" };
+        for (const std::string &setting : row.settings) wire.push_back("SET_NETWORK 3 " + setting);
+        if (!row.settings.empty())
+            wire.insert(wire.end(), { "SET_NETWORK 3 multi_ap_backhaul_sta 1", "LIST_NETWORKS", "REMOVE_NETWORK 0",
+                                      "REMOVE_NETWORK 9", "SELECT_NETWORK 3" });
+        EXPECT_EQ(rilk_applyBackhaulCredentialToBsta(&cred), row.settings.empty() ? -1 : 0);
+        Wire heard = sent(station);
+        std::erase(heard, "ATTACH");
+        EXPECT_EQ(heard, wire);
+        expect_log(row.logged);
+        EXPECT_EQ(log.find(row.key), std::string::npos) << "a key in the log";
+    }
+    station.say("SET_NETWORK 3 psk", "FAIL\n");
+    const auto cred = credential("Haus", "hinterm Haus", 32);
+    EXPECT_EQ(rilk_applyBackhaulCredentialToBsta(&cred), -1);
+    EXPECT_EQ(sent(station).back(), "REMOVE_NETWORK 3") << "what was there stays";
+    expect_log("bsta0: SET_NETWORK was refused");
+    EXPECT_FALSE(logged("hinterm"));
+}
+
+struct EventRow {
+    const char *name;
+    Wire events; // the last one settles it
+    const char *logged;
+};
+const std::string DISABLED = "<3>CTRL-EVENT-SSID-TEMP-DISABLED id=";
+const EventRow events[] = {
+    { "joins",
+      { "OK\n", "<3>CTRL-EVENT-CONNECTED - Connection to 02:00 completed [id=0 id_str=]", "<", "",
+        "<3>CTRL-EVENT-CONNECTED - Connection to 02:00 completed [id=3 id_str=]" },
+      "has joined" },
+    { "a wrong key, beside somebody else's",
+      { DISABLED + "33 ssid=\"x\" reason=WRONG_KEY", DISABLED + "3 ssid=\" reason=X\" duration=10 reason=WRONG_KEY" },
+      "the key of the backhaul network is wrong" },
+    { "an SSID that says so", { DISABLED + "3 ssid=\" reason=WRONG_KEY\" reason=CONN_FAILED" }, "doesn't let it in" },
+};
+
+TEST_F(Backhaul, TheOutcomeIsTold) {
+    const auto cred = credential("Haus", "hinterm Haus", 32);
+    for (const EventRow &row : events) {
+        SCOPED_TRACE(row.name);
+        ASSERT_EQ(rilk_applyBackhaulCredentialToBsta(&cred), 0);
+        for (const std::string &event : row.events) EXPECT_TRUE(station.tell(event));
+        wait_log(row.logged);
+    }
+    ASSERT_EQ(rilk_applyBackhaulCredentialToBsta(&cred), 0);
+    clock_advance(radio::backhaulPatience);
+    station.tell("<3>CTRL-EVENT-SCAN-STARTED");
+    wait_log("hasn't joined the backhaul network within 15 s");
+}
+
+TEST_F(Backhaul, AutoConnect) {
+    VeskBstaAuto wish{ 3, "bsta0", 1, 0, 0 };
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
+    expect_log("");
+    wish.enableAuto = 0, wish.needSetRadar = 1;
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
+    expect_log("bsta0: the radar settings");
+    EXPECT_EQ(sent(station), Wire({ "ENABLE_NETWORK all", "RECONNECT", "DISCONNECT", "DISABLE_NETWORK all" }));
+    memcpy(wish.ifName, "bsta7", 6);
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), -1);
+    expect_log("bsta7: DISCONNECT: nobody answers");
+    EXPECT_EQ(rilk_setBstaAutoConnect(nullptr) + rilk_applyBackhaulCredentialToBsta(nullptr), -2);
 }
 
 } // namespace

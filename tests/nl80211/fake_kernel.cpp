@@ -15,6 +15,9 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <linux/if_bridge.h>
+#include <linux/rtnetlink.h>
+
 #include "platform/nl80211/clock.h"
 #include "platform/nl80211/netlink.h"
 #include "platform/nl80211/netlink_port.h"
@@ -106,10 +109,26 @@ Asked read_request(nlmsghdr *header) {
     return asked;
 }
 
+/** Of a bridge's port: the command is the message's type, the flags are the VLAN's and, above them, its number. */
+Asked read_port(nlmsghdr *header) {
+    nlattr *attrs[IFLA_MAX + 1], *bridge[IFLA_BRIDGE_MAX + 1];
+    nlmsg_parse(header, sizeof(ifinfomsg), attrs, IFLA_MAX, nullptr);
+    radio::attr_nested(attrs[IFLA_AF_SPEC], bridge);
+    return { static_cast<uint8_t>(header->nlmsg_type),
+             false,
+             static_cast<uint32_t>(static_cast<ifinfomsg *>(nlmsg_data(header))->ifi_index),
+             -1,
+             0,
+             radio::attr_value<uint32_t>(bridge[IFLA_BRIDGE_VLAN_INFO]),
+             -1,
+             false };
+}
+
 Reply answer(nlmsghdr *header) {
     if (!state.kernel || !state.kernel->present) return { {}, -ENOENT };
     if (header->nlmsg_type == GENL_ID_CTRL) return describe_family();
-    const Asked asked = read_request(header);
+    const bool isRoute = header->nlmsg_type == RTM_SETLINK || header->nlmsg_type == RTM_DELLINK;
+    const Asked asked = isRoute ? read_port(header) : read_request(header);
     state.asked.push_back(asked);
     const auto found = state.answers.find(asked.command);
     return found == state.answers.end() ? Reply{ {}, -EOPNOTSUPP } : found->second(asked);
@@ -170,6 +189,8 @@ int netlink_port_connect(nl_sock *socket) {
     }
     return 0;
 }
+
+int netlink_port_connect_route(nl_sock *socket) { return netlink_port_connect(socket); }
 
 int netlink_port_join(nl_sock *socket, int group) {
     const std::lock_guard guard(state.lock);

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <ranges>
 
+#include "platform/nl80211/backhaul.h"
 #include "platform/nl80211/config.h"
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/device.h"
@@ -16,6 +17,7 @@
 #include "platform/nl80211/scan.h"
 #include "platform/nl80211/settings.h"
 #include "platform/nl80211/station.h"
+#include "platform/nl80211/vlan.h"
 
 namespace fs = std::filesystem;
 
@@ -112,6 +114,8 @@ World::~World() {
     radio::scan_stop();
     testing::internal::GetCapturedStderr();
     radio::station_forget();
+    radio::backhaul_stop();
+    radio::vlan_forget();
     radio::settings_forget();
     radio::device_forget();
     radio::config_forget();
