@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 
 #include <arpa/inet.h>
 #include <fcntl.h>
@@ -16,16 +17,17 @@ namespace
 {
 
 volatile sig_atomic_t ends = 0;
+int port = -1; // socket towards the daemon
+radio::Drelm drelm;
 
 /** Not connected: an event that nobody was there to hear must not spoil the next one. */
 void send_datagram(const void *datagram, size_t size)
 {
-    static const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_port = htons(VESK_EVENT_PORT);
     to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (sendto(fd, datagram, size, 0, reinterpret_cast<const sockaddr *>(&to), sizeof to) < 0)
+    if (sendto(port, datagram, size, 0, reinterpret_cast<const sockaddr *>(&to), sizeof to) < 0)
         radio::log_once(radio::levelError, "sending failed: %s", strerror(errno));
 }
 
@@ -68,7 +70,7 @@ int main(int argc, char **argv)
     action.sa_handler = [](int) { ends = 1; };
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGINT, &action, nullptr);
-    static radio::Drelm drelm;
+    port = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     drelm_begin(drelm, send_datagram);
     while (!ends)
         drelm_turn(drelm, 1000);

@@ -78,13 +78,20 @@ int read_signal(std::string_view text)
     return signal >= -127 && signal < 0 ? signal : 0;
 }
 
+/** What stands behind `count` characters; nothing if there are fewer. */
+std::string_view behind(std::string_view text, size_t count)
+{
+    text.remove_prefix(count < text.size() ? count : text.size());
+    return text;
+}
+
 bool read_argument(const Event &event, std::string_view rest, Message &message)
 {
     switch (event.argument) {
     case Argument::mac:
         if (!read_mac(rest, message.mac))
             return false;
-        message.signal = read_signal(rest.substr(macLength));
+        message.signal = read_signal(behind(rest, macLength));
         return true;
     case Argument::hex:
         message.hex = rest;
@@ -105,9 +112,10 @@ Message message_read(std::string_view text)
     message.kind = MessageKind::unknown;
     if (text.size() < 3 || text[2] != '>')
         return message;
-    text.remove_prefix(3);
+    text = behind(text, 3);
     for (const Event &event : events) {
-        if (text.starts_with(event.begin) && read_argument(event, text.substr(event.begin.size()), message)) {
+        if (text.starts_with(event.begin) &&
+            read_argument(event, behind(text, event.begin.size()), message)) {
             message.kind = event.kind;
             break;
         }

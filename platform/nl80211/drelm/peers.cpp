@@ -54,7 +54,7 @@ void ask_for_frames(Peer &peer)
 
 void attached(Drelm &drelm, Peer &peer)
 {
-    log_line(levelInfo, "%s: attached", peer.ifName);
+    log_line(levelNotice, "%s: attached", peer.ifName);
     peer.step = Step::none;
     if (peer.kind != CtrlPeer::accessPoint)
         return;
@@ -65,7 +65,8 @@ void attached(Drelm &drelm, Peer &peer)
 void take_modes(Drelm &drelm, const Peer &peer, std::string_view text)
 {
     char reply[ctrlReplySize];
-    const size_t length = text.copy(reply, sizeof reply - 1);
+    const size_t length = text.size() < sizeof reply ? text.size() : sizeof reply - 1;
+    memcpy(reply, text.data(), length);
     reply[length] = '\0';
     RadioState &state = drelm.radios[peer.radio];
     hostapd_modes(reply, peer.radio, state.modes, sizeof state.modes);

@@ -1,0 +1,202 @@
+// drelm on real radios: each event against the log of the program that caused it, or what the other side says. `rule`
+// is the number of the trap that a row is about, as the list of what trials have found has it; 0 without one.
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include "include/vesk_event.h"
+#include "tests/radio/world.h"
+
+namespace {
+
+const std::string program = "/vesk/lib/nl80211/drelm";
+
+/** What is sent to the daemon's port, while the daemon isn't there: "ID IF BYTES". */
+struct Port {
+    std::mutex lock;
+    std::vector<std::string> heard;
+    int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    std::jthread reader;
+
+    Port() {
+        const sockaddr_in address = { AF_INET, htons(VESK_EVENT_PORT), { htonl(INADDR_LOOPBACK) }, {} };
+        EXPECT_EQ(bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
+        const timeval often = { 0, 200000 };
+        setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &often, sizeof often);
+        reader = std::jthread([this](std::stop_token stop) {
+            while (!stop.stop_requested()) read();
+        });
+    }
+    ~Port() {
+        reader = {};
+        close(fd);
+    }
+    void read() {
+        uint8_t bytes[VESK_EVENT_MAX];
+        const ssize_t size = recv(fd, bytes, sizeof bytes, 0);
+        VeskEventHeader header;
+        if (size < static_cast<ssize_t>(sizeof header)) return;
+        memcpy(&header, bytes, sizeof header);
+        std::string text = std::to_string(header.eventId) + " " + header.ifName + " ";
+        char pair[3];
+        for (ssize_t i = sizeof header; i < size; i++) {
+            snprintf(pair, sizeof pair, "%02x", bytes[i]);
+            text += pair;
+        }
+        const std::lock_guard guard(lock);
+        heard.push_back(text);
+    }
+    std::vector<std::string> take(const std::string &pattern) {
+        const std::lock_guard guard(lock);
+        std::vector<std::string> found;
+        for (const std::string &one : heard)
+            if (!find(one, pattern).empty()) found.push_back(one);
+        return found;
+    }
+    void clear() {
+        const std::lock_guard guard(lock);
+        heard.clear();
+    }
+};
+
+std::string digits(std::string mac) {
+    std::erase(mac, ':');
+    return mac;
+}
+
+int lines(const std::string &file, const std::string &pattern) {
+    return atoi(sh("grep -c -E '" + pattern + "' " + file).c_str());
+}
+
+bool is_attached(const std::string &bss, int times = 1) { return lines("/tmp/drelm.log", bss + ": attached") == times; }
+
+struct Row {
+    const char *name;
+    int rule;
+    std::string cause;
+    std::string event; // at least one of these
+    std::string log;   // and as many of them as hostapd's log has new lines of this; "": it logs no such thing
+};
+const std::string named = "0{32}", phoneBytes = digits(phone), agentBytes = digits(agent);
+const std::string onPhone = "wpa_cli -p /run/station -i wlan2 ", onAgent = "wpa_cli -p /run/station -i wlan3 ";
+const std::string onAp = "hostapd_cli -p /run/hostapd -i ";
+const Row rows[] = {
+    { "the telephone joins, with its request", 0, onPhone + "select_network 0",
+      "^3 wlan0 " + named + phoneBytes + ".{4}f{4}.{8}51.*00094c696e64656e686f66", "wlan0: AP-STA-CONNECTED " + phone },
+    { "it probes while it scans", 0, onPhone + "scan freq=2437", "^1 wlan0 " + named + phoneBytes + "06..ffffff$", "" },
+    { "asks where to go", 0, onPhone + "wnm_bss_query 6", "^8 wlan0 " + named + phoneBytes + "..06", "" },
+    { "answers a proposal", 0, onAp + "wlan0 bss_tm_req " + phone + " pref=1 neighbor=02:00:00:00:05:00,0x0000,81,1,7",
+      "^9 wlan0 " + named + phoneBytes + "0{12}...*$", "wlan0: BSS-TM-RESP " + phone },
+    { "measures", 0, onAp + "wlan0 raw REQ_BEACON " + phone + " 51060000640001ffffffffffff",
+      "^10 wlan0 " + named + phoneBytes + "27", "wlan0: BEACON-RESP-RX " + phone },
+    { "the radio moves", 0, onAp + "wlan0 chan_switch 5 2462 ht", "^5 wlan0 0000060051.{72}0b0051",
+      "wlan0: AP-CSA-FINISHED freq=2462" },
+    { "and moves back", 0, onAp + "wlan0 chan_switch 5 2437 ht", "^5 wlan0 00000b0051.{72}060051",
+      "wlan0: AP-CSA-FINISHED freq=2437" },
+    { "the telephone is sent away: why", 0,
+      onPhone + "disable_network 0 >/dev/null; " + onPhone + "enable_network 0 no-connect",
+      "^13 wlan0 " + named + phoneBytes + "0300$", "wlan0: AP-STA-DISCONNECTED " + phone },
+    { "joins once more", 0, onPhone + "select_network 0", "^3 wlan0 " + named + phoneBytes,
+      "wlan0: AP-STA-CONNECTED " + phone },
+    { "is sent away by us", 0, onPhone + "disable_network all >/dev/null; sleep 1; true",
+      "^4 wlan0 " + named + phoneBytes + "$", "wlan0: AP-STA-DISCONNECTED " + phone },
+    { "a node with an interface of its own", 6, onAgent + "select_network 0",
+      "^3 wlan1b " + named + agentBytes + ".{16}80", "wlan1b: AP-STA-CONNECTED " + agent },
+    { "is disassociated by us", 0, onAp + "wlan1b disassociate " + agent, "^13 wlan1b " + named + agentBytes + "0200$",
+      "wlan1b: AP-STA-DISCONNECTED " + agent },
+};
+
+struct Event : testing::Test {
+    static inline Port *port;
+
+    static void SetUpTestSuite() {
+        port = new Port;
+        sh(program + " >/tmp/drelm.log 2>&1 &");
+        for (const char *bss : { "wlan0", "wlan0b", "wlan0s", "wlan1", "wlan1b", "wlan1o" })
+            EXPECT_TRUE(within(10s, [&] { return is_attached(bss); })) << bss << sh("cat /tmp/drelm.log");
+        std::this_thread::sleep_for(300ms); // frames are asked for next
+    }
+    static void TearDownTestSuite() {
+        sh(onPhone + "disable_network all; " + onAgent + "disconnect; killall drelm");
+        delete port;
+    }
+};
+
+TEST_F(Event, EachAsItsCauseLogsIt) {
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const int before = lines("/tmp/hostapd.log", row.log);
+        port->clear();
+        const std::string said = sh(row.cause);
+        EXPECT_TRUE(within(20s, [&] { return !port->take(row.event).empty(); }))
+            << "rule " << row.rule << ": " << said << join_words(port->take("^[^1]|^1[^ ]"))
+            << sh("tail -n 5 /tmp/hostapd.log");
+        std::this_thread::sleep_for(100ms);
+        const size_t events = port->take(row.event).size();
+        if (!row.log.empty()) {
+            EXPECT_EQ(static_cast<int>(events), lines("/tmp/hostapd.log", row.log) - before);
+        }
+    }
+}
+
+/** Rule 7: the daemon starts a second one where it can't find the first. */
+TEST_F(Event, OneProgramSmallAndQuiet) {
+    EXPECT_EQ(sh("{ " + program + "; echo $?; }"), "drelm: /var/run/drelm.lock: another one is running\n1\n");
+    sh(onPhone + "disable_network all; " + onAgent + "disconnect"); // nobody scans
+    const std::string status = "/proc/" + find(sh("pidof drelm"), "\\d+") + "/status";
+    EXPECT_LE(atoi(find(read_file(status), "VmRSS:\\s+(\\d+)").c_str()), 2048);
+    const auto woken = [&] { return atoi(find(read_file(status), "^voluntary_ctxt_switches:\\s+(\\d+)").c_str()); };
+    const int before = woken();
+    std::this_thread::sleep_for(20s);
+    EXPECT_LE(woken() - before, 22);
+}
+
+/** The kernel doesn't ask whether the channel is one for which radar counts. */
+TEST_F(Event, RadarOnTheOperatingChannelIsToldOnce) {
+    port->clear();
+    sh("echo 1 > /sys/kernel/debug/ieee80211/phy1/hwsim/dfs_simulate_radar");
+    EXPECT_TRUE(within(5s, [&] { return !port->take("^7 wlan1 0324023c1401$").empty(); }));
+    std::this_thread::sleep_for(500ms);
+    EXPECT_EQ(port->take("^[567] ").size(), 1u) << join_words(port->take("^[567] "));
+}
+
+/** Rule 5. hostapd is killed and started again, which also puts the radio back to where it was. */
+TEST_F(Event, RestartOfHostapd) {
+    sh("for p in $(pidof hostapd); do grep -q access24 /proc/$p/cmdline && kill -9 $p; done; rm -f /tmp/hostapd.log; "
+       "sleep 1;"
+       "hostapd -B -t -f /tmp/hostapd.log /etc/radio/access24.conf /etc/radio/access5.conf");
+    EXPECT_TRUE(within(10s, [&] { return sh("grep -h up /sys/class/net/wlan[01]/operstate | wc -l") == "2\n"; }));
+    EXPECT_TRUE(within(2s, [&] { return is_attached("wlan0", 2) && is_attached("wlan1o", 2); }));
+    port->clear();
+    const Joined telephone("wlan2", LINDENHOF_24);
+    EXPECT_TRUE(within(5s, [&] { return !port->take("^3 wlan0 .*00094c696e64656e686f66").empty(); }))
+        << "with its request";
+    EXPECT_EQ(port->take("^3 ").size(), 1u);
+}
+
+/** The whole way, the daemon's watchdog starting the program. */
+TEST(EventRoad, FromTheStationToTheDecodedSignal) {
+    sh("vesk-busd >/dev/null 2>&1 &");
+    sh("PATH=/vesk/lib/nl80211:$PATH LD_LIBRARY_PATH=/vesk/lib/nl80211 vesk >/dev/null 2>/tmp/vesk.err &");
+    EXPECT_TRUE(within(30s, [] { return !find(sh("pidof drelm"), "\\d").empty(); })) << sh("cat /tmp/vesk.err");
+    EXPECT_TRUE(within(10s, [] { return sh("veskctl version").find("error") == std::string::npos; }));
+    std::this_thread::sleep_for(3s);
+    sh("veskctl watch >/tmp/watch.log 2>&1 &");
+    std::this_thread::sleep_for(500ms);
+    {
+        const Joined telephone("wlan2", LINDENHOF_5);
+        std::this_thread::sleep_for(1s);
+    }
+    EXPECT_TRUE(within(5s, [] { return lines("/tmp/watch.log", "veskClientLeave") > 0; }));
+    const std::string watched = read_file("/tmp/watch.log");
+    EXPECT_NE(find(watched, "veskClientJoin[^\n]*" + phone), "") << watched;
+    EXPECT_EQ(lines("/tmp/watch.log", "veskClientJoin"), 1) << watched;
+    sh("killall veskctl vesk vesk-busd drelm; veskctl watch -h");
+}
+
+} // namespace
