@@ -1,11 +1,9 @@
 // The broker in bytes: requests and their answers, calls on their way, events; long messages, readers that
 // don't read, nonsense.
-#include "tests/bus/failing_memory.h"
 #include "tests/bus/harness.h"
 
 #include <fstream>
 #include <gmock/gmock.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 
 namespace {
@@ -260,9 +258,7 @@ void live(const std::string &path) {
 // Each allocation fails in turn, alone or with all that follow, while one client lives its life. Another one, which
 // listens, is served as before, hears whole events or none, and finds nothing that is left of the first.
 TEST(BrokerMemory, AnyAllocationMayFail) {
-    const int file = memfd_create("plan", 0);
-    ASSERT_EQ(ftruncate(file, sizeof(Plan)) + dup2(file, PLAN_FD), PLAN_FD);
-    auto &plan = *static_cast<Plan *>(mmap(nullptr, sizeof(Plan), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0));
+    Plan &plan = shared_plan();
     const std::string errors = "/tmp/vesk-bus.errors." + std::to_string(getpid());
     Broker broker(VESK_TEST_FAILING_BROKER, errors.c_str());
     std::ifstream lines(errors);

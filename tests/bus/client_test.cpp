@@ -120,6 +120,22 @@ TEST_F(Client, GetsBackWhatItSent) {
     }
 }
 
+TEST_F(Client, SkipsWhatIsNoMessage) {
+    int pair[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+    dup2(pair[0], ctx->sock.fd); // the test is the broker now
+    for (const char *head :
+         { "01010000 00000000 00000004", "00010000 00000000 00000003", "00010000 00000000 00100001" }) {
+        const std::string answer = attr(UBUS_ATTR_STATUS, be32(77));
+        const auto seq = static_cast<uint16_t>(ctx->request_seq + 1);
+        const std::string all = bytes(head) + message(UBUS_MSG_STATUS, seq, object, answer);
+        EXPECT_EQ(write(pair[1], all.data(), all.size()), static_cast<ssize_t>(all.size()));
+        EXPECT_EQ(call("echo"), 77) << head;
+    }
+    close(pair[0]);
+    close(pair[1]);
+}
+
 TEST_F(Client, WaitsForALateAnswerNoLongerThanTold) {
     EXPECT_EQ(call("later"), 8);
     EXPECT_EQ(replies, 2);

@@ -1,4 +1,4 @@
-// Linked into a broker: its allocations fail by a plan that it shares with the test.
+// Linked into a program: its allocations fail by a plan that it shares with the test.
 #include <new>
 #include <stdlib.h>
 #include <sys/mman.h>
@@ -19,9 +19,11 @@ void *__wrap_malloc(size_t size) { return fails() ? nullptr : __real_malloc(size
 void *__wrap_realloc(void *old, size_t size) { return fails() ? nullptr : __real_realloc(old, size); }
 }
 
+#ifdef VESK_FAILING_NEW
 void *operator new(size_t size) {
     void *block = __wrap_malloc(size);
     return block ? block : throw std::bad_alloc();
 }
 void operator delete(void *block) noexcept { free(block); }
 void operator delete(void *block, size_t) noexcept { free(block); }
+#endif

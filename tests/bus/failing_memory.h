@@ -1,7 +1,8 @@
-// How a broker with failing_memory.cpp in it gets its memory.
+// How a program with failing_memory.cpp in it gets its memory.
 #pragma once
 
-constexpr int PLAN_FD = 100; // a file of one plan, which the broker inherits
+constexpr int PLAN_FD = 100; // a file of one plan, which children inherit
 struct Plan {
     int granted, failing; // so many allocations succeed, then so many fail; the rest succeeds
 };
+Plan &shared_plan(); // harness.cpp

@@ -1,6 +1,7 @@
 #include "tests/bus/harness.h"
 
 #include <arpa/inet.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -105,6 +106,16 @@ uint32_t Wire::add_object(const std::string &body) {
 uint32_t Wire::hear(const std::string &pattern) {
     const uint32_t object = add_object("");
     return ask(listen_to(object, pattern)) == 0 ? object : 0;
+}
+
+Plan &shared_plan() {
+    static void *const plan = [] {
+        const int file = memfd_create("plan", 0);
+        EXPECT_EQ(ftruncate(file, sizeof(Plan)), 0);
+        EXPECT_EQ(dup2(file, PLAN_FD), PLAN_FD);
+        return mmap(nullptr, sizeof(Plan), PROT_READ | PROT_WRITE, MAP_SHARED, PLAN_FD, 0);
+    }();
+    return *static_cast<Plan *>(plan);
 }
 
 pid_t in_child(const std::function<void()> &body) {

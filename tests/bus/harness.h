@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "foundation/ubus_headers.h"
+#include "tests/bus/failing_memory.h"
 
 using namespace std::chrono_literals;
 

@@ -140,17 +140,18 @@ TEST_F(ULoop, WaitsForWhatIsFirstNow) {
 
 // Each in a child: signals and their actions belong to the process.
 TEST(ULoopSignals, EndTheLoopUnlessTheyAreSomeoneElses) {
-    const auto ended_by = [](void (*before)()) {
+    const auto ended_by = [](void (*before)(), uloop_timeout_handler end) {
         before();
         uloop_init();
         raise(SIGPIPE); // is nothing
         raise(SIGTERM); // before the run: forgotten
-        uloop_timeout timer = {};
-        timer.cb = [](uloop_timeout *) { raise(SIGINT); };
+        uloop_timeout timer = { .cb = end };
         uloop_timeout_set(&timer, 10);
         _exit(uloop_run());
     };
-    EXPECT_EXIT(ended_by([] {}), testing::ExitedWithCode(SIGINT), "");
-    EXPECT_EXIT(ended_by([] { signal(SIGINT, [](int) { _exit(7); }); }), testing::ExitedWithCode(7), "");
+    const auto interrupt = [](uloop_timeout *) { raise(SIGINT); };
+    EXPECT_EXIT(ended_by([] {}, interrupt), testing::ExitedWithCode(SIGINT), "");
+    EXPECT_EXIT(ended_by([] { signal(SIGINT, [](int) { _exit(7); }); }, interrupt), testing::ExitedWithCode(7), "");
+    EXPECT_EXIT(ended_by([] {}, [](uloop_timeout *) { uloop_end(); }), testing::ExitedWithCode(0), "");
 }
 } // namespace
