@@ -19,6 +19,7 @@ namespace
 
 constexpr int lookUs = 500 * 1000;        // a call that takes longer is looked into
 constexpr int greetingMs = 500;           // a broker that lives greets at once
+constexpr int interruption = SIGURG;      // means nothing to a program that didn't ask for it
 constexpr size_t stackBytes = 128 * 1024; // the thread's; the C library's default is megabytes
 
 struct Watchdog {
@@ -27,6 +28,8 @@ struct Watchdog {
     std::atomic<bool> asleep;
     sem_t wake;
     const ubus_context *ctx;
+    pthread_t caller;
+    bool interrupts; // the signal is ours
 } dog = {};
 
 /** Whether the descriptor is a connection to the broker. The library may have closed it meanwhile. */
@@ -49,6 +52,24 @@ void cut_connection()
     close(fd);
 }
 
+/** Without SA_RESTART it ends a wait. A program's own use of the signal is left alone. */
+bool claim_interruption()
+{
+    struct sigaction action = {};
+    if (sigaction(interruption, nullptr, &action) != 0 || action.sa_handler != SIG_DFL)
+        return false;
+    action.sa_handler = [](int) {};
+    return sigaction(interruption, &action, nullptr) == 0;
+}
+
+/** A connect that waits for a place in the broker's full queue has no connection yet that could be cut. */
+void end_call()
+{
+    cut_connection();
+    if (dog.interrupts)
+        pthread_kill(dog.caller, interruption);
+}
+
 /** Returns when nothing has been called for a while. */
 void watch_calls()
 {
@@ -62,7 +83,7 @@ void watch_calls()
         if (now % 2 == 0)
             return;
         if (greeting_await(merka::socket_path(), greetingMs) != Greeting::ready && dog.moves == now)
-            cut_connection();
+            end_call();
     }
 }
 
@@ -103,6 +124,8 @@ void merka::watchdog_start(const ubus_context *ctx)
     if (dog.started)
         return;
     dog.ctx = ctx;
+    dog.caller = pthread_self();
+    dog.interrupts = claim_interruption();
     sem_init(&dog.wake, 0, 0);
     dog.started = start_thread();
 }

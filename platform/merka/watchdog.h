@@ -1,9 +1,9 @@
 // Ends a wait inside the bus library that a broker which stands still would make endless. The library's
-// synchronous calls, its sending of a long reply and its reading of half a message wait without limit;
-// whoever calls into it stands between enter and leave. A thread, asleep as long as nothing calls, looks
-// twice a second whether the same call is still under way; when the broker doesn't greet a connection of the
-// thread's own either, it shuts the library's connection down. The call fails, the loss is noticed as any
-// other, and the loop goes on.
+// synchronous calls, its sending of a long reply, its reading of half a message and its connecting wait
+// without limit; whoever calls into it stands between enter and leave. A thread, asleep as long as nothing
+// calls, looks twice a second whether the same call is still under way; when the broker doesn't greet a
+// connection of the thread's own either, it shuts the library's connection down and interrupts the caller.
+// The call fails, the loss is noticed as any other, and the loop goes on.
 #pragma once
 
 struct ubus_context;

@@ -3,6 +3,7 @@
 // peer are the test's own.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include "platform/merka/merka_internal.h"
@@ -277,6 +278,30 @@ TEST(Merka, BrokerThatStopsInTheMiddleOfACallIsLeft) {
         EXPECT_TRUE(reaches_us());
         EXPECT_TRUE(object_is_there());
         EXPECT_TRUE(serve_until([&] { return peer.count() == 1; }));
+    });
+}
+
+// Its queue of waiting connections fills up between its greeting and the library's own connection.
+TEST(Merka, ABrokerWithAFullQueueHoldsNothingUp) {
+    isolated("", [](Broker &broker) {
+        broker.stop();
+        unlink(socketPath.c_str());
+        sockaddr_un address = { AF_UNIX, {} };
+        socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
+        const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+        ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address) + listen(listener, 0), 0);
+        const pid_t full = in_child([=] {
+            const int probe = accept(listener, nullptr, nullptr);
+            connect_to(socketPath);
+            ::send(probe, message(UBUS_MSG_HELLO, 0, 7777, "").data(), 12, 0);
+            pause();
+        });
+        testClock.go_on();
+        EXPECT_EQ(merkaGetContext(), nullptr);
+        end_child(full);
+        close(listener);
+        broker.start();
+        EXPECT_TRUE(serve_until([] { return merkaGetContext() != nullptr; }));
     });
 }
 
