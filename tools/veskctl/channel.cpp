@@ -10,7 +10,8 @@
 
 namespace
 {
-constexpr int patienceMs = 10000; // for the daemon's two seconds and the driver
+constexpr int patienceMs = 10000; // for a sweep that stands back for a moment
+constexpr int switchMs = 30000; // for the daemon's two seconds, the driver and the poll that sees the change
 constexpr int keepWidth = 5;
 
 std::string shown(const WireChannel &c)
@@ -74,6 +75,38 @@ bool is_reached(const WireChannel &present, const WireChannel &wanted)
            (wanted.bandwidth == keepWidth || present.bandwidth == wanted.bandwidth);
 }
 
+/** Where the log tells that the driver refused what was asked for later than `asked`: NULL if it doesn't. */
+const LogLine *refusal(const Logbook &log, int band, time_t asked)
+{
+    static constexpr char step[] = "vesk_set_channel_process";
+    const int index = band == 0 ? 0 : 1; // as the daemon counts radios
+    const LogLine *failed = log.last_with(step, " error !!!");
+    const LogLine *begun = log.last_with(step, "set channel=");
+    const bool isOurs =
+        failed && failed->when > asked && (!begun || log_number(*begun, "band", index) == index);
+    return isOurs ? failed : nullptr;
+}
+
+/** Waits until the radio is where it is wanted; ends the program if that doesn't come true. */
+WireChannel await_channel(const Arguments &arguments, const RadioState &radio, const WireChannel &wanted,
+                          Logbook &log, time_t asked)
+{
+    WireChannel present = {};
+    const LogLine *refused = nullptr;
+    const bool isSettled = wait_until(switchMs, [&] {
+        follow_log(log);
+        refused = refusal(log, radio.band, asked);
+        present = present_channel(radio);
+        return refused || is_reached(present, wanted);
+    });
+    if (refused && !is_reached(present, wanted))
+        fail("refused by the driver: still on " + shown(present) + line_reference(log, refused));
+    if (!isSettled)
+        fail(printed("still on %s after %d s; %s may tell why", shown(present).c_str(), switchMs / 1000,
+                     log_path(arguments).c_str()));
+    return present;
+}
+
 void set_channel(const Arguments &arguments, const RadioState &radio)
 {
     WireChannel wanted = { static_cast<int32_t>(arguments.number("CHANNEL")), keepWidth };
@@ -93,6 +126,8 @@ void set_channel(const Arguments &arguments, const RadioState &radio)
         print_channel(arguments, present);
         return;
     }
+    Logbook log = read_log(log_path(arguments));
+    const time_t asked = time(nullptr);
     const CallResult result =
         bus_call(*bus_method("setChannel"), { arg_band(radio.band), arg_record("data", wanted) });
     if (!result.error.empty())
@@ -101,9 +136,7 @@ void set_channel(const Arguments &arguments, const RadioState &radio)
         print_done(arguments, "asked for; the daemon applies it two seconds later");
         return;
     }
-    if (!wait_until(patienceMs, [&] { return is_reached(present = present_channel(radio), wanted); }))
-        fail("refused: still on " + shown(present) + "; the daemon's log says what the driver answered");
-    print_channel(arguments, present);
+    print_channel(arguments, await_channel(arguments, radio, wanted, log, asked));
 }
 } // namespace
 

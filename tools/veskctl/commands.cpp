@@ -89,6 +89,7 @@ constexpr Parameter channel[] = {
     { "CHANNEL", "With set: channel number; 0 leaves it", Kind::Number, false, 0, 255 },
     { "WIDTH", "With set: width in MHz; keep leaves it", Kind::Text, false, 0, 0, "20 40 80 160 80+80 keep" },
     noWait,
+    log,
 };
 constexpr Parameter scanTrigger[] = { band, log };
 constexpr Parameter monitor[] = {
