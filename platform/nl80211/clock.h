@@ -1,4 +1,4 @@
-// The monotonic clock in milliseconds.
+// The monotonic clock in milliseconds; tests have one of their own.
 #pragma once
 
 #include <cstdint>
@@ -7,5 +7,6 @@ namespace radio
 {
 
 int64_t clock_ms();
+void clock_sleep(int ms);
 
 } // namespace radio

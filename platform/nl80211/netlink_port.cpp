@@ -58,4 +58,10 @@ int64_t clock_ms()
     return int64_t{ now.tv_sec } * 1000 + now.tv_nsec / 1000000;
 }
 
+void clock_sleep(int ms)
+{
+    const timespec pause = { ms / 1000, ms % 1000 * 1000000L };
+    nanosleep(&pause, nullptr);
+}
+
 } // namespace radio

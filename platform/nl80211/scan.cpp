@@ -128,19 +128,25 @@ void forget_events(nl_sock *socket)
         ;
 }
 
-/** Asks the kernel for the scan, again and again while the radio is busy. 0 or negative errno. Of the
- * events only those behind the request can be its end: a busy radio's own scan ends before it.
+/** Asks the kernel for the scan. 0 or negative errno. Of the events only those behind the request can be its
+ * end: a busy radio's own scan ends before it. The figures are counted from here.
  */
-int trigger(nl_sock *socket, const Scan &scan, const Query &query)
+int attempt(nl_sock *socket, Scan &scan, const Query &query)
+{
+    survey_list(scan.ifindex, scan.before);
+    forget_events(socket);
+    scan.begin = clock_ms();
+    return netlink_ask(query, nullptr, nullptr);
+}
+
+/** The same, again and again while the radio is busy. */
+int trigger(nl_sock *socket, Scan &scan, const Query &query)
 {
     const int64_t end = scan.request->since + busyPatience;
-    forget_events(socket);
-    int status = netlink_ask(query, nullptr, nullptr);
+    int status = attempt(socket, scan, query);
     while (status == -EBUSY && clock_ms() < end) {
-        const timespec pause = { 0, busyPause * 1000000L };
-        nanosleep(&pause, nullptr);
-        forget_events(socket);
-        status = netlink_ask(query, nullptr, nullptr);
+        clock_sleep(busyPause);
+        status = attempt(socket, scan, query);
     }
     return status;
 }
@@ -187,8 +193,6 @@ bool run(nl_sock *socket, const Request &request)
         return true;
     scan.frequency = channel->frequency;
     scan.radar = (channel->limits & limitRadar) != 0;
-    survey_list(scan.ifindex, scan.before);
-    scan.begin = clock_ms();
     const int status = trigger(socket, scan, query_of(request, scan, wiphy, *channel));
     if (status != 0) {
         log_line(levelInfo, "%s: no scan of channel %d: %s", request.radio.name, request.channel,

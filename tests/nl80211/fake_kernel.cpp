@@ -38,7 +38,7 @@ struct State {
     std::map<nl_sock *, std::set<int>> listeners; // their groups
     std::map<nl_sock *, int> fds;                 // readable while a queue has something
     bool overflows = false;
-    int64_t ahead = 0; // ms that the clock was advanced
+    int64_t now = 1000; // ms
 } state;
 
 void append(Blob &to, const void *bytes, size_t size) {
@@ -207,20 +207,23 @@ int netlink_port_wait(nl_sock *socket, int ms) {
     std::unique_lock guard(state.lock);
     const bool listens = state.listeners.contains(socket);
     const auto ready = [&] { return state.overflows || !state.queues[socket].empty(); };
-    return listens ? state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready) : ready();
+    if (!listens || ready() || state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready)) return ready();
+    state.now += ms;
+    return 0;
 }
 
 int64_t clock_ms() {
-    using namespace std::chrono;
     const std::lock_guard guard(state.lock);
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count() + state.ahead;
+    return state.now;
 }
+
+void clock_sleep(int ms) { clock_advance(ms); }
 
 } // namespace radio
 
 void clock_advance(int64_t ms) {
     const std::lock_guard guard(state.lock);
-    state.ahead += ms;
+    state.now += ms;
 }
 
 Blob attribute(int type, const void *data, size_t size) {

@@ -59,4 +59,5 @@ struct FakeKernel {
     bool present = true; // nl80211 is there
 };
 
+/** The libraries' clock: it stands still but for this, their own pauses, and waits that nothing ended. */
 void clock_advance(int64_t ms);
