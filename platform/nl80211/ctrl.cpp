@@ -1,5 +1,6 @@
 #include "platform/nl80211/ctrl.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -25,6 +26,7 @@ namespace
 {
 
 int patience = ctrlPatience;
+thread_local int64_t callEnd = INT64_MAX; // ms
 
 /** Who left a command without a reply, and until when it is let alone. */
 struct Silent {
@@ -121,14 +123,31 @@ CtrlIdentity ctrl_identity(CtrlPeer peer, const char *ifName)
     return { found.st_ino, int64_t{ found.st_ctim.tv_sec } * 1000000000 + found.st_ctim.tv_nsec };
 }
 
+CtrlCall::CtrlCall() : isOutermost(callEnd == INT64_MAX)
+{
+    if (isOutermost)
+        callEnd = clock_ms() + patience;
+}
+
+CtrlCall::~CtrlCall()
+{
+    if (isOutermost)
+        callEnd = INT64_MAX;
+}
+
+bool ctrl_time_left()
+{
+    return clock_ms() < callEnd;
+}
+
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size)
 {
-    if (is_silent(socketPath))
+    if (is_silent(socketPath) || !ctrl_time_left())
         return ctrlNobody;
     const int fd = ctrl_open(socketPath);
     if (fd < 0)
         return ctrlNobody;
-    const int64_t end = clock_ms() + patience;
+    const int64_t end = std::min(clock_ms() + patience, callEnd);
     ssize_t length = -1;
     if (wait_for(fd, POLLOUT, end) &&
         send(fd, command, strlen(command), MSG_NOSIGNAL) == static_cast<ssize_t>(strlen(command)))

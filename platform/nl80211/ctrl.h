@@ -22,6 +22,20 @@ void ctrl_set_patience(int ms);
  * poll. */
 inline constexpr int ctrlRest = 1000; // ms
 
+/**
+ * As long as it lives, this thread's commands share one patience, of the outermost one: an operation of
+ * several commands takes no longer than one of one. Those whose turn doesn't come fail.
+ */
+struct CtrlCall {
+    CtrlCall();
+    ~CtrlCall();
+    CtrlCall(const CtrlCall &) = delete;
+    CtrlCall &operator=(const CtrlCall &) = delete;
+    const bool isOutermost;
+};
+/** False where a CtrlCall's patience is over. */
+bool ctrl_time_left();
+
 /** 0: `reply` (of `size` bytes) holds the text, terminated. Negative: no socket, no room for its path, or no
  * reply; ctrlNobody where nothing was sent. */
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size);

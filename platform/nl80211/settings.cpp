@@ -101,6 +101,7 @@ int settle(const char *ifName, Note note, Say say)
     pthread_mutex_unlock(&lock);
     if (!taken)
         return -1;
+    const CtrlCall call;
     const int status = say();
     pthread_mutex_lock(&lock);
     if (bss->told.inode == 0)
@@ -160,6 +161,8 @@ void renew(Bss &place)
     pthread_mutex_lock(&lock);
     if (status == 0)
         place.tries = 0;
+    else if (!ctrl_time_left())
+        place.tries = 1; // what wasn't said can't be refused
     pthread_mutex_unlock(&lock);
 }
 
@@ -223,8 +226,11 @@ int settings_element(const char *ifName, const VendorElement &element, bool add)
 
 void settings_renew()
 {
-    for (Bss &place : all)
-        renew(place);
+    const CtrlCall call;
+    for (Bss &place : all) {
+        if (ctrl_time_left())
+            renew(place);
+    }
 }
 
 void settings_forget()

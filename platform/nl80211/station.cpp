@@ -9,6 +9,7 @@
 
 #include "include/vesk_wire.h"
 #include "platform/nl80211/clock.h"
+#include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/iface.h"
 #include "platform/nl80211/netlink.h"
 
@@ -145,6 +146,7 @@ void carry_over(const char *ifName, List<Station> &stations)
 
 void ask_of_new(const char *ifName, List<Station> &stations)
 {
+    const CtrlCall call;
     const int64_t end = clock_ms() + newStationsBudget;
     for (Station &station : stations) {
         if (!station.asked)

@@ -50,6 +50,7 @@ void FakeHostapd::serve() {
         const std::lock_guard guard(lock);
         heard.push_back(command);
         if (command.starts_with("ATTACH")) listener.assign(reinterpret_cast<char *>(&from), size);
+        clock_advance(slow);
         for (const auto &[begin, reply] : std::views::reverse(replies)) // the longest row that fits
             if (command.starts_with(begin)) {
                 for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
