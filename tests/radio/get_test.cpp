@@ -22,11 +22,11 @@ std::string parameters(const std::string &phy) {
 
 std::string parameters_truth(const std::string &phy) {
     const std::string width = find(info(first_bss(phy)), "width: (\\d+) MHz");
-    const std::string status = hostapd(first_bss(phy), "status");
-    std::string modes = phy == "phy0" ? "b,g" : "a";
-    for (const char *mode : { "n", "ac", "ax" })
-        modes += find(status, text("^ieee80211%s=1", mode)).empty() ? "" : text(",%s", mode);
-    return text("%d %sMHz %s", width == "20" ? 0 : width == "40" ? 1 : 2, width.c_str(), modes.c_str());
+    return text("%d %sMHz %s",
+                width == "20"   ? 0
+                : width == "40" ? 1
+                                : 2,
+                width.c_str(), standards(first_bss(phy)).c_str());
 }
 
 /** In the order of the record, the counter that nobody fills left out. */
@@ -51,8 +51,11 @@ std::string counters_truth(const std::vector<std::string> &interfaces, const std
 }
 
 std::string radio_interfaces(const std::string &phy) {
-    return sh("for i in /sys/class/net/*; do [ \"$(cat $i/phy80211/name 2>/dev/null)\" != " + phy +
-              " ] || basename $i; done");
+    std::vector<std::string> names;
+    for (const Interface &each : interfaces()) {
+        if (each.phy == phy && !each.name.empty()) names.push_back(each.name);
+    }
+    return join_words(names);
 }
 
 std::string snapshot(const std::string &bss) {
@@ -240,13 +243,18 @@ const StationRow station_rows[] = {
 };
 
 void compare_station(const std::string &bss, const std::string &mac) {
-    for (const StationRow &row : station_rows) {
-        const auto truth = [&] { return strtoll(station(bss, mac, row.line).c_str(), nullptr, 10); };
-        const int64_t before = truth();
-        const int64_t got = row.value(entry_of(bss, mac));
-        const int64_t after = truth();
-        EXPECT_TRUE(got == before || got == after || (row.moves && got > before && got < after))
-            << mac << " " << row.field << ": " << got << ", truth " << before << " and then " << after;
+    const auto truths = [&] {
+        const Moment moment;
+        return map_each(station_rows, [&](const StationRow &row) { return station(bss, mac, row.line); });
+    };
+    const auto before = truths();
+    const VeskStaEntry entry = entry_of(bss, mac);
+    const auto after = truths();
+    for (size_t i = 0; i < before.size(); i++) {
+        const int64_t least = atoll(before[i].c_str()), most = atoll(after[i].c_str());
+        const int64_t got = station_rows[i].value(entry);
+        EXPECT_TRUE(got == least || got == most || (station_rows[i].moves && got > least && got < most))
+            << mac << " " << station_rows[i].field << ": " << got << ", truth " << least << " and then " << most;
     }
 }
 
@@ -257,13 +265,10 @@ TEST_F(Get, StationsEqualTheTruth) {
 }
 
 TEST_F(Get, CapabilitiesAreWhatHostapdHeard) {
-    const std::string heard = hostapd("wlan0", "sta " + phone);
     const auto entry = entry_of("wlan0", phone);
-    const uint64_t capability = strtoull(find(heard, "^capability=0x(\\w+)").c_str(), nullptr, 16);
-    EXPECT_EQ(entry.is11k, capability >> 12 & 1) << heard;
-    const std::string third = find(heard, "^ext_capab=\\w{4}(\\w\\w)"); // bits 16 to 23
-    EXPECT_EQ(entry.is11v, strtoull(third.c_str(), nullptr, 16) >> 3 & 1) << heard;
-    EXPECT_STREQ(entry.text2, find(heard, "^flags=.*\\[HT\\]").empty() ? "" : "11n");
+    const Abilities truth = abilities_of("wlan0", phone);
+    EXPECT_EQ(std::tuple(bool(entry.is11k), bool(entry.is11v), std::string(entry.text2)),
+              std::tuple(truth.is11k, truth.is11v, truth.mode));
 }
 
 struct Stranger {

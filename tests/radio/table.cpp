@@ -1,14 +1,19 @@
 #include "tests/radio/table.h"
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 
 void compare(const Row &row) {
-    for (const std::string name : row.names) {
-        const std::string before = row.truth(name);
-        const std::string got = row.library(name);
-        if (got != before && got != row.truth(name))
-            ADD_FAILURE() << row.operation << " " << name << "\n  says  " << got << "\n  truth " << before;
+    const auto truths = [&] {
+        const Moment moment;
+        return map_each(row.names, row.truth);
+    };
+    const auto before = truths(), got = map_each(row.names, row.library), after = got == before ? got : truths();
+    for (size_t i = 0; i < got.size(); i++) {
+        if (got[i] != before[i] && got[i] != after[i])
+            ADD_FAILURE() << row.operation << " " << row.names[i] << "\n  says  " << got[i] << "\n  truth "
+                          << before[i];
     }
 }
 
@@ -16,52 +21,89 @@ std::string mac_text(const uint8_t *mac) {
     return text("%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
 }
 
-std::string info(const std::string &interface) { return sh("iw dev " + interface + " info"); }
-
 std::string sys(const std::string &interface, const std::string &file) {
     return find(read_file("/sys/class/net/" + interface + "/" + file), "[^\n]*");
 }
 
+std::vector<Interface> interfaces() {
+    std::vector<Interface> all;
+    std::string phy;
+    std::istringstream lines(sh("iw dev"));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("phy#")) phy = "phy" + line.substr(4);
+        if (line.starts_with("\tInterface ")) all.push_back({ line.substr(11), phy, "" });
+        if (line.starts_with("\tUnnamed")) all.push_back({ "", phy, "" });
+        if (!all.empty()) all.back().info += line + "\n";
+    }
+    return all;
+}
+
+std::string info(const std::string &interface) {
+    for (const Interface &each : interfaces()) {
+        if (each.name == interface) return each.info;
+    }
+    return "";
+}
+
 std::string access_points(const std::string &phy) {
-    return join_words(find_all(sh("iw dev | awk '/^phy/ { phy = $1 } /Interface/ { name = $2 }"
-                                  " /type AP$/ && phy == \"" +
-                                  std::string(phy).insert(3, "#") + "\" { print name }' | sort"),
-                               "\\S+"));
+    std::vector<std::string> names;
+    for (const Interface &each : interfaces()) {
+        if (each.phy == phy && each.info.find("type AP\n") != std::string::npos) names.push_back(each.name);
+    }
+    std::ranges::sort(names);
+    return join_words(names);
 }
 
-namespace {
-
-std::string dumps(const std::string &bss) {
-    return sh("for i in " + bss + " $(cd /sys/class/net; ls -d " + bss +
-              ".* 2>/dev/null); do iw dev $i station dump; done");
+std::string station_dumps(const std::string &bss) {
+    std::string all;
+    for (const Interface &each : interfaces()) {
+        if (each.name == bss || each.name.starts_with(bss + ".")) all += sh("iw dev " + each.name + " station dump");
+    }
+    return all;
 }
 
-} // namespace
-
-std::string stations_of(const std::string &bss) { return join_words(find_all(dumps(bss), "^Station (\\S+)")); }
+std::string stations_of(const std::string &bss) { return join_words(find_all(station_dumps(bss), "^Station (\\S+)")); }
 
 std::string station(const std::string &bss, const std::string &mac, const std::string &line) {
-    const std::string all = dumps(bss);
+    const std::string all = station_dumps(bss);
     const size_t begin = all.find("Station " + mac);
-    if (begin == std::string::npos) return "";
-    const size_t end = all.find("Station ", begin + 1);
-    return find(all.substr(begin, end == std::string::npos ? end : end - begin), line);
+    return begin == std::string::npos ? "" : find(all.substr(begin, all.find("Station ", begin + 1) - begin), line);
 }
 
 std::string is_up(const std::string &interface) {
-    const bool station = find(info(interface), "type managed") != "";
-    return sys(interface, "operstate") == "up" && (station || find(info(interface), "channel") != "") ? "1" : "0";
+    const std::string said = info(interface);
+    const bool onAir = said.find("type managed") != std::string::npos || said.find("channel") != std::string::npos;
+    return sys(interface, "operstate") == "up" && onAir ? "1" : "0";
+}
+
+std::string standards(const std::string &bss) {
+    const std::string status = hostapd(bss, "status");
+    std::string modes = bss[4] == '0' ? "b,g" : "a";
+    for (const char *mode : { "n", "ac", "ax" })
+        modes += find(status, text("^ieee80211%s=1", mode)).empty() ? "" : text(",%s", mode);
+    return modes;
+}
+
+Abilities abilities_of(const std::string &bss, const std::string &mac) {
+    const std::string heard = hostapd(bss, "sta " + mac), flags = find(heard, "^flags=.*");
+    const auto hex = [&](const char *pattern) { return strtoull(find(heard, pattern).c_str(), nullptr, 16); };
+    const auto has = [&](const char *flag) { return flags.find(flag) != std::string::npos; };
+    return { (hex("^capability=0x(\\w+)") >> 12 & 1) != 0, (hex("^ext_capab=\\w{4}(\\w\\w)") >> 3 & 1) != 0, // bit 19
+             has("[HE]")    ? "11ax"
+             : has("[VHT]") ? "11ac"
+             : has("[HT]")  ? "11n"
+                            : "" };
 }
 
 std::string phy_of(const std::string &band) { return band == "0" ? "phy0" : "phy1"; }
 
 std::vector<IwChannel> iw_channels(const std::string &band) {
     std::vector<IwChannel> channels;
-    std::istringstream lines(sh("iw phy " + phy_of(band) + " channels | tr '\n\t' '  ' | sed 's/[*] /\\n/g'"));
-    for (std::string line; std::getline(lines, line);) {
+    std::istringstream blocks(sh("iw phy " + phy_of(band) + " channels"));
+    for (std::string line; std::getline(blocks, line, '*');) {
         const auto lacks = [&](const char *word) { return line.find(word) == std::string::npos; };
         int frequency, number; // 6 GHz has the same numbers once more
-        if (sscanf(line.c_str(), "%d MHz [%d]", &frequency, &number) != 2) continue;
+        if (sscanf(line.c_str(), " %d MHz [%d]", &frequency, &number) != 2) continue;
         const bool listed = band == "0" ? number <= 13 && frequency > 2400 && frequency < 2500
                                         : frequency > 5000 && frequency < 5830 && number % 4 < 2;
         if (listed)
@@ -87,14 +129,16 @@ VapTruth vap_truth(const std::string &name) {
 
 std::vector<Heard> heard_on(const std::string &interface, int frequency) {
     std::vector<Heard> all;
-    for (const std::string &block : find_all(sh("iw dev " + interface +
-                                                " scan dump | grep -E '^BSS|freq:|signal:|SSID:'"
-                                                " | tr '\\n' ' ' | sed 's/BSS /\\n/g'"),
-                                             "^\\S+\\(on .*")) {
-        if (atoi(find(block, "freq: (\\d+)").c_str()) == frequency)
-            all.push_back(
-                { find(block, "^\\S{17}"), find(block, "SSID: (.*\\S)? *$"), find(block, "signal: (-?\\d+)") });
+    std::istringstream lines(sh("iw dev " + interface + " scan dump"));
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("BSS ")) all.push_back({ line.substr(4, 17), "", "", "", 0 });
+        if (line.starts_with("\tfreq: ")) all.back().frequency = atoi(line.c_str() + 7);
+        if (line.starts_with("\tsignal: ")) all.back().rssi = text("%d", atoi(line.c_str() + 9));
+        if (line.starts_with("\tcapability: "))
+            all.back().capability = text("%ld", strtol(find(line, "\\((0x\\w+)\\)").c_str(), nullptr, 16));
+        if (line.starts_with("\tSSID: ")) all.back().ssid = line.substr(7);
     }
+    std::erase_if(all, [&](const Heard &each) { return each.frequency != frequency; });
     std::ranges::sort(all, {}, &Heard::bssid);
     return all;
 }

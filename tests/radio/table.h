@@ -22,13 +22,32 @@ std::string text(const char *format, Parts... parts) {
 }
 std::string mac_text(const uint8_t *mac);
 
+template <class Names, class Of>
+std::vector<std::string> map_each(const Names &names, Of of) {
+    std::vector<std::string> all;
+    for (const auto &name : names) all.push_back(of(name));
+    return all;
+}
+
 // The truth.
-std::string info(const std::string &interface);                         // iw dev NAME info
+struct Interface {
+    std::string name, phy, info;
+};
+std::vector<Interface> interfaces();                                    // iw dev
+std::string info(const std::string &interface);                         // one interface's lines of it
 std::string sys(const std::string &interface, const std::string &file); // below /sys/class/net, one line
 std::string access_points(const std::string &phy);                      // names in alphabetical order
-std::string stations_of(const std::string &bss); // MACs in order, of its own interfaces for WDS too
+std::string station_dumps(const std::string &bss);                      // of its own interfaces for WDS too
+std::string stations_of(const std::string &bss);                        // MACs in order
 std::string station(const std::string &bss, const std::string &mac, const std::string &line);
 std::string is_up(const std::string &interface); // "1" or "0"
+std::string standards(const std::string &bss);   // "b,g,n", by hostapd's word
+/** What a station can do by hostapd's word. */
+struct Abilities {
+    bool is11k, is11v;
+    std::string mode;
+};
+Abilities abilities_of(const std::string &bss, const std::string &mac);
 std::string phy_of(const std::string &band);
 
 /** Channel numbers of `iw phy PHY channels` that the daemon is told of, each with the bits of its limits. */
@@ -46,7 +65,8 @@ VapTruth vap_truth(const std::string &name);
 
 /** One BSS that `iw scan` has heard. */
 struct Heard {
-    std::string bssid, ssid, rssi;
+    std::string bssid, ssid, rssi, capability;
+    int frequency;
 };
 /** Of the interface's last scan on a frequency, in order of the BSSIDs. */
 std::vector<Heard> heard_on(const std::string &interface, int frequency);

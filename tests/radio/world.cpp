@@ -1,16 +1,25 @@
 #include "tests/radio/world.h"
 
 #include <fstream>
+#include <map>
+#include <optional>
 #include <regex>
 #include <sstream>
 #include <thread>
 
+static std::optional<std::map<std::string, std::string>> answers; // of this moment
+
+Moment::Moment() { answers.emplace(); }
+Moment::~Moment() { answers.reset(); }
+
 std::string sh(const std::string &command) {
+    if (answers && answers->contains(command)) return (*answers)[command];
     std::string text;
     FILE *pipe = popen((command + " 2>&1").c_str(), "r");
     char part[4096];
     for (size_t length; pipe && (length = fread(part, 1, sizeof part, pipe)) > 0;) text.append(part, length);
     if (pipe) pclose(pipe);
+    if (answers) (*answers)[command] = text;
     return text;
 }
 
@@ -21,28 +30,30 @@ std::string read_file(const std::string &path) {
     return text.str();
 }
 
-bool within(std::chrono::milliseconds span, const std::function<bool()> &question) {
+bool within(std::chrono::milliseconds span, const std::function<bool()> &question, std::chrono::milliseconds pause) {
     // A question costs the host some milliseconds, waiting nothing: it is asked often at first, then less.
     const auto begin = Clock::now();
     for (Clock::duration passed{}; !question(); passed = Clock::now() - begin) {
         if (passed >= span) return false;
-        std::this_thread::sleep_for(std::max<Clock::duration>(20ms, passed / 16));
+        std::this_thread::sleep_for(std::max<Clock::duration>(pause, passed / 16));
     }
     return true;
 }
 
-std::vector<std::string> find_all(const std::string &text, const std::string &pattern) {
-    const std::regex expression(pattern, std::regex::ECMAScript | std::regex::multiline);
+std::vector<std::string> find_all(const std::string &text, const std::string &pattern, size_t most) {
+    static std::map<std::string, std::regex> compiled; // takes longer than most searches
+    const auto flags = std::regex::ECMAScript | std::regex::multiline;
+    const std::regex &expression = compiled.try_emplace(pattern, pattern, flags).first->second;
     std::vector<std::string> found;
-    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match)
+    for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end && found.size() < most;
+         ++match)
         found.push_back(match->str(match->size() > 1 ? 1 : 0));
     return found;
 }
 
 std::string find(const std::string &text, const std::string &pattern) {
-    const std::regex expression(pattern, std::regex::ECMAScript | std::regex::multiline);
-    std::smatch match;
-    return std::regex_search(text, match, expression) ? match.str(match.size() > 1 ? 1 : 0) : "";
+    const auto found = find_all(text, pattern, 1);
+    return found.empty() ? "" : found[0];
 }
 
 std::string join_words(const std::vector<std::string> &words) {
@@ -75,7 +86,7 @@ bool start_world() {
     };
     static const Step steps[] = {
         { "regulatory domain", "iw reg set US", "iw reg get | grep -q 'country US' && echo yes" },
-        { "radios under test", "hostapd -B -t -f /tmp/hostapd.log /etc/radio/access24.conf /etc/radio/access5.conf",
+        { "radios under test", HOSTAPD,
           "test -S /run/hostapd/wlan0s && test -S /run/hostapd/wlan1o && grep -q up /sys/class/net/wlan0/operstate &&"
           " grep -q up /sys/class/net/wlan1/operstate && echo yes" },
         { "backhaul station's interface", "iw phy phy0 interface add bsta0 type managed",

@@ -15,15 +15,24 @@ using Clock = std::chrono::steady_clock;
 
 /** What a shell command prints on both streams. */
 std::string sh(const std::string &command);
+/** As long as it lives the same command is run once, and its answer holds: each program that starts costs the guest
+ * some 10 ms. Never two at a time. */
+struct Moment {
+    Moment();
+    ~Moment();
+    Moment(const Moment &) = delete;
+    Moment &operator=(const Moment &) = delete;
+};
 std::string read_file(const std::string &path);
 
-/** Asks until the answer is yes or the time is over. */
-bool within(std::chrono::milliseconds span, const std::function<bool()> &question);
+/** Asks until the answer is yes or the time is over, at most every `pause`. */
+bool within(std::chrono::milliseconds span, const std::function<bool()> &question,
+            std::chrono::milliseconds pause = 20ms);
 
 /** The first group of the first match (whole match without a group) in a text; empty without one. */
 std::string find(const std::string &text, const std::string &pattern);
 /** The same for every match, in order. */
-std::vector<std::string> find_all(const std::string &text, const std::string &pattern);
+std::vector<std::string> find_all(const std::string &text, const std::string &pattern, size_t most = SIZE_MAX);
 std::string join_words(const std::vector<std::string> &words);
 
 /** hostapd's answer to a control command on a BSS, the first line that isn't hostapd_cli's own. */
@@ -44,6 +53,9 @@ struct Joined {
     Joined(const Joined &) = delete;
     Joined &operator=(const Joined &) = delete;
 };
+
+/** Starts hostapd on the radios under test. */
+#define HOSTAPD "hostapd -B -t -P /run/hostapd.pid -f /tmp/hostapd.log /etc/radio/access24.conf /etc/radio/access5.conf"
 
 /** Starts what the tests and the shell stand in. False, with a line on stderr, if something doesn't come up. */
 bool start_world();
