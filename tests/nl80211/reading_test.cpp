@@ -163,6 +163,114 @@ TEST_F(Reading, LoadOfTheOperatingChannel) {
     EXPECT_EQ(int{ info.channel }, 77);
 }
 
+// What `iw` prints of real drivers, as their users have shown it in reports to OpenWrt, Gluon, mt76 and ath10k-ct and
+// in the kernel's own log of changes; iwlwifi's row has the attributes that its driver fills. NONE: no such line.
+constexpr int64_t NONE = INT64_MIN;
+template <class T>
+Blob maybe(int type, int64_t value) {
+    return value == NONE ? Blob{} : number(type, static_cast<T>(value));
+}
+
+struct DriverSurvey {
+    const char *driver;
+    int64_t noise, time, busy, rx, bssRx, tx; // since the driver began
+    int used, own, mask;                      // own share, -1: unknown
+};
+const DriverSurvey surveys[] = {
+    { "mt7996", -84, 497753, 104676, 87380, NONE, 16494, 21, 20, 7 },
+    { "mt7986", -90, 3632796925, 878259766, 440957725, 173056055, 340995043, 24, 14, 7 },
+    { "ath9k", -95, 1704490481, 945335227, 584372518, NONE, 310956458, 55, 52, 7 },
+    { "ath10k", -105, 140, 2, 0, NONE, 0, 1, 0, 7 },
+    { "ath10k with a firmware that tells nothing", NONE, NONE, NONE, NONE, NONE, NONE, 0, 0, 0 },
+    { "carl9170", -86, 3339608, 270982, NONE, NONE, 121515, 8, 0, 5 },
+    { "iwlwifi, without noise and busy time", NONE, 60000, NONE, 9000, NONE, 3000, 0, 20, 2 },
+};
+
+TEST_F(Reading, SurveysOfRealDrivers) {
+    for (const DriverSurvey &d : surveys) {
+        SCOPED_TRACE(d.driver);
+        VeskCurChannelInfo info{};
+        for (const bool began : { false, true }) {
+            const auto counter = [&](int type, int64_t value) {
+                return maybe<uint64_t>(type, value == NONE || began ? value : 0);
+            };
+            kernel.on(
+                NL80211_CMD_GET_SURVEY,
+                { { nest(NL80211_ATTR_SURVEY_INFO,
+                         { number(NL80211_SURVEY_INFO_FREQUENCY, 2437), flag(NL80211_SURVEY_INFO_IN_USE),
+                           maybe<int8_t>(NL80211_SURVEY_INFO_NOISE, d.noise), counter(NL80211_SURVEY_INFO_TIME, d.time),
+                           counter(NL80211_SURVEY_INFO_TIME_BUSY, d.busy), counter(NL80211_SURVEY_INFO_TIME_RX, d.rx),
+                           counter(NL80211_SURVEY_INFO_TIME_BSS_RX, d.bssRx),
+                           counter(NL80211_SURVEY_INFO_TIME_TX, d.tx) }) } });
+            clock_advance(1000);
+            EXPECT_EQ(rilk_getCurChannelInfo("phy0", &info), 0);
+        }
+        const auto kept = [](int64_t value) { return value == NONE ? 0 : value; };
+        EXPECT_EQ(
+            std::tuple(unsigned{ info.ccaTxUtil }, int{ info.ccaIdle }, unsigned{ info.ccaInbss }, int{ info.value4 }),
+            std::tuple(d.used, d.mask & 1 ? 100 - d.used : -1, d.own, d.mask));
+        EXPECT_EQ(std::tuple(int{ info.noise }, uint64_t{ info.counter1 }, uint64_t{ info.counters2[0] },
+                             uint64_t{ info.counters2[2] }, uint64_t{ info.counters2[3] }),
+                  std::tuple(kept(d.noise), kept(d.time), kept(d.busy), kept(d.rx), kept(d.tx)));
+    }
+}
+
+struct DriverStation {
+    const char *driver;
+    int64_t inactive, rxBytes, rxPackets, txBytes, txPackets, retries, failed, dropped;
+    int64_t signal, average, tx, rx, throughput, connected; // 100 kbit/s, kbit/s
+};
+const DriverStation driver_stations[] = {
+    { "ath10k, which counts no retries", 1230, 190138, 2090, 311347, 859, 0, 0, NONE, -55, -57, 60, 240, NONE, 985 },
+    { "ath9k", 1060, 94561, 846, 124382, 503, 67, 0, NONE, -63, -63, 578, 240, 30290, 223 },
+    { "mt76x2", 1212, 36113921, 95034, 1060521203, 346751, 7891, 1, 0, -40, -40, 8667, 8667, 464904, 257 },
+    { "mt7927, whose retries have turned over", 14366, 2177584017, 1708579, 512811083, 1053046, 4294954617, 7, 253, -59,
+      -58, 10806, 9607, NONE, 15618 },
+    { "a driver that tells nothing", NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE, NONE,
+      NONE },
+};
+
+TEST_F(Reading, StationsOfRealDrivers) {
+    for (const DriverStation &d : driver_stations) {
+        SCOPED_TRACE(d.driver);
+        const auto rate = [&](int type, int64_t value) {
+            return value == NONE ? Blob{}
+                                 : nest(type, { number(NL80211_RATE_INFO_BITRATE32, static_cast<uint32_t>(value)) });
+        };
+        using u32 = uint32_t;
+        kernel.on(NL80211_CMD_GET_STATION,
+                  { { join({ mac(NL80211_ATTR_MAC, 1),
+                             nest(NL80211_ATTR_STA_INFO,
+                                  { maybe<u32>(NL80211_STA_INFO_INACTIVE_TIME, d.inactive),
+                                    maybe<uint64_t>(NL80211_STA_INFO_RX_BYTES64, d.rxBytes),
+                                    maybe<u32>(NL80211_STA_INFO_RX_PACKETS, d.rxPackets),
+                                    maybe<uint64_t>(NL80211_STA_INFO_TX_BYTES64, d.txBytes),
+                                    maybe<u32>(NL80211_STA_INFO_TX_PACKETS, d.txPackets),
+                                    maybe<u32>(NL80211_STA_INFO_TX_RETRIES, d.retries),
+                                    maybe<u32>(NL80211_STA_INFO_TX_FAILED, d.failed),
+                                    maybe<uint64_t>(NL80211_STA_INFO_RX_DROP_MISC, d.dropped),
+                                    maybe<int8_t>(NL80211_STA_INFO_SIGNAL, d.signal),
+                                    maybe<int8_t>(NL80211_STA_INFO_SIGNAL_AVG, d.average),
+                                    rate(NL80211_STA_INFO_TX_BITRATE, d.tx), rate(NL80211_STA_INFO_RX_BITRATE, d.rx),
+                                    maybe<u32>(NL80211_STA_INFO_EXPECTED_THROUGHPUT, d.throughput),
+                                    maybe<u32>(NL80211_STA_INFO_CONNECTED_TIME, d.connected) }) }) } });
+        int32_t number = 0;
+        uint8_t address[6];
+        VeskStaEntry e{};
+        EXPECT_EQ(rilk_getVapAssocStationNumber("wlan1", &number) + rilk_getVapAssocStationMac("wlan1", 1, address) +
+                      rilk_getVapAssocStationInfo("wlan1", address, &e),
+                  0);
+        const auto kept = [](int64_t value, int64_t unit = 1) { return value == NONE ? 0 : value / unit; };
+        EXPECT_EQ((std::vector<int64_t>{ e.rssi, e.value2, e.tx, e.rx, e.value1, e.time, e.value3 }),
+                  (std::vector<int64_t>{ kept(d.signal), kept(d.average), kept(d.tx, 10), kept(d.rx, 10),
+                                         kept(d.throughput, 1000), kept(d.connected), kept(d.inactive) }));
+        std::vector<int64_t> got;
+        for (const int i : { 0, 1, 2, 3, 7, 10, 11 }) got.push_back(static_cast<int64_t>(e.stats.counters[i]));
+        EXPECT_EQ(got, (std::vector<int64_t>{ kept(d.rxPackets), kept(d.txPackets), kept(d.rxBytes), kept(d.txBytes),
+                                              kept(d.dropped), kept(d.retries), kept(d.failed) }));
+    }
+}
+
 TEST_F(Reading, Vaps) {
     uint8_t bssid[6] = {}, status = 9;
     char ssid[65] = "";
