@@ -38,7 +38,8 @@ struct State {
     std::map<nl_sock *, std::set<int>> listeners; // their groups
     std::map<nl_sock *, int> fds;                 // readable while a queue has something
     bool overflows = false;
-    int64_t now = 1000; // ms
+    int64_t ahead = 0;   // ms that the clock was advanced
+    int64_t stopped = 0; // where the clock stands, 0: it runs
 } state;
 
 void append(Blob &to, const void *bytes, size_t size) {
@@ -208,13 +209,15 @@ int netlink_port_wait(nl_sock *socket, int ms) {
     const bool listens = state.listeners.contains(socket);
     const auto ready = [&] { return state.overflows || !state.queues[socket].empty(); };
     if (!listens || ready() || state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready)) return ready();
-    state.now += ms;
+    state.ahead += state.stopped ? ms : 0;
     return 0;
 }
 
 int64_t clock_ms() {
+    using namespace std::chrono;
     const std::lock_guard guard(state.lock);
-    return state.now;
+    const int64_t now = duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+    return (state.stopped ? state.stopped : now) + state.ahead;
 }
 
 void clock_sleep(int ms) { clock_advance(ms); }
@@ -223,8 +226,10 @@ void clock_sleep(int ms) { clock_advance(ms); }
 
 void clock_advance(int64_t ms) {
     const std::lock_guard guard(state.lock);
-    state.now += ms;
+    state.ahead += ms;
 }
+
+void clock_stop() { state.stopped = radio::clock_ms() - state.ahead; }
 
 Blob attribute(int type, const void *data, size_t size) {
     Blob out;
@@ -274,6 +279,7 @@ FakeKernel::FakeKernel() {
 FakeKernel::~FakeKernel() {
     const std::lock_guard guard(state.lock);
     state.kernel = nullptr;
+    state.stopped = 0;
     state.answers.clear();
     state.asked.clear();
 }

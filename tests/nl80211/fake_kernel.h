@@ -59,5 +59,6 @@ struct FakeKernel {
     bool present = true; // nl80211 is there
 };
 
-/** The libraries' clock: it stands still but for this, their own pauses, and waits that nothing ended. */
 void clock_advance(int64_t ms);
+/** From here to the kernel's end time passes only in clock_advance, in pauses, and in waits that nothing ended. */
+void clock_stop();

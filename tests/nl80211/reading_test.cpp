@@ -13,7 +13,10 @@ const std::string STA =
 const std::string CONFIG = "ssid=vesk24\nkey_mgmt=WPA-PSK\nrsn_pairwise_cipher=CCMP\nmulti_ap=1\n";
 
 struct Reading : World {
-    Reading() { rilk_initDriver(); }
+    Reading() {
+        clock_stop();
+        rilk_initDriver();
+    }
     void with_interfaces(std::vector<Blob> messages) {
         kernel.on(NL80211_CMD_GET_INTERFACE, [=](const Asked &asked) {
             if (asked.dump) return Reply{ messages };

@@ -21,6 +21,7 @@ Blob heard(uint8_t last, uint32_t frequency, int mbm, uint32_t age) {
 
 struct ScanThread : World {
     ScanThread() {
+        clock_stop();
         rilk_initDriver();
         rilk_initScanChannelList(CHANNELS, COUNT);
         for (size_t i = 0; i < COUNT; i++) {
