@@ -13,5 +13,3 @@ wrong() { echo "$*" >&2; exit 1; }
 same() { # WHAT FILE FILE
     diff -u "$2" "$3" >&2 || wrong "$1"
 }
-
-methods() { vesk-apidoc --json | jq -r '.methods[].name'; }

@@ -1,5 +1,6 @@
 #!/bin/bash
 # debian.sh BUILD: builds the packages, then installs, runs, upgrades and purges them in a private root.
+# shellcheck disable=SC2016 # texts in single quotes are for other shells
 # shellcheck source=tests/packaging/checks.sh
 . "$(dirname "$0")/checks.sh"
 cd "$checkout"
@@ -7,7 +8,6 @@ cd "$checkout"
 if [ "${VESK_PRIVATE_ROOT:-}" != 1 ]; then
     scripts/package --from "$build" --to "$build/package" >/dev/null
     # What the packages need from outside, in the versions of this machine, for a package database of their own.
-    # shellcheck disable=SC2016
     for deb in "$build"/package/*.deb; do
         dpkg-deb -f "$deb" Depends | tr ',' '\n' | awk -v native="$(dpkg --print-architecture)" 'NF && $1 !~ /^vesk/ { print $1 ":" native }'
     done | sort -u | xargs dpkg-query -W -f 'Package: ${Package}\nStatus: install ok installed\nVersion: ${Version}\nArchitecture: ${Architecture}\nMaintainer: x\nDescription: x\n\n' >"$build/package/outside"
@@ -53,15 +53,14 @@ for deb in "${debs[@]}"; do
     vesk_*) dpkg-deb -x "$deb" "$old/vesk" ;;
     esac
 done
-while IFS='|' read -r name relations; do
-    mkdir "$old/$name/DEBIAN"
-    printf 'Package: %s\nVersion: 1.4.3\nArchitecture: %s\nMaintainer: x\nDescription: x\n%b' "$name" \
-        "$(dpkg --print-architecture)" "$relations\n" >"$old/$name/DEBIAN/control"
-    fakeroot dpkg-deb -b "$old/$name" "$old/$name.deb" >/dev/null
-done <<'TABLE'
-vesk|Depends: vesk-sim (= 1.4.3) | vesk-platform
-vesk-sim|Provides: vesk-bus, vesk-platform\nConflicts: vesk-bus, vesk-platform
-TABLE
+old_package() { # NAME RELATIONS
+    mkdir "$old/$1/DEBIAN"
+    printf 'Package: %s\nVersion: 1.4.3\nArchitecture: %s\nMaintainer: x\nDescription: x\n%b\n' "$1" \
+        "$(dpkg --print-architecture)" "$2" >"$old/$1/DEBIAN/control"
+    fakeroot dpkg-deb -b "$old/$1" "$old/$1.deb" >/dev/null
+}
+old_package vesk 'Depends: vesk-sim (= 1.4.3) | vesk-platform'
+old_package vesk-sim 'Provides: vesk-bus, vesk-platform\nConflicts: vesk-bus, vesk-platform'
 expect 'the former layout' package -i "$old"/*.deb
 expect 'upgrade from the former layout' package --auto-deconfigure -i "${debs[@]}"
 for package in vesk vesk-bus vesk-sim vesk-dev veskctl; do
@@ -74,8 +73,7 @@ done
 [ ! -e "$root/etc/systemd/system/timers.target.wants/vesk-metrics.timer" ] || wrong 'the timer is on unasked'
 [ -L "$root/etc/systemd/system/multi-user.target.wants/vesk.service" ] || wrong 'the service is not enabled'
 systemd-analyze verify --man=no --recursive-errors=no --root="$root" vesk.service vesk-busd.service \
-    vesk-metrics.service vesk-metrics.timer ||
-    wrong 'unit files'
+    vesk-metrics.service vesk-metrics.timer || wrong 'unit files'
 
 # The installed programs, with the search path of the unit; their libraries come from this root.
 PATH=$root/usr/lib/vesk:$root/usr/sbin:$root/usr/bin:/usr/sbin:/usr/bin:/sbin:/bin
@@ -83,17 +81,14 @@ cp "$root/tmp/kor-product-cfg.json" /tmp/
 vesk-busd &
 vesk 2>/dev/null &
 daemon=$!
-# shellcheck disable=SC2016 # for the shell that asks again and again
 within 60 bash -c '[ "$(veskctl version 2>/dev/null)" = "vesk 1.4.3" ]' || wrong 'the installed daemon does not answer'
 grep -q "$root/usr/lib/vesk/librilk.so" "/proc/$daemon/maps" || wrong 'the libraries come from elsewhere'
 within 60 test -p /tmp/drelm.in || wrong 'the daemon did not start its sibling'
 
 # The example of the guide is a sender of events.
-# shellcheck disable=SC2016
 sed -n '/^```c$/,/^```$/{/^```/!p}' docs/guide.md >"$scratch/event.c"
 cc -Wall -Wextra -Wpedantic -Werror -o "$scratch/event" "$scratch/event.c" || wrong "the guide's example"
 veskctl watch >"$scratch/signals" &
-# shellcheck disable=SC2016
 within 60 bash -c '"$0/event" && grep -q "veskClientLeave .*mac=02:5e:70:00:00:01" "$0/signals"' "$scratch" || wrong "the guide's example sends no event"
 
 # The example of a vendor's library, with the headers of vesk-dev: its country shows.
@@ -102,7 +97,6 @@ c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -shared -fPIC -I"$root/usr/inclu
 kill "$daemon"
 wait "$daemon" || wrong 'the daemon did not end in good order'
 LD_LIBRARY_PATH=$scratch vesk 2>/dev/null &
-# shellcheck disable=SC2016
 within 60 bash -c 'veskctl radios 2>/dev/null | grep -q " AT "' || wrong "the example's country isn't in force"
 
 # What the timer runs. Its folder is the service manager's to make.

@@ -31,14 +31,15 @@ done <<'TABLE'
 .records[]|select(.name=="WireStation").fields[]|select(.name=="stats").offset 152
 TABLE
 
-veskctl --complete '' >"$scratch/commands"
-[ "$(wc -l <"$scratch/commands")" -ge 31 ] || wrong 'veskctl has few commands'
-
 for page in docs/*.[18]; do
     mandoc -T lint -W warning "$page" || wrong "$page"
 done
+
+veskctl --complete '' >"$scratch/commands"
+[ "$(wc -l <"$scratch/commands")" -ge 31 ] || wrong 'veskctl has few commands'
 while read -r name; do
     grep -qE "^\.It .*Ic $name( |$)" docs/veskctl.1 || wrong "docs/veskctl.1 doesn't tell of $name"
+    veskctl --help | grep -qE "^  $name[ ,]" || wrong "veskctl --help doesn't list $name"
 done <"$scratch/commands"
 
 # What the completion offers behind some beginnings.
@@ -49,9 +50,6 @@ complete_words() {
     _veskctl
     printf '%s\n' "${COMPREPLY[@]}"
 }
-while read -r name; do
-    veskctl --help | grep -qE "^  $name[ ,]" || wrong "veskctl --help doesn't list $name"
-done <"$scratch/commands"
 complete_words '' >"$scratch/completed"
 same 'the completion offers other commands' "$scratch/commands" "$scratch/completed"
 while IFS='|' read -r words expected; do
