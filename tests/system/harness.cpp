@@ -129,10 +129,8 @@ bool Bus::listen(const std::function<bool()> &question) {
 
 void System::SetUp() {
     // Under ctest every test has a root of its own; this is for the whole program run in one.
-    for (const char *left :
-         { "/run/ubus.sock", "/run/vesk.pid", "/configs/vesk", "/tmp/vesk.log", "/tmp/vesk_ready", "/tmp/vesk_init.log",
-           "/tmp/vesk-sim.log", "/tmp/vesk-sim.json", "/tmp/vesk-sim.stations", "/usr/etc/kor-product-cfg.json" })
-        std::filesystem::remove_all(left);
+    for (const char *folder : { "/run", "/configs", "/tmp", "/usr/etc" })
+        for (const auto &left : std::filesystem::directory_iterator(folder)) std::filesystem::remove_all(left);
     std::filesystem::create_directory("/tmp/output");
     std::filesystem::copy(VESK_SOURCE_DIR "/platform/sim/kor-product-cfg.json", "/usr/etc/");
 }
@@ -163,23 +161,20 @@ void send_event(uint32_t id, const std::string &ifName, const std::string &body)
     VeskEventHeader header = {};
     header.eventId = id;
     memcpy(header.ifName, ifName.data(), std::min(ifName.size(), sizeof header.ifName - 1));
-    std::string datagram(reinterpret_cast<const char *>(&header), sizeof header);
-    datagram += body;
-
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(VESK_EVENT_PORT);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    sendto(fd, datagram.data(), datagram.size(), 0, reinterpret_cast<sockaddr *>(&address), sizeof address);
+    const std::string datagram = std::string(reinterpret_cast<const char *>(&header), sizeof header) + body;
+    const sockaddr_in address = { AF_INET, htons(VESK_EVENT_PORT), { htonl(INADDR_LOOPBACK) }, {} };
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    sendto(fd, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr *>(&address), sizeof address);
     close(fd);
 }
 
-std::string log_record(uint32_t level) {
-    std::string record(36, '\0');
-    memcpy(record.data(), &level, sizeof level);
-    return record;
+void configure(const std::string &lines) {
+    write_file("/configs/vesk/vesk_debug_flag", "");
+    write_file("/configs/vesk/vesk.conf", lines);
 }
+
+std::string word(int32_t value) { return { reinterpret_cast<const char *>(&value), sizeof value }; }
+std::string log_record(int32_t level) { return word(level) + std::string(32, '\0'); }
 
 int main(int argc, char **argv) {
     testing::InitGoogleTest(&argc, argv);

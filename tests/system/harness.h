@@ -100,5 +100,8 @@ struct System : testing::Test {
 bool on_the_bus();
 /** Sends a driver event to the daemon as the sibling does. */
 void send_event(uint32_t id, const std::string &ifName, const std::string &body);
-/** The bytes of a `setLogLevel` signal. */
-std::string log_record(uint32_t level);
+/** Lines of the daemon's configuration, which it then doesn't renew. */
+void configure(const std::string &lines);
+/** The payload of a switch, and of a `setLogLevel` signal. */
+std::string word(int32_t value);
+std::string log_record(int32_t level);

@@ -13,9 +13,8 @@ void small_device() {
     write_file("/tmp/vesk-sim.json",
                R"({"radios":[{"channels":[1,6],"channel":6,"vaps":[{"name":"ath0","stations":[
                {"mac":"02:aa:00:00:00:01","rssi":-50,"time":7}]}]},{"channels":[36,40],"channel":36}]})");
-    write_file("/configs/vesk/vesk_debug_flag", "");
-    write_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_SCAN_24G_INTERVAL=5\n"
-                                          "VESK_CH_CHANGE_INTERVAL=1\nVESK_TRIGGER_INTF_INTERVAL=1\n");
+    configure("VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_SCAN_24G_INTERVAL=5\n"
+              "VESK_CH_CHANGE_INTERVAL=1\nVESK_TRIGGER_INTF_INTERVAL=1\n");
 }
 
 int count_at(const std::string &record, size_t offset) {
@@ -26,8 +25,6 @@ int count_at(const std::string &record, size_t offset) {
 
 const auto on_ath0 = [](blob_buf *b) { blobmsg_add_string(b, "vapName", "ath0.v0"); };
 const auto on_5ghz = [](blob_buf *b) { blobmsg_add_u32(b, "band", 3); };
-
-std::string word(int32_t value) { return { reinterpret_cast<const char *>(&value), sizeof value }; }
 
 TEST_F(System, AJoinBecomesASignalAndThenAStation) {
     small_device();
@@ -161,9 +158,8 @@ TEST_F(System, InboundSignalsSwitchTheDaemon) {
         bus.send(VESK_SIGNAL_SET_UBUS_OBJ, word(value));
         EXPECT_TRUE(eventually([&] { return on_the_bus() == (value != 0); }));
     }
-    const auto other = [] { return contains(read_file("/tmp/other.log"), "logifle=[/tmp/other.log]"); };
     bus.send(VESK_SIGNAL_SET_LOG_DESTINATION, word(0) + "/tmp/other.log" + std::string(18, '\0'));
-    EXPECT_TRUE(eventually(other));
+    EXPECT_TRUE(eventually([] { return contains(read_file("/tmp/other.log"), "logifle=[/tmp/other.log]"); }));
 }
 
 } // namespace

@@ -20,10 +20,9 @@ void restless_device() {
     write_file("/tmp/vesk-sim.json", R"({"functions":{"rilk_setEnableNoiseFloor":{"delayMs":50}},"radios":[
                {"channels":[1,6,11,13],"channel":6,"vaps":[{"name":"ath0","stations":[]}]},
                {"channels":[36,40,44,60],"channel":36,"vaps":[{"name":"ath10","stations":[]}]}]})");
-    write_file("/configs/vesk/vesk_debug_flag", "");
-    write_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_SCAN_24G_INTERVAL=5\n"
-                                          "VESK_SCAN_24G_TX_THRESHOLD=100\nVESK_SCAN_24G_RX_THRESHOLD=100\n"
-                                          "VESK_SCAN_5GA_TX_THRESHOLD=100\nVESK_SCAN_5GA_RX_THRESHOLD=100\n");
+    configure("VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_SCAN_24G_INTERVAL=5\n"
+              "VESK_SCAN_24G_TX_THRESHOLD=100\nVESK_SCAN_24G_RX_THRESHOLD=100\n"
+              "VESK_SCAN_5GA_TX_THRESHOLD=100\nVESK_SCAN_5GA_RX_THRESHOLD=100\n");
 }
 
 /** Calls on one radio, each of which has to succeed. */
@@ -37,10 +36,6 @@ void ask(Bus &bus, uint32_t band, std::initializer_list<const char *> methods) {
         ASSERT_EQ(answer.status, 0) << method << " " << band;
         ASSERT_EQ(answer.result, 0) << method << " " << band;
     }
-}
-
-void set_scanning(Bus &bus, uint32_t on) {
-    bus.send(VESK_SIGNAL_SET_SCAN_ENABLE, { reinterpret_cast<const char *>(&on), sizeof on });
 }
 
 ptrdiff_t count(const std::string &text, const std::string &part) {
@@ -77,13 +72,12 @@ const Work besideSweeps[] = {
 /** Radio 1 takes its whole list in one command. In its other state the device has other channels, another VAP that
  * can carry a scan, and one more. */
 void changing_device(bool other) {
-    const std::string vap = other ? R"({"name":"ath0","status":0,"stations":[]},{"name":"ath1","stations":[]})"
-                                  : R"({"name":"ath0","stations":[]})";
-    const char *channel[] = { other ? "1" : "6", other ? "40" : "36" };
-    write_file("/tmp/vesk-sim.new", std::string(R"({"radios":[{"channels":[1,6,11,13],"channel":)") + channel[0] +
-                                        R"(,"vaps":[)" + vap +
-                                        R"(]},{"chip":"MTK7612","channels":[36,40,44,60],"channel":)" + channel[1] +
-                                        R"(,"vaps":[{"name":"ath10","stations":[]}]}]})");
+    write_file("/tmp/vesk-sim.new", other ? R"({"radios":[
+        {"channels":[1,6,11,13],"channel":1,"vaps":[{"name":"ath0","status":0,"stations":[]},{"name":"ath1","stations":[]}]},
+        {"chip":"MTK7612","channels":[36,40,44,60],"channel":40,"vaps":[{"name":"ath10","stations":[]}]}]})"
+                                          : R"({"radios":[
+        {"channels":[1,6,11,13],"channel":6,"vaps":[{"name":"ath0","stations":[]}]},
+        {"chip":"MTK7612","channels":[36,40,44,60],"channel":36,"vaps":[{"name":"ath10","stations":[]}]}]})");
     rename("/tmp/vesk-sim.new", "/tmp/vesk-sim.json");
 }
 
@@ -130,17 +124,16 @@ TEST_F(ScanThreads, ShareNothingUnseenWithTheMainLoop) {
                 ask(bus, band, { "getScanStatus", "getRadioInfo", "getScanCap", "getChannel" });
         }
         if (isLate && round % 20 == 10) // a sweep that starts now stays owed for good
-            set_scanning(bus, 0);
-        set_scanning(bus, 1);
+            bus.send(VESK_SIGNAL_SET_SCAN_ENABLE, word(0));
+        bus.send(VESK_SIGNAL_SET_SCAN_ENABLE, word(1));
     }
     expect_no_report(amongPasses);
 }
 
 TEST_F(ScanThreads, SweepBesideRefreshesAndChannelChanges) {
     changing_device(false);
-    write_file("/configs/vesk/vesk_debug_flag", "");
-    write_file("/configs/vesk/vesk.conf", "VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_UPDATE_INTF_ENABLE=1\n"
-                                          "VESK_UPDATE_INTF_INTERVAL=1\nVESK_CH_CHANGE_INTERVAL=1\n");
+    configure("VESK_SCAN_CONFIG=1\nVESK_SCAN_FIRST_INTERVAL=0\nVESK_UPDATE_INTF_ENABLE=1\n"
+              "VESK_UPDATE_INTF_INTERVAL=1\nVESK_CH_CHANGE_INTERVAL=1\n");
     start();
     Bus bus;
     for (int round = 0; !is_done(besideSweeps) && round < 300 && !HasFatalFailure(); round++, usleep(700000)) {
