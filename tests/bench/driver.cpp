@@ -38,37 +38,50 @@ double median(std::vector<double> v) {
     return v[v.size() / 2];
 }
 
-uint32_t object_id(const char *name) {
-    uint32_t id = 0;
-    if (ubus_lookup_id(ctx, name, &id) != 0 || id == 0) {
-        fprintf(stderr, "vesk-bench: %s isn't on the bus\n", name);
-        exit(1);
-    }
-    return id;
+[[noreturn]] void give_up(const std::string &why) {
+    fprintf(stderr, "vesk-bench: %s\n", why.c_str());
+    exit(1);
 }
 
-void row(const char *what, double measured, double bare, double goal, bool lowerIsBetter = false) {
+/** A figure; with a goal it is a ratio, to be reached or not to be exceeded. */
+void row(const std::string &what, double measured, double bare = 0, double goal = 0, bool lowerIsBetter = false) {
     const double ratio = bare > 0 ? measured / bare : measured;
     const bool met = lowerIsBetter ? ratio <= goal : ratio >= goal;
-    printf("%-44s %12.1f %12.1f %8.3f   %s %.2f  %s\n", what, measured, bare, ratio, lowerIsBetter ? "<=" : ">=", goal,
-           met ? "met" : "MISSED");
     char line[256];
-    snprintf(line, sizeof line, R"({"what": "%s", "measured": %g, "bare": %g, "ratio": %g, "goal": %g, "met": %s})",
-             what, measured, bare, ratio, goal, met ? "true" : "false");
-    json += (json.empty() ? "[" : ",\n ") + std::string(line);
+    int size = snprintf(line, sizeof line, R"({"what": "%s", "measured": %g)", what.c_str(), measured);
+    printf("%-44s %12.1f", what.c_str(), measured);
+    if (goal > 0) {
+        printf(" %12.1f %8.3f   %s %.2f  %s", bare, ratio, lowerIsBetter ? "<=" : ">=", goal, met ? "met" : "MISSED");
+        size += snprintf(line + size, sizeof line - size, R"(, "bare": %g, "ratio": %g, "goal": %g, "met": %s)", bare,
+                         ratio, goal, met ? "true" : "false");
+    }
+    puts("");
+    json += (json.empty() ? "[" : ",\n ") + std::string(line) + "}";
 }
 
-/** A figure without a goal. */
-void figure(const char *what, double measured) {
-    printf("%-44s %12.1f\n", what, measured);
-    char line[128];
-    snprintf(line, sizeof line, R"({"what": "%s", "measured": %g})", what, measured);
-    json += (json.empty() ? "[" : ",\n ") + std::string(line);
+using Measure = std::function<double()>;
+
+/** Medians of both sides, in alternating blocks. */
+void compare(const std::string &what, double goal, int times, const Measure &measured, const Measure &bare) {
+    std::vector<double> all[2];
+    for (int i = 0; i < times; i++) {
+        all[1].push_back(bare());
+        all[0].push_back(measured());
+    }
+    row(what, median(all[0]), median(all[1]), goal);
 }
 
 // --- calls ---
 
-double calls_per_second(const char *object, const char *method, const std::function<void(blob_buf *)> &fill) {
+using Fill = std::function<void(blob_buf *)>;
+
+uint32_t object_id(const char *name) {
+    uint32_t id = 0;
+    if (ubus_lookup_id(ctx, name, &id) != 0 || id == 0) give_up(std::string(name) + " isn't on the bus");
+    return id;
+}
+
+double calls_per_second(const char *object, const char *method, const Fill &fill) {
     const uint32_t id = object_id(object);
     blob_buf args = {};
     blob_buf_init(&args, 0);
@@ -77,30 +90,27 @@ double calls_per_second(const char *object, const char *method, const std::funct
     int n = 0;
     while (ms_since(start) < blockMs)
         for (int i = 0; i < 20; i++, n++)
-            if (ubus_invoke(ctx, id, method, args.head, nullptr, nullptr, 5000) != 0) exit(1);
+            if (ubus_invoke(ctx, id, method, args.head, nullptr, nullptr, 5000) != 0) give_up("a call fails");
     blob_buf_free(&args);
     return n * 1000.0 / ms_since(start);
 }
 
-void compare_calls(const char *method, const std::function<void(blob_buf *)> &fill, uint32_t size, double goal) {
-    std::vector<double> measured, bare;
-    for (int i = 0; i < blocks; i++) {
-        bare.push_back(calls_per_second("bench.echo", "echo", [=](blob_buf *b) { blobmsg_add_u32(b, "size", size); }));
-        measured.push_back(calls_per_second(VESK_BUS_OBJECT, method, fill));
-    }
-    row((std::string(method) + " (calls per s)").c_str(), median(measured), median(bare), goal);
+/** Calls of the bare server, whose replies have this size. */
+double echoes_per_second(uint32_t size) {
+    return calls_per_second("bench.echo", "echo", [=](blob_buf *b) { blobmsg_add_u32(b, "size", size); });
+}
+
+void compare_calls(const char *method, const Fill &fill, uint32_t size, double goal) {
+    compare(
+        std::string(method) + " (calls per s)", goal, blocks,
+        [&] { return calls_per_second(VESK_BUS_OBJECT, method, fill); }, [&] { return echoes_per_second(size); });
 }
 
 /** A long message must not cost more per byte than a shorter one: buffers are kept, not cleared anew for each. */
 void compare_lengths() {
-    std::vector<double> rate[2];
-    for (int i = 0; i < 2 * blocks; i++) {
-        const uint32_t size = i % 2 ? sizeof(WireStaInfo) : sizeof(WireNbAPInfo);
-        rate[i % 2].push_back(size / 1e6 * calls_per_second("bench.echo", "echo", [=](blob_buf *b) {
-                                  blobmsg_add_u32(b, "size", size);
-                              }));
-    }
-    row("MB per s, replies of 73,752 against 29,704 B", median(rate[1]), median(rate[0]), 1.0);
+    const auto rate = [](uint32_t size) { return [=] { return size / 1e6 * echoes_per_second(size); }; };
+    compare("MB per s, replies of 73,752 against 29,704 B", 1.0, blocks, rate(sizeof(WireStaInfo)),
+            rate(sizeof(WireNbAPInfo)));
 }
 
 /** The first statement after the log has outgrown 1 MiB packs it, and the call waits. The file is filled with
@@ -115,10 +125,10 @@ void measure_rotation() {
         while (file.tellp() <= 1 << 20) file << log.str() << "\n";
         file.close();
         const Clock::time_point start = Clock::now();
-        if (ubus_invoke(ctx, id, "getScanStatus", nullptr, nullptr, nullptr, 5000) != 0) exit(1);
+        if (ubus_invoke(ctx, id, "getScanStatus", nullptr, nullptr, nullptr, 5000) != 0) give_up("a call fails");
         stalls.push_back(ms_since(start));
     }
-    figure("a call that waits for a log rotation (ms)", median(stalls));
+    row("a call that waits for a log rotation (ms)", median(stalls));
 }
 
 // --- events ---
@@ -155,10 +165,7 @@ double events_per_second(int fd, uint16_t port) {
         serve_until(sent - window / 2, 5000);
     }
     serve_until(eventsPerBlock, 5000);
-    if (received != eventsPerBlock) {
-        fprintf(stderr, "vesk-bench: %d of %d events arrived\n", received, eventsPerBlock);
-        exit(1);
-    }
+    if (received != eventsPerBlock) give_up(std::to_string(received) + " events arrived");
     return eventsPerBlock * 1000.0 / ms_since(start);
 }
 
@@ -179,14 +186,11 @@ void compare_events() {
     ubus_register_event_handler(ctx, &handler, "bench.event.signal");
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
     for (const auto &[level, goal] : { std::pair(3u, 0.85), { 6u, 0.35 } }) {
-        std::vector<double> measured, bare;
         set_log_level(level);
-        for (int i = 0; i < 5; i++) {
-            bare.push_back(events_per_second(fd, VESK_EVENT_PORT + 1));
-            measured.push_back(events_per_second(fd, VESK_EVENT_PORT));
-        }
-        const std::string what = "datagram to signal, log level " + std::to_string(level) + " (per s)";
-        row(what.c_str(), median(measured), median(bare), goal);
+        compare(
+            "datagram to signal, log level " + std::to_string(level) + " (per s)", goal, 5,
+            [=] { return events_per_second(fd, VESK_EVENT_PORT); },
+            [=] { return events_per_second(fd, VESK_EVENT_PORT + 1); });
     }
     ubus_unregister_event_handler(ctx, &handler);
     close(fd);
@@ -194,32 +198,29 @@ void compare_events() {
 
 // --- memory and idle cost ---
 
-/** The number behind a word of a file of the process; or the so-many-th word of it. */
-double value_of(int pid, const char *file, const std::string &key, int skip = 0) {
-    std::ifstream words("/proc/" + std::to_string(pid) + "/" + file);
+/** The number behind a word of the process's status. */
+double status_of(int pid, const std::string &key) {
+    std::ifstream words("/proc/" + std::to_string(pid) + "/status");
     double value = 0;
     for (std::string word; words >> word;)
-        if (word == key || (skip && --skip == 0)) {
-            words >> value;
-            break;
-        }
+        if (word == key) words >> value;
     return value;
 }
 
-/** User and system time, the 14th and 15th word. */
-const auto cpu_ms = [](int pid) {
-    const double ticks = value_of(pid, "stat", "", 13) + value_of(pid, "stat", "", 14);
-    return ticks * 1000.0 / static_cast<double>(sysconf(_SC_CLK_TCK));
-};
-const auto resident = [](int pid) { return value_of(pid, "status", "VmRSS:"); };
+const auto resident = [](int pid) { return status_of(pid, "VmRSS:"); };
+const auto switches = [](int pid) { return status_of(pid, "voluntary_ctxt_switches:"); };
+
+double cpu_ms(int pid) {
+    double ns = 0;
+    std::ifstream("/proc/" + std::to_string(pid) + "/schedstat") >> ns;
+    return ns / 1e6;
+}
 
 void measure_idle(int pid, int seconds) {
-    const double switches = value_of(pid, "status", "voluntary_ctxt_switches:"), cpu = cpu_ms(pid);
+    const double wakeups = switches(pid), cpu = cpu_ms(pid);
     sleep(static_cast<unsigned>(seconds));
-    const double wakeups = (value_of(pid, "status", "voluntary_ctxt_switches:") - switches) / seconds;
-    row("idle: wake-ups per second", wakeups, 0, 2.0, true);
-    const std::string what = "idle: CPU in an hour, from " + std::to_string(seconds) + " s (ms)";
-    figure(what.c_str(), (cpu_ms(pid) - cpu) * 3600.0 / seconds);
+    row("idle: wake-ups per second", (switches(pid) - wakeups) / seconds, 0, 2.0, true);
+    row("idle: CPU in an hour, from " + std::to_string(seconds) + " s (ms)", (cpu_ms(pid) - cpu) * 3600.0 / seconds);
 }
 } // namespace
 
