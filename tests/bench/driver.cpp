@@ -1,6 +1,6 @@
 // Measures the daemon against the bare servers on one broker, in alternating blocks of one run, and prints a
 // table: medians and their ratio. Started by scripts/bench inside a private root with everything running.
-//   vesk-bench PID-OF-VESK PID-OF-ECHO [FILE.json]
+//   vesk-bench PID-OF-VESK PID-OF-ECHO CONTROL-SOCKET [FILE.json]
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -14,6 +14,7 @@
 #include <arpa/inet.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include "foundation/ubus_headers.h"
@@ -143,31 +144,69 @@ void serve_until(int wanted, double limitMs) {
     }
 }
 
-/** Datagrams per second from intake to a listener's signal, none lost. */
-double events_per_second(int fd, uint16_t port) {
-    struct [[gnu::packed]] {
-        VeskEventHeader header;
-        VeskClientJoinEvent body;
-    } datagram = {};
-    datagram.header.eventId = VESK_EVENT_CLIENT_JOIN;
-    memcpy(datagram.header.ifName, "ath0", 5);
-    const sockaddr_in to = { AF_INET, htons(port), { htonl(INADDR_LOOPBACK) }, {} };
+using SendEvent = std::function<void(int number)>;
+
+/** Events per second from what is sent to a listener's signal, none lost. */
+double events_per_second(const SendEvent &send_event) {
     received = 0;
     const Clock::time_point start = Clock::now();
     for (int sent = 0; sent < eventsPerBlock;) {
-        while (sent < eventsPerBlock && sent - received < window) {
-            datagram.body.join.mac_addr[0] = 2;
-            datagram.body.join.bssid[0] = 2; // the ordinary case: the event brings it
-            datagram.body.join.mac_addr[5] = static_cast<uint8_t>(sent % 60);
-            sendto(fd, &datagram, sizeof datagram, 0, reinterpret_cast<const sockaddr *>(&to), sizeof to);
-            sent++;
-        }
+        while (sent < eventsPerBlock && sent - received < window) send_event(sent++);
         serve_until(sent - window / 2, 5000);
     }
     serve_until(eventsPerBlock, 5000);
     if (received != eventsPerBlock) give_up(std::to_string(received) + " events arrived");
     return eventsPerBlock * 1000.0 / ms_since(start);
 }
+
+/** Sends joins as datagrams. */
+SendEvent datagrams_to(int fd, uint16_t port) {
+    struct [[gnu::packed]] {
+        VeskEventHeader header;
+        VeskClientJoinEvent body;
+    } datagram = {};
+    datagram.header.eventId = VESK_EVENT_CLIENT_JOIN;
+    memcpy(datagram.header.ifName, "ath0", 5);
+    return [=](int number) mutable {
+        const sockaddr_in to = { AF_INET, htons(port), { htonl(INADDR_LOOPBACK) }, {} };
+        datagram.body.join.mac_addr[0] = 2;
+        datagram.body.join.bssid[0] = 2; // the ordinary case: the event brings it
+        datagram.body.join.mac_addr[5] = static_cast<uint8_t>(number % 60);
+        sendto(fd, &datagram, sizeof datagram, 0, reinterpret_cast<const sockaddr *>(&to), sizeof to);
+    };
+}
+
+/** hostapd as drelm meets it: a control socket, on which it has attached when this is back. */
+struct ScriptedHostapd {
+    int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
+    sockaddr_un listener = {};
+    socklen_t length = sizeof listener;
+
+    explicit ScriptedHostapd(const char *path) {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        snprintf(address.sun_path, sizeof address.sun_path, "%s", path);
+        unlink(path);
+        if (bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) exit(1);
+        for (int command = 0; command < 3; command++) { // ATTACH, SET, STATUS
+            char text[128];
+            length = sizeof listener;
+            recvfrom(fd, text, sizeof text, 0, reinterpret_cast<sockaddr *>(&listener), &length);
+            tell("OK\n");
+        }
+    }
+    void tell(const char *text) const {
+        sendto(fd, text, strlen(text), 0, reinterpret_cast<const sockaddr *>(&listener), length);
+    }
+    /** Joins and leaves in turn. */
+    SendEvent events() const {
+        return [this](int number) {
+            char text[64];
+            snprintf(text, sizeof text, "<3>AP-STA-%sCONNECTED 02:42:00:00:00:01", number % 2 ? "DIS" : "");
+            tell(text);
+        };
+    }
+};
 
 void set_log_level(uint32_t level) {
     const WireLogSetting record = { level, {} };
@@ -179,19 +218,45 @@ void set_log_level(uint32_t level) {
     usleep(100000);
 }
 
-void compare_events() {
+/** One event after the other: the time that 99 of 100 stay below, in ms. */
+double slow_event(const SendEvent &send_event) {
+    std::vector<double> times;
+    received = 0;
+    for (int i = 0; i < 1000; i++) {
+        const Clock::time_point start = Clock::now();
+        send_event(i);
+        serve_until(i + 1, 5000);
+        times.push_back(ms_since(start));
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() * 99 / 100];
+}
+
+void compare_events(const char *controlSocket) {
     static ubus_event_handler handler = {};
     handler.cb = [](ubus_context *, ubus_event_handler *, const char *, blob_attr *) { received++; };
-    ubus_register_event_handler(ctx, &handler, VESK_SIGNAL_CLIENT_JOIN);
-    ubus_register_event_handler(ctx, &handler, "bench.event.signal");
+    for (const char *name : { VESK_SIGNAL_CLIENT_JOIN, VESK_SIGNAL_CLIENT_LEAVE, "bench.event.signal" })
+        ubus_register_event_handler(ctx, &handler, name);
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    for (const auto &[level, goal] : { std::pair(3u, 0.85), { 6u, 0.35 } }) {
-        set_log_level(level);
+    const ScriptedHostapd hostapd(controlSocket);
+    struct Row {
+        const char *what;
+        uint32_t level;
+        SendEvent measured;
+        double goal;
+    };
+    const Row rows[] = {
+        { "datagram to signal, log level 3 (per s)", 3, datagrams_to(fd, VESK_EVENT_PORT), 0.85 },
+        { "datagram to signal, log level 6 (per s)", 6, datagrams_to(fd, VESK_EVENT_PORT), 0.35 },
+        { "hostapd's event to signal (per s)", 3, hostapd.events(), 0.5 },
+    };
+    for (const Row &each : rows) {
+        set_log_level(each.level);
         compare(
-            "datagram to signal, log level " + std::to_string(level) + " (per s)", goal, 5,
-            [=] { return events_per_second(fd, VESK_EVENT_PORT); },
-            [=] { return events_per_second(fd, VESK_EVENT_PORT + 1); });
+            each.what, each.goal, 5, [&] { return events_per_second(each.measured); },
+            [&] { return events_per_second(datagrams_to(fd, VESK_EVENT_PORT + 1)); });
     }
+    row("hostapd's event to signal, 99 of 100 (ms)", slow_event(hostapd.events()), 0, 10, true);
     ubus_unregister_event_handler(ctx, &handler);
     close(fd);
 }
@@ -225,7 +290,7 @@ void measure_idle(int pid, int seconds) {
 } // namespace
 
 int main(int argc, char **argv) {
-    ctx = argc < 3 ? nullptr : ubus_connect("/var/run/ubus.sock");
+    ctx = argc < 4 ? nullptr : ubus_connect("/var/run/ubus.sock");
     if (!ctx) return 2;
     const int vesk = atoi(argv[1]), echo = atoi(argv[2]);
     const char *idle = getenv("VESK_BENCH_IDLE");
@@ -241,10 +306,10 @@ int main(int argc, char **argv) {
     compare_calls("getStaInfo", ath0, sizeof(WireStaInfo), 0.85);
     compare_calls("getNeighborAPInfo", band, sizeof(WireNbAPInfo), 0.85);
     compare_lengths();
-    compare_events();
+    compare_events(argv[3]);
     measure_rotation();
     row("resident memory, full (KiB)", resident(vesk), resident(echo), 3.0, true);
     measure_idle(vesk, idle ? atoi(idle) : 30);
-    if (argc > 3) std::ofstream(argv[3]) << json << "]\n";
+    if (argc > 4) std::ofstream(argv[4]) << json << "]\n";
     ubus_free(ctx);
 }
