@@ -48,6 +48,7 @@ const char *const malformed[] = {
 const struct { const char *name; blobmsg_policy policy; const char *hex; int result, found; } parses[] = {
     { "empty message", { "x", BLOBMSG_TYPE_INT32 }, "", -22, -1 },
     { "longer name", { "xx", BLOBMSG_TYPE_INT32 }, X7, 0, -1 },
+    { "name that goes on", { "x", BLOBMSG_TYPE_INT32 }, "85000010 0002 7879 00 000000 00000007", 0, -1 },
     { "other type", { "x", BLOBMSG_TYPE_STRING }, X7, 0, -1 },
     { "any type", { "x", BLOBMSG_TYPE_UNSPEC }, X7, 0, 7 },
     { "any type, null", { "x", BLOBMSG_TYPE_UNSPEC }, "80000008 0001 78 00", 0, -2 },

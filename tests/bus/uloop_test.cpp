@@ -141,6 +141,7 @@ TEST_F(ULoop, WaitsForWhatIsFirstNow) {
 // Each in a child: signals and their actions belong to the process.
 TEST(ULoopSignals, EndTheLoopUnlessTheyAreSomeoneElses) {
     const auto ended_by = [](void (*before)(), uloop_timeout_handler end) {
+        signal(SIGINT, SIG_DFL); // in the background it is ignored
         before();
         uloop_init();
         raise(SIGPIPE); // is nothing
