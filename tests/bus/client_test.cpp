@@ -164,8 +164,11 @@ TEST_F(Client, CallsWithoutWaiting) {
     EXPECT_EQ(call("echo"), 0); // a synchronous one in between
     EXPECT_EQ(completed, -100);
     Wire other(broker.path);
-    const std::string release = object_attr(object) + method_attr("release") + data_attr("");
-    EXPECT_EQ(other.ask(message(UBUS_MSG_INVOKE, 1, object, release)), 0);
+    for (const auto &[method, answers] : { std::pair("echo", 1u), { "echo", 1u }, { "release", 0u } }) {
+        const std::string body = object_attr(object) + method_attr(method) + data_attr("");
+        EXPECT_EQ(other.ask(message(UBUS_MSG_INVOKE, 1, object, body)), 0);
+        EXPECT_EQ(other.data.size(), answers) << method; // and nothing of an earlier answer
+    }
     ubus_add_uloop(ctx);
     uloop_run();
     EXPECT_EQ(completed, 8);
