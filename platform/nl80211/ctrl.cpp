@@ -27,6 +27,7 @@ namespace
 
 int patience = ctrlPatience;
 thread_local int64_t callEnd = INT64_MAX; // ms
+CtrlTap tap;
 
 /** Who left a command without a reply, and until when it is let alone. */
 struct Silent {
@@ -158,7 +159,14 @@ int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t si
         return -1;
     }
     reply[length] = '\0';
+    if (tap)
+        tap(socketPath, command, reply);
     return 0;
+}
+
+void ctrl_tap(CtrlTap to)
+{
+    tap = to;
 }
 
 bool ctrl_value(const char *reply, const char *name, char *value, size_t size)

@@ -40,6 +40,10 @@ bool ctrl_time_left();
  * reply; ctrlNobody where nothing was sent. */
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size);
 
+/** Sees each command that was answered, for a tool that keeps them. NULL ends it. */
+using CtrlTap = void (*)(const char *socketPath, const char *command, const char *reply);
+void ctrl_tap(CtrlTap to);
+
 /** The value behind "NAME=" at the beginning of a line, up to the line's end. False if there is none. */
 bool ctrl_value(const char *reply, const char *name, char *value, size_t size);
 

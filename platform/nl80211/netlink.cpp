@@ -191,6 +191,23 @@ bool collect(nl_sock *socket, nl_cb *callbacks, const Exchange &exchange)
     return true;
 }
 
+NetlinkTap tap;
+
+int on_any(nl_msg *message, void *)
+{
+    tap(nlmsg_hdr(message));
+    return NL_OK;
+}
+
+/** Hands the request to the tap, once it is complete, and has its answers handed there too. */
+void tap_messages(nl_msg *request, nl_cb *callbacks)
+{
+    if (!tap)
+        return;
+    tap(nlmsg_hdr(request));
+    nl_cb_set(callbacks, NL_CB_MSG_IN, NL_CB_CUSTOM, on_any, nullptr);
+}
+
 bool exchange_messages(Line line, Exchange &exchange)
 {
     nl_msg *message = nlmsg_alloc();
@@ -201,7 +218,9 @@ bool exchange_messages(Line line, Exchange &exchange)
         nl_cb_set(callbacks, NL_CB_VALID, NL_CB_CUSTOM, on_answer, &exchange);
         nl_cb_set(callbacks, NL_CB_FINISH, NL_CB_CUSTOM, on_done, &exchange);
         nl_cb_set(callbacks, NL_CB_ACK, NL_CB_CUSTOM, on_acknowledge, &exchange);
-        sound = nl_send_auto_complete(line.socket, message) >= 0 && collect(line.socket, callbacks, exchange);
+        const bool sent = nl_send_auto_complete(line.socket, message) >= 0;
+        tap_messages(message, callbacks);
+        sound = sent && collect(line.socket, callbacks, exchange);
     }
     if (callbacks)
         nl_cb_put(callbacks);
@@ -231,6 +250,11 @@ int on_scan_message(nl_msg *message, void *arg)
 }
 
 } // namespace
+
+void netlink_tap(NetlinkTap to)
+{
+    tap = to;
+}
 
 int netlink_ask(const Query &query, void (*visit)(const Attributes &answer, void *out), void *out)
 {

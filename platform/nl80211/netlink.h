@@ -53,6 +53,11 @@ using Attributes = nlattr * [NL80211_ATTR_MAX + 1];
  */
 int netlink_ask(const Query &query, void (*visit)(const Attributes &answer, void *out), void *out);
 
+/** Sees each request (NLM_F_REQUEST in its flags) and then its answers, for a tool that keeps them. Set
+ * before the first request; NULL ends it. */
+using NetlinkTap = void (*)(const nlmsghdr *message);
+void netlink_tap(NetlinkTap to);
+
 /** A dump is read anew this often before an interrupted one counts as failed. */
 inline constexpr int netlinkAttempts = 4;
 
