@@ -105,6 +105,7 @@ void run_nol(const Arguments &);
 void run_object(const Arguments &);
 void run_polling(const Arguments &);
 void run_radio(const Arguments &);
+void run_radio_check(const Arguments &);
 void run_radios(const Arguments &);
 void run_record(const Arguments &);
 void run_refresh(const Arguments &);

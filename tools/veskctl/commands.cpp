@@ -35,6 +35,10 @@ constexpr Parameter channels[] = {
     band,
     { "--recommend", "Which channel would be best, each with its reason", Kind::Flag },
 };
+constexpr Parameter radioCheck[] = {
+    { "--capture", "Folder to keep the messages in that the values came from, made anonymous", Kind::Text,
+      false, 0, 0, "@file" },
+};
 constexpr Parameter support[] = {
     { "FILE", "Archive to write (.tar.gz)", Kind::Text, true, 0, 0, "@file" },
 };
@@ -202,6 +206,7 @@ constexpr Command commands[] = {
     { "report", nullptr, Group::Overviews, "Channels, radios and stations as one HTML page", report, run_report },
     { "metrics", nullptr, Group::Overviews, "The device in Prometheus' text format", metrics, run_metrics },
     { "support", nullptr, Group::Overviews, "Log, configuration, queries and ten seconds of signals in one archive", support, run_support },
+    { "radio-check", nullptr, Group::Overviews, "What the libraries of real radios say, against iw, hostapd and /sys", radioCheck, run_radio_check },
     { "explain", nullptr, Group::Overviews, "Why something is as it is, with the lines it rests on", {}, nullptr },
     { "explain scan", nullptr, Group::Overviews, "Why the last pass did or didn't scan; when the next is due", explainScan, run_explain_scan },
     { "explain ready", nullptr, Group::Overviews, "What holds readiness back, or what made it", explainReady, run_explain_ready },
