@@ -59,6 +59,7 @@ class Commands(World):
         self.assertIn(f"veskClientJoin ifName=ath0.v0 mac_addr={NOBODY}", shown)
 
     def test_an_archive_holds_all_but_the_keys(self):
+        pathlib.Path("/tmp/kor-product-cfg.json").write_text('{"passphrase": "between-the-lines"}')
         done = run("support", "/tmp/support.tar.gz")
         self.assertEqual(done.returncode, 0, done.stderr)
         with tarfile.open("/tmp/support.tar.gz") as archive:

@@ -82,10 +82,10 @@ TEST(ClientLog, IsFollowedAsItGrows) {
     EXPECT_EQ(log.lines.back().text, "half a line");
     follow("");
     EXPECT_EQ(log.lines.size(), 4u);
-    put_file("/tmp/other.log", std::string(start));
-    rename("/tmp/other.log", path); // rotated: another file
+    put_file("/tmp/other.log", start + std::string(9999, 'x') + "\n");
+    rename("/tmp/other.log", path); // rotated: another file, longer than what was read
     follow("");
-    EXPECT_EQ(log.lines.size(), 1u);
+    EXPECT_EQ(log.lines.size(), 2u);
     unlink(path);
     follow_log(log);
     EXPECT_NE(log.error, "");

@@ -1,6 +1,8 @@
 // Records to JSON and back, names and secrets in it, and lines of a record file.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tools/client/record.h"
 #include "tools/client/signals.h"
 #include "tools/client/text.h"
@@ -22,6 +24,15 @@ TEST(ClientRecord, EveryLayoutSurvivesTheRoundTripAndHostileBytes) {
         EXPECT_EQ(encode_record(*row.layout, given, back), "");
         EXPECT_EQ(back, zeros);
         cJSON_Delete(given);
+    }
+}
+
+TEST(ClientRecord, NoCountReachesPastItsList) {
+    for (const int32_t count : { -1, 1, 256, 257, 1000 }) {
+        std::vector<uint8_t> record(sizeof(WireStaInfo));
+        memcpy(record.data(), &count, sizeof count);
+        const Json all = decode_record(layoutStaInfo, record.data());
+        EXPECT_EQ(cJSON_GetArraySize(all.at("stations")), std::clamp(count, 0, 256)) << count;
     }
 }
 

@@ -98,7 +98,7 @@ TEST(ClientNames, ValuesAreCalledWhatTheyAre) {
     EXPECT_EQ(channel_block(3, 44, 2).last, 48);
     EXPECT_EQ(channel_block(3, 157, 1).first, 157);
     EXPECT_EQ(security_name(8), "mode 8");
-    EXPECT_EQ(vht_mcs_text(0xfffa), "MCS 0-9, 0-9");
+    EXPECT_EQ(vht_mcs_text(0xfff9), "MCS 0-8, 0-9");
     EXPECT_EQ(he_mcs_text(0xfff4), "MCS 0-7, 0-9");
     EXPECT_EQ(he_mcs_text(0xffff), "none");
     for (const int dfs : { 52, 144 }) EXPECT_TRUE(needs_dfs(dfs, 0)) << dfs;
