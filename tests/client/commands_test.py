@@ -11,13 +11,17 @@ import unittest
 
 from world import PATIENCE, ROOT, World, drelm, eventually, run, set_device
 
-PHONE, NOBODY = "02:5e:70:00:00:01", "02:aa:00:00:00:09"
+PHONE, LAPTOP, NOBODY = "02:5e:70:00:00:01", "02:5e:70:00:00:02", "02:aa:00:00:00:09"
 KEY = "between-the-nodes"
 ROWS = (pathlib.Path(__file__).parent / "commands.rows").read_text()
 
 
 class Commands(World):
-    first_scan, description = 3600, {"radios": [{}, {"nol": [60], "excluded": [60]}]}
+    first_scan = 3600
+    description = {"radios": [  # two stations, which stay; those that the device has of itself come and go
+        {"vaps": [{"name": "ath0", "stations": [{"mac": PHONE, "rssi": -58, "time": 412, "11k": True, "11v": True}]}]},
+        {"vaps": [{"name": "ath10", "stations": [{"mac": LAPTOP, "rssi": -49, "tx": 866, "rx": 780, "time": 97, "11v": True}]}],
+         "nol": [60], "excluded": [60]}]}
 
     @classmethod
     def setUpClass(cls):

@@ -121,7 +121,7 @@ def browse(page, dark):
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
          "--allow-file-access-from-files", "--enable-logging=stderr", f"--user-data-dir={folder}/profile",
          f"--blink-settings=preferredColorScheme={0 if dark else 1}", "--dump-dom", f"file://{folder}/check.html"],
-        capture_output=True, text=True, timeout=PATIENCE)
+        capture_output=True, text=True, timeout=5 * PATIENCE)  # a browser's start costs more than all else
     # The browser's own pages (chrome://) grumble about a slow machine. One message is the check page's own.
     console = [line for line in done.stderr.splitlines() if "CONSOLE" in line and "chrome://" not in line]
     assert len(console) == 1, console

@@ -15,7 +15,7 @@ jq -e "(.methods | length) == $count and (.signals | length) == 15 and (.switche
 for text in README.md docs/vesk.8 docs/robustness.md; do
     while read -r said; do
         [ "$said" = "$count" ] || wrong "$text says $said methods; include/vesk_methods.h has $count"
-    done < <(tr '\n' ' ' <"$text" | grep -oE '[0-9]+ (bus )?methods' | grep -oE '^[0-9]+')
+    done < <(tr -s '\n ' ' ' <"$text" | grep -oE '[0-9]+ (bus )?methods' | grep -oE '^[0-9]+')
 done
 grep -aoE 'tamlo\.pelk\.vesk\.[A-Za-z0-9]+' "$build/vesk" | sort -u >"$scratch/spoken"
 jq -r '(.signals + .switches)[].name' "$scratch/api.json" | sort >"$scratch/described"
