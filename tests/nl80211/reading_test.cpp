@@ -483,8 +483,9 @@ TEST_F(Reading, NullsAreRefused) {
                   rilk_getVapAssocStationInfo("wlan0", nullptr, nullptr) + rilk_getChannelNolList("phy0", nullptr) +
                   hul_EM_getWorkRole(nullptr) + hul_getCountryID(nullptr, 8) + hul_getEnabledVapCfg(nullptr, nullptr) +
                   rilk_setVapAclMac("wlan0", nullptr) + rilk_disConnectSta("wlan0", nullptr) +
-                  rilk_update_debuglevel(8) + rilk_update_debuglevel(-1),
-              -20);
+                  rilk_update_debuglevel(8) + rilk_update_debuglevel(-1) +
+                  rilk_getAssocReqFrame("wlan0", nullptr, nullptr, nullptr),
+              -21);
 }
 
 } // namespace

@@ -93,13 +93,4 @@ TEST(Hul, TheTruthHasSomethingToShow) {
     EXPECT_EQ(vap_config_truth("wlan1o"), "auth=1 encrypt=0 attr=0 key=");
 }
 
-TEST(Hul, NoSuchBand) {
-    HulRadioInfo radio{};
-    HulChannelList list{};
-    for (const int band : { -1, 1, 2, 4 }) {
-        EXPECT_EQ(hul_getRadioInfo(band, &radio), -1) << band;
-        EXPECT_EQ(hul_getRadioChannelList(band, &list), -1) << band;
-    }
-}
-
 } // namespace

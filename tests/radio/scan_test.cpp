@@ -90,13 +90,6 @@ TEST_F(Scan, EqualsTheTruth) {
     EXPECT_LE(quickest, 5ms);
 }
 
-TEST_F(Scan, AChannelThatWasNotScannedHasNoResult) {
-    EXPECT_EQ(rilk_getScanChannelResult("phy0", pointers), 0);
-    EXPECT_EQ(records[6].ch, 0);
-    EXPECT_EQ(rilk_getScanNeighborApOneChannel("phy0", 7, neighbors.data()), 0);
-    EXPECT_EQ(kept(7), "");
-}
-
 TEST_F(Scan, WhatNeighboursSayOfThemselves) {
     visit("phy0", 1, "wlan0");
     visit("phy1", 149, "wlan1");
@@ -127,25 +120,6 @@ TEST_F(Scan, ANeighbourThatIsGoneIsReplaced) {
     EXPECT_EQ(kept(149), "");
     sh("hostapd_cli -p /run/neighbor -i wlan5 enable");
     EXPECT_TRUE(within(20s, [] { return is_up("wlan5") == "1"; }));
-}
-
-struct Refused {
-    const char *name, *phy, *vap;
-    uint8_t channel;
-};
-const Refused refused[] = {
-    { "no such radio", "phy9", "wlan0", 1 },
-    { "no such interface", "phy0", "wlan9", 1 },
-    { "an interface of the other radio", "phy0", "wlan1", 1 },
-    { "a channel of the other band", "phy0", "wlan0", 149 },
-};
-
-TEST_F(Scan, Refuses) {
-    for (const Refused &row : refused) {
-        VeskScanParam param = { row.channel, 150, 0, "" };
-        snprintf(param.baseVap, sizeof param.baseVap, "%s", row.vap);
-        EXPECT_EQ(rilk_triggerScan(row.phy, &param), -1) << row.name;
-    }
 }
 
 } // namespace
