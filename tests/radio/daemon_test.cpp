@@ -182,6 +182,7 @@ const View views[] = {
     { "stations", "tx", stations, dumped("tx bitrate") },
     { "stations", "rx", stations, dumped("rx bitrate") },
     { "stations", "time", stations, dumped("connected time"), 15 },
+    { "stations", "value3", stations, dumped("inactive time"), 15000 },
     { "stations", "isBhInt", stations, [](auto &name) { return text("%d", first(name).ends_with("b")); } },
     { "stations", "bwName", stations, [](auto &name) { return find(info(first(name)), "width: (\\d+ MHz)"); } },
     { "stations", "is11k", stations, [](auto &name) { return text("%d", abilities(name).is11k); } },
