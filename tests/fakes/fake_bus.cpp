@@ -8,23 +8,27 @@ FakeBus fakeBus;
 
 namespace {
 ubus_context context;
+
+int note(const std::string &call, int result = 0) {
+    fakeBus.calls.push_back(call);
+    return result;
 }
+} // namespace
 
 extern "C" {
 // clang-format off
 ubus_context *merkaGetContext(void) { return fakeBus.hasContext ? &context : nullptr; }
-void merkaMainLoop(void) { fakeBus.calls.push_back("merkaMainLoop"); }
+void merkaMainLoop(void) { note(__func__); }
+int merkaAddInterestedSignal(const char *name) { return note(std::string(__func__) + " " + name); }
+int ubus_add_object(ubus_context *, ubus_object *obj)
+{ return note(std::string(__func__) + " " + obj->name, fakeBus.addObjectResult); }
+int ubus_remove_object(ubus_context *, ubus_object *obj)
+{ return note(std::string(__func__) + " " + obj->name, fakeBus.removeObjectResult); }
 // clang-format on
-
-int merkaAddInterestedSignal(const char *name) {
-    fakeBus.calls.push_back(std::string("merkaAddInterestedSignal ") + name);
-    return 0;
-}
 
 int merkaSetInteresetedSignals(const MerkaSignalRow *table, int32_t) {
     fakeBus.rows = table;
-    fakeBus.calls.push_back("merkaSetInteresetedSignals");
-    return 0;
+    return note(__func__);
 }
 
 int merkaSendSignal(void *, const char *name, const void *payload, int32_t size) {
@@ -39,16 +43,6 @@ void merkaLogFatalReal(int32_t line, const char *function, const char *format, .
     vsnprintf(text, sizeof text, format, ap);
     va_end(ap);
     fakeBus.fatal.push_back(std::to_string(line) + " " + function + " " + text);
-}
-
-int ubus_add_object(ubus_context *, ubus_object *obj) {
-    fakeBus.calls.push_back(std::string("ubus_add_object ") + obj->name);
-    return fakeBus.addObjectResult;
-}
-
-int ubus_remove_object(ubus_context *, ubus_object *obj) {
-    fakeBus.calls.push_back(std::string("ubus_remove_object ") + obj->name);
-    return fakeBus.removeObjectResult;
 }
 
 int ubus_send_reply(ubus_context *, ubus_request_data *, blob_attr *msg) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <utility>
 
 #include "foundation/vesk_utils.h"
@@ -14,6 +15,7 @@ namespace {
 std::vector<uint32_t> scanList; // rilk_initScanChannelList
 
 const auto text = [](const char *s, size_t size) { return std::string(s, strnlen(s, size)); };
+const auto radio_at = [](int32_t i) { return i == 0 || i == 1 ? &fakeDevice.radio[i] : nullptr; };
 const auto radio_on = [](int32_t band) { return band == 0 || band == 3 ? &fakeDevice.radio[band / 3] : nullptr; };
 const auto radio_named = [](const std::string &name) {
     const auto found = std::ranges::find(fakeDevice.radio, name, [](auto &r) { return text(r.ap.radioIfname, 16); });
@@ -24,20 +26,13 @@ const auto copy_text = [](char *to, int32_t size, const std::string &from) {
     strncpy(to, from.c_str(), static_cast<size_t>(size));
 };
 
-template <class T>
-std::string text_of(T value) {
-    if constexpr (std::is_integral_v<T>)
-        return std::to_string(value);
-    else
-        return value;
-}
-
 /** Records a call, its arguments with blanks between them, and answers the result set for it. */
 template <class... T>
 int record(const char *name, std::vector<uint8_t> bytes, T... args) {
-    FakeCall call{ name, "", std::move(bytes) };
+    std::ostringstream words;
     [[maybe_unused]] const char *gap = "";
-    ((call.args += std::exchange(gap, " ") + text_of(args)), ...);
+    ((words << std::exchange(gap, " ") << args), ...);
+    const FakeCall call{ name, words.str(), std::move(bytes) };
     fakeDevice.log.push_back(call);
     if (fakeDevice.onCall) fakeDevice.onCall(call);
     const auto rc = fakeDevice.rc.find(name);
@@ -67,7 +62,7 @@ FakeVap &FakeDevice::addVap(int index, const std::string &name, uint8_t attr) {
     VeskApIntfInfo &ap = radio[index].ap;
     if (ap.vapNums < VESK_WIRE_VAPS) snprintf(ap.vapIfname[ap.vapNums++], 16, "%s", name.c_str());
     const auto number = static_cast<uint8_t>(vaps.size() + 1);
-    FakeVap vap = { .name = name, .bssid = { 2, 0, 0, 0, static_cast<uint8_t>(index), number }, .ssid = "net-" + name };
+    FakeVap vap = { .name = name, .ssid = "net-" + name, .bssid = { 2, 0, 0, 0, static_cast<uint8_t>(index), number } };
     vap.cfg.vapAttr = attr;
     return vaps.emplace_back(vap);
 }
@@ -115,6 +110,7 @@ RADIO_GETTER(rilk_getChannelNolList, RilkNolList, nol)
 VAP_GETTER(rilk_getVapStatus, uint8_t, status)
 VAP_GETTER(rilk_getVapIfStat, VeskIntfStats, stats)
 VAP_GETTER(hul_getEnabledVapCfg, HulVapCfg, cfg)
+GETTER(rilk_getRadioApInterfaceInfo, int32_t, radio_at, VeskApIntfInfo, ap)
 BAND_GETTER(hul_getRadioInfo, HulRadioInfo, hul)
 BAND_GETTER(hul_getRadioChannelList, HulChannelList, channels)
 BAND_GETTER(hul_getRadioExcludedChannelList, HulExcludedChannelList, excluded)
@@ -137,10 +133,6 @@ ELEMENT_COMMAND(rilk_addVendorIE)
 ELEMENT_COMMAND(rilk_delVendorIE)
 // clang-format on
 
-int rilk_getRadioApInterfaceInfo(int32_t i, VeskApIntfInfo *info) {
-    FakeRadio *radio = i == 0 || i == 1 ? &fakeDevice.radio[i] : nullptr;
-    return answer(record(__func__, {}, i), radio, [&](FakeRadio &f) { *info = f.ap; });
-}
 int rilk_getVapBssid(const char *v, uint8_t *bssid) {
     return answer(record(__func__, {}, v), fakeDevice.vap(v), [&](FakeVap &f) { memcpy(bssid, f.bssid, 6); });
 }
@@ -169,16 +161,17 @@ int rilk_getAssocReqFrame(const char *v, const uint8_t *mac, uint32_t *length, u
         *length = static_cast<uint32_t>(sent.size());
     });
 }
-int rilk_setVapAclMac(const char *v, const RilkAclMac *acl) {
-    return record(__func__, bytes_of(*acl), v, acl->operation, mac_text(acl->mac));
+int rilk_setVapAclMac(const char *v, const RilkAclMac *a) {
+    return record(__func__, bytes_of(*a), v, +a->operation, mac_text(a->mac));
 }
 int rilk_initScanChannelList(const uint32_t *list, int32_t n) {
     scanList.assign(list, list + n);
     return record(__func__, bytes_at(list, static_cast<size_t>(n) * 4), n);
 }
 int rilk_triggerScan(const char *r, const VeskScanParam *p) {
-    return record(__func__, bytes_of(*p), r, "channel=" + text_of(p->channel), "dwell=" + text_of(p->dwell),
-                  "baseVap=" + text(p->baseVap, 16));
+    std::ostringstream args;
+    args << "channel=" << +p->channel << " dwell=" << p->dwell << " baseVap=" << text(p->baseVap, 16);
+    return record(__func__, bytes_of(*p), r, args.str());
 }
 int rilk_getScanChannelResult(const char *r, VeskScanChannel **channels) {
     return answer(record(__func__, {}, r), channels, [&](VeskScanChannel *&) {
@@ -202,8 +195,8 @@ int rilk_getScanNeighborApOneChannel(const char *r, int32_t channel, VeskScanNei
     return rc;
 }
 int rilk_setBstaAutoConnect(const VeskBstaAuto *a) {
-    return record(__func__, bytes_of(*a), text(a->ifName, 16), "enable=" + text_of(a->enableAuto),
-                  "radar=" + text_of(a->needSetRadar));
+    const std::string flags = "enable=" + std::to_string(a->enableAuto) + " radar=" + std::to_string(a->needSetRadar);
+    return record(__func__, bytes_of(*a), text(a->ifName, 16), flags);
 }
 int rilk_applyBackhaulCredentialToBsta(const VeskBackhaulCred *c) {
     return record(__func__, bytes_of(*c), text(c->ifName, 16), text(c->ssid, 65));

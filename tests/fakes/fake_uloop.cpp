@@ -7,25 +7,21 @@ FakeLoop fakeLoop;
 
 namespace {
 const auto find = [](const uloop_timeout *timer) {
-    return std::ranges::find(fakeLoop.timers, timer, &FakeTimer::timer);
+    return std::ranges::find(fakeLoop.timers, timer, [](const auto &pending) { return pending.second; });
 };
 } // namespace
 
 int64_t FakeLoop::due(const uloop_timeout *timer) const {
     const auto found = find(timer);
-    return found == timers.end() ? -1 : found->dueMs - nowMs;
+    return found == timers.end() ? -1 : found->first - nowMs;
 }
 
 void fake_advance(std::chrono::milliseconds span) {
     const int64_t end = fakeLoop.nowMs + span.count();
-    while (!fakeLoop.timers.empty()) {
-        // Of equals the one that was armed first.
-        const auto first = std::ranges::min_element(fakeLoop.timers, {}, &FakeTimer::dueMs);
-        if (first->dueMs > end) break;
-        fakeLoop.nowMs = std::max(fakeLoop.nowMs, first->dueMs);
-        uloop_timeout *timer = first->timer;
-        fakeLoop.timers.erase(first);
-        timer->pending = false;
+    while (!fakeLoop.timers.empty() && fakeLoop.timers.begin()->first <= end) {
+        const auto [due, timer] = *fakeLoop.timers.begin();
+        fakeLoop.nowMs = std::max(fakeLoop.nowMs, due);
+        uloop_timeout_cancel(timer);
         if (timer->cb) timer->cb(timer);
     }
     fakeLoop.nowMs = std::max(fakeLoop.nowMs, end);
@@ -55,7 +51,7 @@ int uloop_timeout_cancel(uloop_timeout *timer) {
 
 int uloop_timeout_set(uloop_timeout *timer, int ms) {
     uloop_timeout_cancel(timer);
-    fakeLoop.timers.push_back({ timer, fakeLoop.nowMs + ms });
+    fakeLoop.timers.emplace(fakeLoop.nowMs + ms, timer);
     timer->pending = true;
     return 0;
 }

@@ -58,21 +58,14 @@ void fake_reset() {
     fakeLoop = FakeLoop{};
     default_radio(0, 6, { 1, 6, 11 });
     default_radio(1, 36, { 36, 40, 44, 48 });
-    fakeDevice.addVap(0, "ath0");
-    fakeDevice.addVap(0, "ath1", 0x40);
-    fakeDevice.addVap(1, "ath10");
-    fakeDevice.addVap(1, "ath11", 0x40);
+    fakeDevice.addVap(0, "ath0"), fakeDevice.addVap(0, "ath1", 0x40);
+    fakeDevice.addVap(1, "ath10"), fakeDevice.addVap(1, "ath11", 0x40);
 
     free(vesk_get_sta_info()->staDb.pool);
     free(vesk_get_sta_info()->staDb.list.buckets);
-    clear(vesk_get_vesk_info());
-    clear(vesk_get_radio_info(), VESK_RADIOS);
-    clear(vesk_get_vap_info(), VESK_VAPS);
-    clear(vesk_get_sta_info());
-    clear(vesk_get_scan_info());
-    clear(vesk_get_dot1q_cfg());
-    clear(vesk_get_model_state());
-    clear(vesk_get_scan_state());
+    clear(vesk_get_radio_info(), VESK_RADIOS), clear(vesk_get_vap_info(), VESK_VAPS);
+    clear(vesk_get_vesk_info()), clear(vesk_get_sta_info()), clear(vesk_get_scan_info()), clear(vesk_get_dot1q_cfg());
+    clear(vesk_get_model_state()), clear(vesk_get_scan_state());
 
     logCapture.start();
     errCapture.start();

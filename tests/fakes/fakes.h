@@ -31,10 +31,8 @@ struct FakeStation {
 };
 
 struct FakeVap {
-    std::string name;
-    uint8_t status = 1;
-    uint8_t bssid[6] = {};
-    std::string ssid;
+    std::string name, ssid;
+    uint8_t status = 1, bssid[6] = {};
     HulVapCfg cfg = {};
     VeskIntfStats stats = {};
     std::vector<FakeStation> stations;
@@ -86,8 +84,7 @@ struct FakeSignal {
 
 struct FakeBus {
     bool hasContext = true;
-    int addObjectResult = 0;
-    int removeObjectResult = 0;
+    int addObjectResult = 0, removeObjectResult = 0;
     std::vector<FakeSignal> signals;           // merkaSendSignal
     std::vector<std::string> calls;            // "ubus_add_object tamlo.pelk.vesk", "merkaAddInterestedSignal ..."
     std::vector<std::string> fatal;            // merkaLogFatalReal: "882 register_vesk_service text"
@@ -95,29 +92,23 @@ struct FakeBus {
     std::vector<std::vector<uint8_t>> replies; // the message of each ubus_send_reply
 };
 
-struct FakeTimer {
-    uloop_timeout *timer;
-    int64_t dueMs;
-};
-
 struct FakeLoop {
-    int64_t nowMs = 0;             // virtual monotonic clock since reset
-    int64_t wallSec = 1700000000;  // time(NULL) at nowMs 0; advances with the virtual clock
-    std::vector<uloop_fd *> fds;   // uloop_fd_add
-    std::vector<FakeTimer> timers; // pending, in the order of their arming
+    int64_t nowMs = 0;                              // virtual monotonic clock since reset
+    int64_t wallSec = 1700000000;                   // time(NULL) at nowMs 0; advances with the virtual clock
+    std::vector<uloop_fd *> fds;                    // uloop_fd_add
+    std::multimap<int64_t, uloop_timeout *> timers; // pending, by time; of equals the one that was armed first
     int pendingTimers() const { return static_cast<int>(timers.size()); }
     /** Milliseconds until this timer fires, -1 if it isn't pending. */
     int64_t due(const uloop_timeout *timer) const;
 };
 
 struct FakeLibc {
-    std::vector<std::string> systems; // commands of system(), in order
-    std::vector<std::string> popens;
-    int openPipes = 0;              // of them
-    std::vector<unsigned> sleepsUs; // usleep and sleep, microseconds
-    bool runSystem = true;          // false: recorded only, answers 0
-    bool realThreads = false;       // false: a detached thread's function runs at once, on the caller
-    std::string popenOutput;        // of each command
+    std::vector<std::string> systems, popens; // commands, in order
+    int openPipes = 0;                        // of them
+    std::vector<unsigned> sleepsUs;           // usleep and sleep, microseconds
+    bool runSystem = true;                    // false: recorded only, answers 0
+    bool realThreads = false;                 // false: a detached thread's function runs at once, on the caller
+    std::string popenOutput;                  // of each command
     bool popenFails = false;
     bool statFails = false; // no log file to be seen: saves a system call for each statement
     std::function<void(unsigned us)> onSleep;
