@@ -1,9 +1,6 @@
 // Every method's record against bytes put together by hand, for success and for each refusal.
 #include "tests/unit/bus_call.h"
-
-#include "bus/vesk_api/vesk_api.h"
-#include "source/vesk_station/vesk_station.h"
-#include "tests/unit/device_test.h"
+#include "tests/unit/fixtures.h"
 
 // clang-format off
 namespace {
@@ -70,8 +67,7 @@ TEST_F(Api, RadioRecords) {
 
     scan->scanCfg[1].isSupportScan = 1, scan->scanCfg[1].scanItv = 60;
     expect_bytes(band_call("getScanCap", 3), Bytes(8).u8(0, 1).i32(4, 60));
-    radio[0].chAttrList = { 2, { 1, 6, 99 }, { 0x11, 0x66, 0x99 } };
-    radio[0].status = 0;
+    radio[0].chAttrList = { 2, { 1, 6, 99 }, { 0x11, 0x66, 0x99 } }, radio[0].status = 0;
     expect_bytes(band_call("getRadioAvaliableChannelList", 0), Bytes(196).i32(0, 2).u8(4, 1, 6).u16(68, 0x11, 0x66));
 
     auto *raw = reinterpret_cast<uint8_t *>(&r.curChannelInfo);
@@ -194,9 +190,7 @@ TEST_F(Api, StationsOfOneVapNewestFirst) {
         EXPECT_EQ(reply.status + reply.result[0], 0) << empty;
     }
     for (int i = 0; i < 257; i++) {
-        VeskStaEntry e = {};
-        e.mac[0] = 2, e.mac[3] = static_cast<uint8_t>(i >> 8), e.mac[4] = 1, e.mac[5] = static_cast<uint8_t>(i);
-        strcpy(e.vapIntf, "ath1");
+        const VeskStaEntry e = { .mac = { 2, 0, 0, uint8_t(i >> 8), 1, uint8_t(i) }, .vapIntf = "ath1" };
         kvhmgr_set(&store->staDb, &e, sizeof e);
     }
     EXPECT_EQ(vap_call("getStaInfo", "ath1").result[1], 1); // 256 of them
@@ -235,8 +229,7 @@ TEST_F(Api, OffChannelFiguresAndNeighbors) {
     expect_bytes(band_call("getNeighborAPInfo", 3), want);
     for (int i = 0; i < 300; i++) put(i, 1 + i % 13, "02:00:00:00:00:09");
     const BusReply full = band_call("getNeighborAPInfo", 0);
-    EXPECT_EQ(full.result[5], 1);
-    EXPECT_EQ(full.result[4], 0); // 256
+    EXPECT_EQ(words(+full.result[4], +full.result[5]), "0 1 "); // 256
     vesk_destory_scan_info();
 }
 
@@ -255,11 +248,9 @@ TEST_F(Api, SetChannelAnswersThePreviousOutcomeAndKeepsTheLastRequest) {
     const int cases[][5] = { // channel, bandwidth; status, both stored
         { 100, 2, -5, 100, 2 }, { 0x124, 4, -5, 0x24, 4 }, { 44, 6, -1, 0x24, 4 }, { 44, -1, -1, 0x24, 4 }, { 0, 5, -5, 0, 5 } };
     for (const auto &[channel, bandwidth, status, setChannel, setBw] : cases) {
-        SCOPED_TRACE(bandwidth);
         const Bytes data = Bytes(8).i32(0, channel, bandwidth);
-        EXPECT_EQ(bus_call("setChannel", Args().i32("band", 3).record("data", data)).status, status);
-        EXPECT_EQ(radio[1].setChannel, setChannel);
-        EXPECT_EQ(radio[1].setBw, setBw);
+        const BusReply reply = bus_call("setChannel", Args().i32("band", 3).record("data", data));
+        EXPECT_EQ(words(reply.status, +radio[1].setChannel, radio[1].setBw), words(status, setChannel, setBw)) << bandwidth;
     }
     EXPECT_TRUE(fake_logged("ERROR", range(6, 0, 6)));
     EXPECT_EQ(fakeLoop.due(&radio[1].setChannelTimer), 2000);
@@ -391,17 +382,16 @@ TEST_F(Api, AutoConnectExcludesScanning) {
     };
     EXPECT_EQ(call(0, 1), 0);
     EXPECT_EQ(enabledAtCall, 0); // scans had stopped
-    EXPECT_EQ(scan->scanCfg[0].bstaAuto.enableAuto, 1);
-    EXPECT_EQ(scan->scanCfg[1].bstaAuto.enableAuto, 1);
+    EXPECT_EQ(words(+scan->scanCfg[0].bstaAuto.enableAuto, +scan->scanCfg[1].bstaAuto.enableAuto), "1 1 ");
     expect_call("rilk_setBstaAutoConnect", "apcli0 enable=1 radar=1", Bytes(23).text(4, "apcli0").u8(20, 1, 1, 1));
-    EXPECT_EQ(call(3, 0), 0); // radio 0 still holds scanning back
-    EXPECT_EQ(scan->scanEnable, 0);
-    EXPECT_EQ(call(0, 0), 0);
-    EXPECT_EQ(enabledAtCall, 0);
-    EXPECT_EQ(scan->scanEnable, 1); // scans come back behind the driver's call
+    const auto outcome = [&](int band, int on) {
+        const int status = call(band, on);
+        return words(status, enabledAtCall, +scan->scanEnable);
+    };
+    EXPECT_EQ(outcome(3, 0), "0 0 0 "); // radio 0 still holds scanning back
+    EXPECT_EQ(outcome(0, 0), "0 0 1 "); // scans come back behind the driver's call
     scan->scanEnable = scan->scanEnableCfg = 0;
-    EXPECT_EQ(call(0, 0), 0);
-    EXPECT_EQ(scan->scanEnable, 0); // off by configuration
+    EXPECT_EQ(outcome(0, 0), "0 0 0 "); // off by configuration
 }
 
 TEST_F(Api, DefaultVlanDwellLimitsAndPlaceholders) {
@@ -411,8 +401,7 @@ TEST_F(Api, DefaultVlanDwellLimitsAndPlaceholders) {
     EXPECT_EQ(fakeDevice.count("rilk_set8021dotqCfg"), 2); // ath1 and ath11
     expect_call("rilk_set8021dotqCfg", "ath11", cfg); // as it came
     expect_bytes(bus_call("getDefault802dot1qSetting"), Bytes(4).u16(0, 65535).u8(2, 5));
-    EXPECT_EQ(vesk_setMinMaxDwellTime(3, 60, 60), 0);
-    EXPECT_EQ(vesk_setMinMaxDwellTime(3, 61, 60), -1);
+    EXPECT_EQ(words(vesk_setMinMaxDwellTime(3, 60, 60), vesk_setMinMaxDwellTime(3, 61, 60)), "0 -1 ");
     EXPECT_TRUE(fake_logged("ERROR", " rilk_setMinMaxDwellTime ERROR, band=3, min=61, max=60\n\n"));
     EXPECT_EQ(fakeDevice.count("rilk_setMinMaxDwellTime"), 1);
     expect_call("rilk_setMinMaxDwellTime", "wifi1 60 60", Bytes(0));

@@ -1,5 +1,4 @@
-#include "source/vesk_main/timer_service.h"
-#include "tests/unit/scan_fixture.h"
+#include "tests/unit/fixtures.h"
 
 using BackhaulSta = ScanTest;
 

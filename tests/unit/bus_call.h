@@ -1,8 +1,6 @@
 // A bus call as a client makes it.
 #pragma once
 
-#include <algorithm>
-
 #include "bus/stub.h"
 #include "tests/unit/common.h"
 

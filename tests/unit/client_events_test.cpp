@@ -1,5 +1,5 @@
 // Joins completed and sent, leaves, association responses, probes: bytes and lines worked out by hand.
-#include "tests/unit/event_records.h"
+#include "tests/unit/fixtures.h"
 
 struct ClientEvents : testing::Test {
     void SetUp() override { fill_event_records(), vesk_sta_mon_destroy(), vesk_init_g_sta_cap(); }
@@ -17,8 +17,7 @@ TEST_F(ClientEvents, JoinIsCompletedFromTheRecords) {
     EXPECT_EQ(fakeBus.signals[0].payload, expected);
     uint8_t cap[3] = {};
     EXPECT_EQ(vesk_get_sta_cap(STA.data(), cap), 0);
-    EXPECT_EQ(cap[0], 0x80);
-    EXPECT_EQ(cap[1], 0); // of 0xee, 0xee
+    EXPECT_EQ(words(+cap[0], +cap[1]), "128 0 "); // of 0xee, 0xee
     EXPECT_EQ(pollDue(), 1000);
     const char *line =
         " Ubus send successfully [tamlo.pelk.vesk] [tamlo.pelk.vesk.veskClientJoin] [ath10] [" STA_TEXT "]\n";
@@ -45,9 +44,8 @@ TEST_F(ClientEvents, JoinFrameComesFromTheDriverWithinItsField) {
         ASSERT_EQ(fakeDevice.log.size(), announced != 0);
         EXPECT_TRUE(!announced || fakeDevice.log[0].args == std::string("ath0 " STA_TEXT " ") + asked);
         const Bytes &payload = fakeBus.signals.at(0).payload;
-        EXPECT_EQ(payload[105] + 256 * payload[106], length);
-        EXPECT_EQ(payload[107], first);
-        EXPECT_EQ(payload[618], length == 512 ? first : 0xee); // behind the frame nothing changes
+        EXPECT_EQ(words(payload[105] + 256 * payload[106], +payload[107], +payload[618]),
+                  words(length, first, length == 512 ? first : 0xee)); // behind the frame nothing changes
         EXPECT_EQ(messages("ERROR").empty(), announced != 40 || length != 0);
     }
 }
@@ -93,9 +91,7 @@ TEST_F(ClientEvents, LeaveAndAssociationResponseAreSentAndDisassociationIsLogged
     EXPECT_EQ(fakeBus.signals[1].payload, response.name(0, "apcli0"));
     uint8_t cap[3];
     EXPECT_EQ(vesk_get_sta_cap(STA.data(), cap), -1);
-    EXPECT_EQ(pollDue(), 1000);
-    EXPECT_EQ(vesk_get_dot1q_cfg()->vid, 356);
-    EXPECT_EQ(vesk_get_dot1q_cfg()->pcp, 5);
+    EXPECT_EQ(words(pollDue(), vesk_get_dot1q_cfg()->vid, +vesk_get_dot1q_cfg()->pcp), "1000 356 5 ");
     EXPECT_TRUE(fakeDevice.log.empty());
     EXPECT_EQ(messages("ERROR"), (Texts{ " Enter wdev_map_r2_assoc_resp_process\n",
                                          " vid=356, pcp=5, ifname=apcli0,peer mac=[" STA_TEXT "]\n",
@@ -110,9 +106,7 @@ TEST_F(ClientEvents, ProbeReachesTheMonitoredStationOfItsChannelOnly) {
     Bytes event = body(27).u8(22, 6).i32(23, -71);
     EXPECT_EQ(wdev_probe_req_event_process(event.data(), "ath0"), 0);
     const VeskStaMon *node = vesk_sta_mon_get(STA.data(), 6);
-    EXPECT_STREQ(node->ifName, "ath0.v0");
-    EXPECT_EQ(node->rssi, -71);
+    EXPECT_EQ(words(node->ifName, node->rssi, vesk_sta_mon_get(STA.data(), 11)->rssi), "ath0.v0 -71 0 ");
     EXPECT_EQ(node->lastProbeTime, get_current_time());
-    EXPECT_EQ(vesk_sta_mon_get(STA.data(), 11)->rssi, 0);
     EXPECT_EQ(wdev_probe_req_event_process(nullptr, "ath0") + wdev_probe_req_event_process(event.data(), nullptr), -2);
 }

@@ -1,6 +1,4 @@
 // The daemon configuration: three values per key, the order of matching, and when the file is written anew.
-#include "source/vesk_config/vesk_config.h"
-
 #include <cstdlib>
 
 #include "tests/unit/common.h"

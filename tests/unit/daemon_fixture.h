@@ -2,20 +2,10 @@
 // offers.
 #pragma once
 
-#include <map>
-#include <set>
-
 #include <cjson/cJSON.h>
 #include <sys/stat.h>
 
-#include "foundation/csrv_timer.h"
 #include "include/vesk_methods.h"
-#include "source/vesk_config/vesk_config.h"
-#include "source/vesk_drelm/vesk_drelm.h"
-#include "source/vesk_interface/vesk_interface.h"
-#include "source/vesk_main/vesk_main.h"
-#include "source/vesk_scan/vesk_scan.h"
-#include "source/vesk_station/vesk_station.h"
 #include "tests/unit/bus_call.h"
 
 using Answers = std::map<std::string, std::vector<uint8_t>>; // method: status and record, of both radios

@@ -2,15 +2,6 @@
 // nothing stops.
 #include "tests/unit/daemon_fixture.h"
 
-#include <filesystem>
-
-#include <malloc.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include "foundation/kvhmgr.h"
-#include "include/vesk_event.h"
-
 namespace {
 struct Footprint {
     size_t heap; // bytes; always 0 under the address sanitizer, which looks for leaks by itself

@@ -1,6 +1,5 @@
 // The three refresh timers on the virtual clock, driven through the timer service where it is theirs.
-#include "foundation/csrv_timer.h"
-#include "tests/unit/device_test.h"
+#include "tests/unit/fixtures.h"
 
 struct IntfPollTest : DeviceTest {
     void SetUp() override {

@@ -1,13 +1,7 @@
 // The way from a signal to the end of the process.
-#include "source/vesk_main/vesk_main.h"
-
 #include <csignal>
 
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include "source/vesk_main/log.h"
-#include "tests/fakes/fakes.h"
+#include "tests/unit/common.h"
 
 namespace {
 /** In a child: the signal comes before its handler is there, and once more before the loop runs; then the loop serves

@@ -1,9 +1,4 @@
 // The log statement on several threads at once, through a rotation and changes of the level.
-#include "source/vesk_main/log.h"
-
-#include <set>
-#include <thread>
-
 #include "tests/unit/common.h"
 
 TEST(LogThreads, EveryLineIsWholeAndNoneIsLost) {

@@ -1,10 +1,8 @@
 // What a scan thread reads of the model, while refreshes and the channel poller write it. The reader has no part in
 // the fakes, and nothing orders the two: the thread sanitizer is the judge.
 #include <atomic>
-#include <thread>
 
-#include "bus/vesk_api/vesk_api.h"
-#include "tests/unit/scan_fixture.h"
+#include "tests/unit/fixtures.h"
 
 using ModelThread = ScanTest;
 

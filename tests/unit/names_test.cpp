@@ -1,5 +1,5 @@
 // Both forms of an interface's name at their cutting lengths, and the look-ups' edges.
-#include "tests/unit/device_test.h"
+#include "tests/unit/fixtures.h"
 
 using NamesTest = DeviceTest;
 
@@ -22,8 +22,7 @@ TEST_F(NamesTest, BothFormsAndLookUps) {
         char name[32] = {}, other[17] = "################";
         strcpy(name, given);
         EXPECT_EQ(vesk_get_intf_inner_name(other, name) + vesk_get_intf_outer_name(name, name), 0);
-        EXPECT_STREQ(name, outer);
-        EXPECT_STREQ(other, inner);
+        EXPECT_EQ(words(name, other), words(outer, inner));
     }
     SetUp(), fill(); // ath0, ath1, apcli0, ath10, ath11, apclii0 in slots 0 to 5
     EXPECT_EQ(vesk_getVapIdxByName(""), 6) << "first free slot";

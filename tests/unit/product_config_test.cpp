@@ -1,9 +1,4 @@
 // The product configuration: every key lands in its field, and a file that is wrong in part or in whole.
-#include "source/vesk_config/vesk_config.h"
-
-#include <malloc.h>
-#include <unistd.h>
-
 #include "tests/unit/common.h"
 
 namespace {
@@ -47,14 +42,10 @@ TEST(ProductConfig, EachKeyLandsInItsField) {
               "3 4 70000 2 44 2500 2 16 65530 65531 2 9 -7 5 -3 3 1 1 0 12 ");
     // clang-format on
     // Bytes that stand side by side in the order of the keys.
-    const uint8_t htVht[] = { 1, 1, 1, 2, 3, 1, 1, 4, 5, 1, 1, 1, 1 };
-    const uint8_t he[] = { 1, 1, 1, 1, 1, 6, 7, 1, 1, 1, 1, 12 };
-    const uint16_t maps[] = { 11, 12, 13, 14, 15, 16 };
-    EXPECT_EQ(memcmp(&w.HTShortGI20MHz, htVht, sizeof htVht), 0);
-    EXPECT_EQ(memcmp(&cfg.Wifi[0].HTShortGI20MHz, std::string(sizeof htVht, 0).data(), sizeof htVht),
-              0); // none says "Supported"
-    EXPECT_EQ(memcmp(&w.HEULMUMIMO, he, sizeof he), 0);
-    EXPECT_EQ(memcmp(&w.HEMCS, maps, sizeof maps), 0);
+    EXPECT_EQ(bytes_at(&w.HTShortGI20MHz, 13), (Bytes{ 1, 1, 1, 2, 3, 1, 1, 4, 5, 1, 1, 1, 1 }));
+    EXPECT_EQ(bytes_at(&cfg.Wifi[0].HTShortGI20MHz, 13), Bytes(13)); // none says "Supported"
+    EXPECT_EQ(bytes_at(&w.HEULMUMIMO, 12), (Bytes{ 1, 1, 1, 1, 1, 6, 7, 1, 1, 1, 1, 12 }));
+    EXPECT_EQ(bytes_of(w.HEMCS), Bytes(12).u16(0, 11, 12, 13, 14, 15, 16));
     for (const char *line : { "VHT80+80MHz [Supported] int [1]", "PhysicalPortNumber [44]", "TxMap80+80MHz [16]",
                               "VHTTxMCS [65530]", "NoCATBias [-3]", "NumberOfEthernetPorts [70000]" }) // as stored
         EXPECT_TRUE(fake_logged("INFO", std::string(" Checking ") + line + "\n")) << line;
@@ -114,19 +105,17 @@ TEST(ProductConfig, TheFileIsChosenByExistence) {
 }
 
 TEST(ProductConfig, LeavesNothingBehind) {
-    const auto load_all = [] {
-        for (const char *text : { "", "{", "{\"Version\":\"v\"}", "{\"ProductParameters\":{\"ModelName\":\"m\"}}" })
-            load(text);
+    const auto load_all = [](int times) { // the lowest free descriptor, bytes of the heap
+        for (int i = 0; i < times; i++)
+            for (const char *text : { "", "{", R"({"Version":"v"})", R"({"ProductParameters":{"ModelName":"m"}})" })
+                load(text);
         const int free = dup(0);
         close(free);
         return std::pair(free, mallinfo2().uordblks);
     };
-    load_all();
-    const auto before = load_all();
-    for (int i = 0; i < 50; i++) load_all();
-    const auto [lowest, heap] = load_all();
-    EXPECT_EQ(lowest, before.first);
-    EXPECT_LT(heap, before.second + 4096);
+    const auto before = load_all(2), after = load_all(50);
+    EXPECT_EQ(after.first, before.first);
+    EXPECT_LT(after.second, before.second + 4096);
     unlink(overriding);
 }
 } // namespace

@@ -1,5 +1,5 @@
 // Radio events go out as they came; the unsafe channel set only when it differs.
-#include "tests/unit/event_records.h"
+#include "tests/unit/fixtures.h"
 
 TEST(RadioEvents, GoOutAsTheyCame) {
     fill_event_records();

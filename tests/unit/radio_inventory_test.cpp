@@ -1,7 +1,5 @@
 // The radio refresh: what is read once, what only flags a difference, and what is clamped.
-#include <cmath>
-
-#include "tests/unit/device_test.h"
+#include "tests/unit/fixtures.h"
 
 using RadioInventoryTest = DeviceTest;
 
@@ -9,12 +7,11 @@ TEST_F(RadioInventoryTest, ReadsOnceAndFlagsDifferences) {
     FakeRadio &device = fakeDevice.radio[0];
     device.chip = std::string(16, 'c'), device.ap.vapNums = 9, device.hul.isAcsEnabled = 3;
     vesk_update_radio_info();
-    EXPECT_EQ(words(+radio[0].isAcsEnabled, radio[0].curChannel, radio[0].curFreq, radio[0].maxStaNums),
-              "3 6 2437 128 ");
-    EXPECT_EQ(strlen(radio[0].chipName), 15);
-    EXPECT_EQ(radio[0].intfNums, 8);
-    EXPECT_EQ(fakeDevice.calls("rilk_getRadioApInterfaceInfo").at(1).args, "1");
-    EXPECT_EQ(fakeDevice.calls("hul_getRadioInfo").at(1).args, "3");
+    EXPECT_EQ(words(+radio[0].isAcsEnabled, radio[0].curChannel, radio[0].curFreq, radio[0].maxStaNums,
+                    strlen(radio[0].chipName), radio[0].intfNums),
+              "3 6 2437 128 15 8 ");
+    const auto second = [](const char *call) { return fakeDevice.calls(call).at(1).args; };
+    EXPECT_EQ(words(second("rilk_getRadioApInterfaceInfo"), second("hul_getRadioInfo")), "1 3 ");
     device.channel = 11;
     using Row = std::tuple<int, float, float, int>; // bandwidth, known and present power; flagged
     for (const auto &[bw, known, power, flagged] :

@@ -1,4 +1,4 @@
-#include "tests/unit/scan_fixture.h"
+#include "tests/unit/fixtures.h"
 
 using ScanRecords = ScanTest;
 
@@ -13,9 +13,8 @@ TEST_F(ScanRecords, InitWithAndWithoutMemory) {
         EXPECT_EQ(calls(), (Texts{ "initScanChannelList 7", "setMinMaxDwellTime wifi0 0 150",
                                    "setMinMaxDwellTime wifi1 0 150" }));
         EXPECT_EQ(flags(1), (Numbers{ 1, 0, 0, 0 }));
-        EXPECT_EQ(scan_cfg(0)->isSupportScan, 0);
-        EXPECT_EQ(scan_cfg(1)->isSupportScan, 1);
-        EXPECT_EQ(scan_cfg(0)->bstaAutoTimer, -1);
+        EXPECT_EQ(words(+scan_cfg(0)->isSupportScan, +scan_cfg(1)->isSupportScan, scan_cfg(0)->bstaAutoTimer),
+                  "0 1 -1 ");
         EXPECT_EQ(scan->channels == nullptr && scan->neighbors == nullptr, n < 9);
         EXPECT_EQ(scan->channelNums, (n < 9 ? 0 : 7));
         EXPECT_FALSE(vesk_scan_channel_at(7));
@@ -54,14 +53,10 @@ TEST_F(ScanRecords, TearDownStopsEverythingAndAutoConnectTheScan) {
 }
 
 TEST_F(ScanRecords, BaseVapIsTheFirstThatIsUpAndAnAccessPoint) {
-    const std::tuple<uint8_t, const char *, const char *> rows[] = { // of ath10; base
-                                                                     { 1, "ap", "ath10" },
-                                                                     { 0, "ap", "ath11" },
-                                                                     { 1, "sta", "ath11" },
-                                                                     { 1, "", "ath11" },
-                                                                     { 1, "wds-ap", "ath10" }
-    };
-    for (const auto &[status, mode, base] : rows) {
+    using Row = std::tuple<uint8_t, const char *, const char *>; // of ath10; base
+    for (const auto &[status, mode, base] :
+         { Row{ 1, "ap", "ath10" }, Row{ 0, "ap", "ath11" }, Row{ 1, "sta", "ath11" }, Row{ 1, "", "ath11" },
+           Row{ 1, "wds-ap", "ath10" } }) {
         vap_of("ath10").status = status;
         strcpy(vap_of("ath10").mode, mode);
         EXPECT_STREQ(scan_param(1, 36).baseVap, base) << mode;
@@ -76,17 +71,15 @@ TEST_F(ScanRecords, Resets) {
     EXPECT_EQ(flags(0), (Numbers{ 0, 1, 0, 0 }));
     EXPECT_EQ(flags(1), (Numbers{ 0, 1, 0, 1 }));
     EXPECT_EQ(scan->scanTime, 1700000000);
-    radio[1].curChannelInfo.noise = -90;
+    radio[1].curChannelInfo.noise = -90, vesk_scan_channel_at(0)->ch = 1;
     set_flags(1, 0, 1, 1);
-    vesk_scan_channel_at(0)->ch = 1;
     for (const bool isStale : { false, true }) {
         scan->needResetScan = isStale, radio[0].chListNums = 2;
         vesk_reset_scan_info();
-        EXPECT_EQ(radio[1].curChannelInfo.noise, isStale ? 0 : -90);
-        EXPECT_EQ(vesk_scan_channel_at(0)->ch, isStale ? 0 : 1);
+        // needResetScan, noise, the first record's channel, a visited channel, and the radios' lists as they are now
+        EXPECT_EQ(words(+scan->needResetScan, +radio[1].curChannelInfo.noise, +vesk_scan_channel_at(0)->ch,
+                        scan_is_visited(scan_cfg(1), 4), scan->channelNums),
+                  isStale ? "0 0 0 0 6 " : "0 -90 1 1 7 ");
         EXPECT_EQ(flags(1), isStale ? (Numbers{ 1, 0, 0, 0 }) : (Numbers{ 0, 1, 1, 1 }));
-        EXPECT_EQ(scan_is_visited(scan_cfg(1), 4), !isStale);
-        EXPECT_EQ(scan->channelNums, isStale ? 6 : 7) << "lists of the radios as they are now";
-        EXPECT_EQ(scan->needResetScan, 0);
     }
 }

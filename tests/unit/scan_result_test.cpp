@@ -1,6 +1,4 @@
-#include <climits>
-
-#include "tests/unit/scan_fixture.h"
+#include "tests/unit/fixtures.h"
 
 using ScanResult = ScanTest;
 

@@ -1,10 +1,8 @@
 // A tear-down beside a running first scan, on real threads. The fakes aren't made for two threads at once:
 // the hooks hand over between them, so that only one is at work.
-#include <filesystem>
 #include <semaphore>
-#include <thread>
 
-#include "tests/unit/scan_fixture.h"
+#include "tests/unit/fixtures.h"
 
 using ScanThread = ScanTest;
 

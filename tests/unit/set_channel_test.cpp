@@ -1,4 +1,4 @@
-#include "tests/unit/scan_fixture.h"
+#include "tests/unit/fixtures.h"
 
 using SetChannel = ScanTest;
 

@@ -1,5 +1,5 @@
 // The capability store: slots, bits, and its limit.
-#include "tests/unit/event_records.h"
+#include "tests/unit/fixtures.h"
 
 /** Stations differ only behind a zero byte. */
 static void set(uint8_t n, uint8_t byte0, uint8_t byte1) {
@@ -19,15 +19,11 @@ TEST(StaCap, KeepsTwoBitsInTheFirstSlotThatFits) {
     set(0, 0x7f, 0xfe);
     EXPECT_EQ(get(0), 0);
     for (uint8_t n = 1; n < 65; n++) set(n, 0x80, 0);
-    EXPECT_EQ(get(0), 0);
-    EXPECT_EQ(get(63), 0x800000);
-    EXPECT_EQ(get(64), -1); // full: dropped
+    EXPECT_EQ(words(get(0), get(63), get(64)), words(0, 0x800000, -1)); // full: the last is dropped
     vesk_unset_sta_cap(Bytes{ 2, 0, 0, 0, 1, 5 }.data());
     set(63, 0, 1); // goes into the free slot in front of its own, and is found there
     EXPECT_EQ(get(63), 0x100);
     vesk_unset_sta_cap(Bytes{ 2, 0, 0, 0, 1, 63 }.data()); // clears both
     for (uint8_t n = 64; n < 67; n++) set(n, 0x80, 0);
-    EXPECT_EQ(get(63), -1);
-    EXPECT_EQ(get(65), 0x800000);
-    EXPECT_EQ(get(66), -1);
+    EXPECT_EQ(words(get(63), get(65), get(66)), words(-1, 0x800000, -1));
 }

@@ -1,5 +1,5 @@
 // The monitor's list and its routine on the virtual clock.
-#include "tests/unit/event_records.h"
+#include "tests/unit/fixtures.h"
 
 struct StaMon : testing::Test {
     void SetUp() override { fake_reset(), vesk_sta_mon_destroy(); }
@@ -12,17 +12,13 @@ struct StaMon : testing::Test {
 };
 
 TEST_F(StaMon, ChannelZeroIsAWildcardOfTheQueryOnlyAndTheListIsBounded) {
-    EXPECT_EQ(set(6), 0);
-    EXPECT_EQ(set(11), 0);
+    for (int channel : { 6, 11 }) EXPECT_EQ(set(channel), 0);
     EXPECT_EQ(get(0), get(11)); // newest first
     hear(11);
     fake_advance(7s);
     set(0); // takes over the newest
     EXPECT_FALSE(get(11));
-    EXPECT_EQ(get(0)->channel, 0);
-    EXPECT_EQ(get(0)->rssi, -70);
-    EXPECT_EQ(get(0)->queryTime, 1007);
-    EXPECT_EQ(get(6)->queryTime, 1000u);
+    EXPECT_EQ(words(+get(0)->channel, +get(0)->rssi, get(0)->queryTime, get(6)->queryTime), "0 -70 1007 1000 ");
     vesk_sta_mon_remove(STA.data(), 6);
     EXPECT_FALSE(get(6));
     EXPECT_TRUE(get(0));
@@ -34,8 +30,7 @@ TEST_F(StaMon, ChannelZeroIsAWildcardOfTheQueryOnlyAndTheListIsBounded) {
     EXPECT_FALSE(get(0));
     EXPECT_EQ(vesk_sta_mon_set(nullptr, 1), -1);
     for (int channel = 1; channel <= 1024; channel++) ASSERT_EQ(set(channel), 0);
-    EXPECT_EQ(set(2000), -1);
-    EXPECT_EQ(set(7), 0); // a refresh needs no room
+    EXPECT_EQ(words(set(2000), set(7)), "-1 0 "); // a refresh needs no room
 }
 
 TEST_F(StaMon, RoutineReportsEachRequestOnceAndDropsItAfterAnHour) {
@@ -54,14 +49,10 @@ TEST_F(StaMon, RoutineReportsEachRequestOnceAndDropsItAfterAnHour) {
               Bytes(31).text(0, "ath10.v0").put(16, STA).u8(22, 6).i32(23, -70).u16(27, 0x1234));
     vesk_stop_sta_mon_timer();
     fake_advance(3509s), vesk_sta_mon_routine_check(nullptr);
-    EXPECT_TRUE(get(0x106));
-    EXPECT_TRUE(get(2));
-    EXPECT_TRUE(get(1)); // 3599 seconds
+    for (int channel : { 0x106, 2, 1 }) EXPECT_TRUE(get(channel)) << channel; // 3599 seconds
     get(0x106)->needReport = 1;
     fake_advance(1s), vesk_sta_mon_routine_check(nullptr);
     EXPECT_EQ(sent().size(), 2u); // goes out before its node does
-    EXPECT_FALSE(get(0x106));
-    EXPECT_TRUE(get(2));
-    EXPECT_FALSE(get(1));
+    for (int channel : { 0x106, 2, 1 }) EXPECT_EQ(get(channel) != nullptr, channel == 2) << channel;
     EXPECT_TRUE(fake_logged("INFO", " monotor timeout. it's not head node, remove\n\n"));
 }

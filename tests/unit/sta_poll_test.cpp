@@ -1,6 +1,5 @@
 // The station poll: when it gives up, what it writes into an entry, duplicates, and the limits of the store.
-#include "source/vesk_station/vesk_station.h"
-#include "tests/unit/device_test.h"
+#include "tests/unit/fixtures.h"
 
 struct StaPollTest : DeviceTest {
     VeskStaInfo *store = vesk_get_sta_info();

@@ -1,5 +1,5 @@
 // Steering and measurement: what is rewritten, what is refused, and the traces on stderr.
-#include "tests/unit/event_records.h"
+#include "tests/unit/fixtures.h"
 
 TEST(SteeringEvents, AreRenamedAndSent) {
     // clang-format off

@@ -10,12 +10,10 @@ TEST_F(Stub, ResultsHaveTheirOwnTypes) {
     const BusReply version = bus_call("getVersionInfo"), status = bus_call("getScanStatus"),
                    ability = bus_call("getRadioAdvancedCapability");
     EXPECT_EQ(version.fields, (Texts{ "return", "info" }));
-    EXPECT_EQ(version.dispatch, 0);
-    EXPECT_EQ(version.resultType, BLOBMSG_TYPE_UNSPEC);
+    EXPECT_EQ(words(version.dispatch, version.resultType, status.resultType, ability.resultType),
+              words(0, +BLOBMSG_TYPE_UNSPEC, +BLOBMSG_TYPE_INT8, +BLOBMSG_TYPE_INT32));
     EXPECT_EQ(first_difference(version.result, Bytes(64).text(0, "vesk").text(32, "1.4.3")), "");
-    EXPECT_EQ(status.resultType, BLOBMSG_TYPE_INT8);
     EXPECT_EQ(status.result.size(), 1);
-    EXPECT_EQ(ability.resultType, BLOBMSG_TYPE_INT32);
     EXPECT_EQ(ability.result, (std::vector<uint8_t>{ 0, 0, 0, 64 })); // blobmsg's byte order
 }
 
@@ -39,17 +37,12 @@ TEST_F(Stub, RefusesWhatItCannotDecode) {
     }
     EXPECT_EQ(fakeLoop.pendingTimers(), 0);
     strcpy(vesk_get_radio_info()[0].apIntf.radioIfname, "wifi0");
-    const BusReply reply = bus_call("setChannel", Args().i32("band", 0).text("data", "1234567"));
-    EXPECT_EQ(reply.dispatch, 0);
-    EXPECT_EQ(reply.status, -1); // 8 bytes of another type; out of range
-    const BusReply unnamed = bus_call("getVapInfo");
-    EXPECT_EQ(unnamed.dispatch, 0);
-    EXPECT_EQ(unnamed.status, -1);
+    const BusReply other = bus_call("setChannel", Args().i32("band", 0).text("data", "1234567")); // of as many bytes
+    const BusReply unnamed = bus_call("getVapInfo"), unknown = bus_call("getNothing");
+    EXPECT_EQ(words(other.dispatch, other.status, unnamed.dispatch, unnamed.status), "0 -1 0 -1 ");
     EXPECT_EQ(first_difference(unnamed.result, Bytes(280)), ""); // a failure carries its record
     EXPECT_TRUE(fake_logged("ERROR", " Error:is NULL\n"));
-    const BusReply unknown = bus_call("getNothing");
-    EXPECT_EQ(unknown.dispatch, 0);
-    EXPECT_FALSE(unknown.sent);
+    EXPECT_EQ(words(unknown.dispatch, unknown.sent), "0 0 ");
     EXPECT_EQ(fakeBus.fatal, Texts{ "771 onTamloPelkVeskDispatch unknown message: getNothing\n" });
 }
 

@@ -1,6 +1,4 @@
 // Taking the object off the bus and putting it back: the calls that are made and the lines that are left.
-#include "source/vesk_main/vesk_main.h"
-
 #include "tests/unit/common.h"
 
 TEST(UbusObject, AddAlwaysRemovesFirstAndGoesOn) {

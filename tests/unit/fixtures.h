@@ -1,9 +1,22 @@
-// The daemon as scanning sees it: a filled device model, the default configuration, nothing armed yet.
+// What tests of several modules begin with: a filled device model, the daemon as scanning sees it, the records that
+// events look into.
 #pragma once
 
-#include "source/vesk_scan/scan_private.h"
-#include "tests/unit/device_test.h"
+#include "tests/unit/common.h"
 
+struct DeviceTest : testing::Test {
+    VeskRadioInfo *radio = vesk_get_radio_info();
+    VeskVapInfo *vap = vesk_get_vap_info();
+    VeskOffScanCfg *scan = vesk_get_scan_info();
+    void SetUp() override {
+        fake_reset(), fake_load_product();
+        fakeLibc.runSystem = false;
+    }
+    static void fill() { vesk_update_radio_info(), vesk_update_vap_info(), fakeDevice.log.clear(); }
+    VeskVapInfo &vap_of(const char *name) { return vap[vesk_getVapIdxByName(name)]; }
+};
+
+// Scans: a filled device model, the default configuration, nothing armed yet.
 using Channels = std::vector<uint8_t>;
 using Numbers = std::vector<int64_t>;
 
@@ -48,4 +61,27 @@ inline Channels channel_range(int first, int count) {
     Channels channels;
     for (int i = 0; i < count; i++) channels.push_back(static_cast<uint8_t>(first + i));
     return channels;
+}
+
+// Events: ath0 on radio 0, ath10 on radio 1, backhaul station apcli0.
+inline const Bytes STA = { 0x02, 0x11, 0x22, 0x33, 0x44, 0x55 };
+#define STA_TEXT "02:11:22:33:44:55"
+
+inline void fill_event_records() {
+    fake_reset();
+    VeskVapInfo *vap = vesk_get_vap_info();
+    strcpy(vap[0].ifName, "ath0"), strcpy(vap[1].ifName, "ath10"), strcpy(vap[2].ifName, "apcli0");
+    strcpy(vap[1].ssid, "home5");
+    vap[1].bssid[5] = 0xb1, vap[1].band = 1, vap[2].vapAttr = 0x80;
+    vap[1].actualBand = 0x103; // of it and of the radio's values the low part goes out
+    VeskRadioInfo *radio = &vesk_get_radio_info()[1];
+    std::tie(radio->curChannel, radio->curFreq, radio->curBw) = std::tuple(0x124, 0x1143c, 0x102);
+}
+
+/** "signal bytes" of each. */
+inline Texts sent() {
+    Texts names;
+    for (const FakeSignal &s : fakeBus.signals)
+        names.push_back(s.name.substr(s.name.rfind('.') + 1) + " " + std::to_string(s.payload.size()));
+    return names;
 }
