@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "include/vesk_event.h"
+#include "platform/sim/sim.h"
 #include "tests/unit/test_files.h"
 
 namespace {
@@ -31,13 +32,11 @@ std::string run(const char *line) {
  */
 std::string described(const std::string &wanted) {
     const char *ifName = reinterpret_cast<const char *>(&sent.back()[4]);
-    std::string body, word;
-    for (size_t i = sizeof(VeskEventHeader); i < sent.back().size(); i++)
-        for (const int nibble : { sent.back()[i] >> 4, sent.back()[i] & 15 }) body += "0123456789abcdef"[nibble];
-    std::string text =
-        std::to_string(sent.back()[0]) + " " + (*ifName ? ifName : "-") + " " + std::to_string(body.size() / 2);
-    std::istringstream words(wanted);
-    while (words >> word)
+    constexpr size_t head = sizeof(VeskEventHeader);
+    const std::string body = sim_hex(&sent.back()[head], sent.back().size() - head);
+    std::string text = sim_format("%d %s %zu", sent.back()[0], *ifName ? ifName : "-", body.size() / 2), word;
+    std::istringstream stretches(wanted);
+    while (stretches >> word)
         if (const size_t at = word.find('='); at != std::string::npos)
             text += " " + word.substr(0, at + 1) + body.substr(2 * std::stoul(word), word.size() - at - 1);
     return text;

@@ -14,10 +14,7 @@ struct SimScanTest : SimTest {
     void SetUp() override {
         SimTest::SetUp();
         rilk_initScanChannelList(CHANNELS, 5);
-        for (size_t i = 0; i < 5; i++) {
-            records[i].smoothedNoise = -77.5;
-            channels[i] = &records[i];
-        }
+        for (size_t i = 0; i < 5; i++) channels[i] = &records[i], records[i].smoothedNoise = -77.5;
     }
     ~SimScanTest() override { std::ranges::for_each(table, free); }
 
@@ -34,13 +31,11 @@ struct SimScanTest : SimTest {
         ASSERT_EQ(rilk_getScanChannelResult("wifi0", channels), 0);
     }
 
-    int result(size_t i) { return records[i].ch; }
     VeskScanNeighbor *slot(size_t row, size_t at) { return table[row * VESK_SCAN_NEIGHBORS_PER_CHANNEL + at]; }
 
     VeskScanChannel records[5] = {};
     VeskScanChannel *channels[5];
-    std::vector<VeskScanNeighbor *> table =
-        std::vector<VeskScanNeighbor *>(VESK_SCAN_CHANNELS * VESK_SCAN_NEIGHBORS_PER_CHANNEL);
+    std::vector<VeskScanNeighbor *> table{ VESK_SCAN_CHANNELS * VESK_SCAN_NEIGHBORS_PER_CHANNEL, nullptr };
 };
 
 } // namespace
@@ -54,12 +49,9 @@ TEST_F(SimScanTest, ResultsComeAfterADwellForEachChannel) {
         sim_advance(ms);
         rilk_getScanChannelResult("wifi0", channels);
         rilk_getScanNeighborApOneChannel("wifi0", 11, table.data());
-        EXPECT_EQ(result(0), first);
-        EXPECT_EQ(result(2), last);
-        EXPECT_EQ(slot(2, 0) != nullptr, last != 0);
+        EXPECT_EQ(words(+records[0].ch, +records[2].ch, slot(2, 0) != nullptr), words(first, last, last != 0));
     }
-    EXPECT_EQ(result(1) + result(3), 0);
-    EXPECT_EQ(double{ records[0].smoothedNoise }, -77.5);
+    EXPECT_EQ(words(+records[1].ch, +records[3].ch, +records[0].smoothedNoise), "0 0 -77.5 ");
     EXPECT_LT(int{ records[0].noise }, -80);
 }
 
@@ -77,8 +69,7 @@ TEST_F(SimScanTest, FiguresAreExactWhereDescribedAndMoveElsewhere) {
         visit(channel);
         utils.insert(int{ records[1].chnUtil });
     }
-    EXPECT_EQ(int{ records[0].chnUtil }, 41);
-    EXPECT_EQ(int{ records[0].noise }, -254);
+    EXPECT_EQ(words(+records[0].chnUtil, +records[0].noise), "41 -254 ");
     EXPECT_GT(utils.size(), 2);
     EXPECT_GE(*utils.begin(), 0);
     EXPECT_LE(*utils.rbegin(), 100); // 0 before the first
@@ -92,9 +83,7 @@ TEST_F(SimScanTest, NeighborsComeAndGoAndOldBlocksStayReadable) {
     VeskScanNeighbor *first = slot(2, 0), *second = slot(2, 1);
     ASSERT_TRUE(first);
     ASSERT_TRUE(second);
-    EXPECT_STREQ(first->bssid, "02:00:00:00:00:01");
-    EXPECT_STREQ(first->text, "note");
-    EXPECT_EQ(int{ first->rssi }, -40);
+    EXPECT_EQ(words(first->bssid, first->text, +first->rssi), "02:00:00:00:00:01 note -40 ");
     visit(11);
     EXPECT_EQ(slot(2, 1), nullptr);
     EXPECT_NE(slot(2, 0), first);
@@ -117,9 +106,7 @@ TEST_F(SimScanTest, GarbageSparesTheSmoothedNoise) {
     describe(R"({"functions": {"rilk_getScanChannelResult": {"garbage": 255},
                                "rilk_getScanNeighborApOneChannel": {"garbage": true}}})");
     visit(6);
-    EXPECT_EQ(result(1), -1);
-    EXPECT_EQ(double{ records[1].smoothedNoise }, -77.5);
-    EXPECT_EQ(result(3), 0); // of the other radio
+    EXPECT_EQ(words(+records[1].ch, +records[1].smoothedNoise, +records[3].ch), "-1 -77.5 0 "); // of the other radio
     ASSERT_NE(slot(1, 0), nullptr);
     EXPECT_EQ(memchr(slot(1, 0), 0, sizeof(VeskScanNeighbor)), nullptr);
 }
