@@ -55,13 +55,18 @@ struct BrokerWire : testing::Test {
     Broker broker;
 };
 
-// All requests in one piece, in single bytes, in odd ones: the same answers, number and peer sent back.
+// All requests in one piece, in short ones, in odd ones, each of them read alone (another client's ping comes behind
+// it): the same answers, number and peer sent back.
 TEST_F(BrokerWire, AnswersEachRequest) {
     std::string all;
     for (const auto &c : statuses) all += message(c.type, static_cast<uint16_t>(&c - statuses), 0xabcdef01, c.body);
-    for (const size_t piece : { all.size(), size_t{ 1 }, size_t{ 13 } }) {
+    Wire other(broker.path);
+    for (const size_t piece : { all.size(), size_t{ 5 }, size_t{ 13 } }) {
         Wire wire(broker.path);
-        for (size_t i = 0; i < all.size(); i += piece) wire.send(all.substr(i, piece));
+        for (size_t i = 0; i < all.size(); i += piece) {
+            wire.send(all.substr(i, piece));
+            EXPECT_TRUE(other.alive());
+        }
         for (const auto &c : statuses) {
             SCOPED_TRACE(c.name);
             EXPECT_EQ(wire.receive().whole(), message(UBUS_MSG_STATUS, static_cast<uint16_t>(&c - statuses), 0xabcdef01,
