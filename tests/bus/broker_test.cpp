@@ -236,28 +236,36 @@ TEST_F(BrokerWire, KeepsSoMuchForAClientAndNoMore) {
     EXPECT_TRUE(other.alive());
 }
 
-/** A client's life, in which each request is done, refused for want of memory, or the last one. */
-void live(const std::string &path) {
+/** A client's life, in which each request is done, refused for want of memory, or the last one. What is said to be done
+ * is: bytes of events that were, to be heard by the others. */
+size_t live(const std::string &path) {
     Wire wire(path);
-    const auto ask = [&](const std::string &request) {
+    const auto ask = [&](const std::string &request, size_t answers) {
         const int status = wire.ask(request).value_or(11);
         EXPECT_TRUE(status == 0 || status == 11) << status;
+        EXPECT_TRUE(status != 0 || wire.data.size() == answers) << wire.data.size();
         return status == 0;
     };
-    const uint32_t named = wire.add_object(published(("life" + std::string(5000, '.')).c_str(), signature)),
-                   listener = wire.add_object("");
-    if (!named || !listener) return;
-    for (const char *pattern : { "a", "life.*" }) ask(listen_to(listener, pattern));
-    for (const char *objects : { "life*", "*" }) ask(lookup(objects));
+    const uint32_t named = wire.add_object(published(("life" + std::string(5000, '.')).c_str(), signature));
+    EXPECT_TRUE(named || wire.ask(lookup("life*")) != 0);
+    const uint32_t listener = wire.add_object("");
+    if (!named || !listener) return 0;
+    ask(listen_to(listener, "a"), 0);
+    const bool hears = ask(listen_to(listener, "ubus.object.remove"), 0);
+    ask(lookup("life*"), 1);
+    ask(lookup("*"), 2);
+    size_t done = 0;
     for (const size_t size : { 3, 5000, 200000 }) {
-        ask(event(std::string(size, 'e'), payload_of(size)));
+        if (ask(event(std::string(size, 'e'), payload_of(size)), 0)) done += size;
         const std::string content = object_attr(named) + method_attr("set") + data_attr(payload_of(size));
         wire.send(message(UBUS_MSG_INVOKE, 8, named, content)); // to itself
         if (wire.receive().type != UBUS_MSG_INVOKE) continue;
         const std::string status = object_attr(named) + attr(UBUS_ATTR_STATUS, be32(0));
-        ask(message(UBUS_MSG_DATA, 8, wire.id, content) + message(UBUS_MSG_STATUS, 8, wire.id, status));
+        ask(message(UBUS_MSG_DATA, 8, wire.id, content) + message(UBUS_MSG_STATUS, 8, wire.id, status), 1);
     }
-    ask(removal(named));
+    const bool removed = wire.ask(removal(named)) == 0;
+    EXPECT_TRUE(!removed || wire.data.size() <= 1u + hears); // the event comes once, or is missed
+    return done;
 }
 
 // Each allocation fails in turn, alone or with all that follow, while one client lives its life. Another one, which
@@ -289,10 +297,11 @@ TEST(BrokerMemory, AnyAllocationMayFail) {
             SCOPED_TRACE(std::to_string(failing) + " after " + std::to_string(granted));
             heard = 0;
             plan = { granted, failing };
-            live(broker.path);
+            const size_t done = live(broker.path);
             const bool failed = plan.failing != failing;
             if (failed) plan.failing = 0;
             ASSERT_TRUE(eventually(finds_itself_alone));
+            EXPECT_GE(heard, done);
             size_t told = 0;
             for (std::string line; std::getline(lines, line); told++)
                 EXPECT_THAT(line,
