@@ -39,6 +39,8 @@ class Commands(World):
                 self.assertEqual(done.returncode, int(status), said)
                 self.assertRegex(said, re.compile(text, re.MULTILINE))
                 self.assertEqual(bool(done.stderr), status != "0" or "warning" in text, done.stderr)
+        driver = pathlib.Path("/tmp/vesk-sim.log").read_text()
+        self.assertEqual(re.findall(r"AclMac.* operation=(\d)", driver), ["0", "1"])  # block, unblock
 
     def test_a_key_is_read_where_nobody_sees_it(self):
         path = pathlib.Path("/tmp/key")
