@@ -22,6 +22,26 @@
 #include "platform/nl80211/netlink.h"
 #include "platform/nl80211/netlink_port.h"
 
+Asked read_request(nlmsghdr *header) {
+    nlattr *attrs[NL80211_ATTR_MAX + 1];
+    genlmsg_parse(header, 0, attrs, NL80211_ATTR_MAX, nullptr);
+    Asked asked = { static_cast<genlmsghdr *>(nlmsg_data(header))->cmd,
+                    (header->nlmsg_flags & NLM_F_DUMP) != 0,
+                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_IFINDEX]),
+                    radio::attr_value<int>(attrs[NL80211_ATTR_WIPHY], -1),
+                    0,
+                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_SCAN_FLAGS]),
+                    attrs[NL80211_ATTR_MEASUREMENT_DURATION]
+                        ? radio::attr_value<uint16_t>(attrs[NL80211_ATTR_MEASUREMENT_DURATION])
+                        : -1,
+                    attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr,
+                    0 };
+    if (const auto mac = radio::attr_bytes(attrs[NL80211_ATTR_MAC]); mac.size() == 6) asked.station = mac[5];
+    radio::attr_each(attrs[NL80211_ATTR_SCAN_FREQUENCIES],
+                     [&](const nlattr *one) { asked.frequency = radio::attr_value<uint32_t>(one); });
+    return asked;
+}
+
 namespace {
 
 constexpr uint16_t FAMILY = 0x1c;
@@ -88,26 +108,6 @@ Reply describe_family() {
                       number<uint32_t>(CTRL_ATTR_VERSION, 1), number<uint32_t>(CTRL_ATTR_HDRSIZE, 0),
                       number<uint32_t>(CTRL_ATTR_MAXATTR, 300),
                       nest(CTRL_ATTR_MCAST_GROUPS, { group(0), group(1), group(2), group(3) }) }) } };
-}
-
-Asked read_request(nlmsghdr *header) {
-    nlattr *attrs[NL80211_ATTR_MAX + 1];
-    genlmsg_parse(header, 0, attrs, NL80211_ATTR_MAX, nullptr);
-    Asked asked = { static_cast<genlmsghdr *>(nlmsg_data(header))->cmd,
-                    (header->nlmsg_flags & NLM_F_DUMP) != 0,
-                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_IFINDEX]),
-                    radio::attr_value<int>(attrs[NL80211_ATTR_WIPHY], -1),
-                    0,
-                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_SCAN_FLAGS]),
-                    attrs[NL80211_ATTR_MEASUREMENT_DURATION]
-                        ? radio::attr_value<uint16_t>(attrs[NL80211_ATTR_MEASUREMENT_DURATION])
-                        : -1,
-                    attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr,
-                    0 };
-    if (const auto mac = radio::attr_bytes(attrs[NL80211_ATTR_MAC]); mac.size() == 6) asked.station = mac[5];
-    radio::attr_each(attrs[NL80211_ATTR_SCAN_FREQUENCIES],
-                     [&](const nlattr *one) { asked.frequency = radio::attr_value<uint32_t>(one); });
-    return asked;
 }
 
 /** Of a bridge's port: the command is the message's type, the flags are the VLAN's and, above them, its number. */

@@ -39,6 +39,8 @@ struct Asked {
     uint8_t station; // last byte of the MAC
 };
 
+Asked read_request(nlmsghdr *header);
+
 struct Reply {
     std::vector<Blob> messages;
     int error = 0;         // negative errno

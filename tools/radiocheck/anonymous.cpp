@@ -50,7 +50,7 @@ constexpr const char *openKeys[] = {
     "connected_time",
     "wps_state",
     "backhaul_ap",
-    "cac_time_left",
+    "cac_time_",
     "min_txpower",
     "last_ack_rssi",
 };
@@ -73,11 +73,19 @@ std::string bytes_of(const std::string &mac)
     return std::string(reinterpret_cast<const char *>(bytes), sizeof bytes);
 }
 
-void replace_all(uint8_t *from, size_t size, const std::string &real, const std::string &other)
+/** Addresses at any depth: attributes of that size. What only happens to look like one, in a counter, stays.
+ */
+void replace_attributes(std::vector<uint8_t> &content, const std::string &real, const std::string &other)
 {
-    for (auto at = from; (at = std::search(at, from + size, real.begin(), real.end())) != from + size;
-         at += other.size())
-        memcpy(at, other.data(), other.size());
+    const nlattr whole = { static_cast<uint16_t>(NLA_HDRLEN + real.size()), 0 };
+    auto at = content.begin();
+    while ((at = std::search(at, content.end(), real.begin(), real.end())) != content.end()) {
+        const auto offset = static_cast<size_t>(at - content.begin());
+        if (offset >= NLA_HDRLEN &&
+            memcmp(&content[offset - NLA_HDRLEN], &whole.nla_len, sizeof whole.nla_len) == 0)
+            std::copy(other.begin(), other.end(), at);
+        ++at;
+    }
 }
 } // namespace
 
@@ -142,6 +150,8 @@ std::string Anonymous::reply(const std::string &text)
             line = line.substr(0, sign + 1) + mac(value);
         else if (sign != std::string::npos && line.starts_with("ssid"))
             line = line.substr(0, sign + 1) + ssid(value);
+        else if (line.starts_with("bss["))
+            line = line.substr(0, sign + 1) + name(value);
         else if (sign != std::string::npos && !is_open(line))
             std::fill(line.begin() + static_cast<std::ptrdiff_t>(sign) + 1, line.end(), 'x');
         all += line + "\n";
@@ -184,5 +194,5 @@ void Anonymous::attributes(std::vector<uint8_t> &content)
         at += NLA_ALIGN(header.nla_len);
     }
     for (const auto &[real, replacement] : macs)
-        replace_all(content.data(), content.size(), bytes_of(real), bytes_of(replacement));
+        replace_attributes(content, bytes_of(real), bytes_of(replacement));
 }

@@ -5,8 +5,10 @@
 
 #include <linux/genetlink.h>
 
+#include "platform/nl80211/config.h"
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/netlink.h"
+#include "platform/nl80211/station.h"
 #include "tools/client/json.h"
 #include "tools/client/text.h"
 #include "tools/radiocheck/anonymous.h"
@@ -156,6 +158,48 @@ std::string said_text(const std::vector<Said> &all, Anonymous &anonymous)
     }
     return json.pretty() + "\n";
 }
+/** Which phy is which radio, and the channels that are left out. */
+std::string config_text(const std::vector<SaidRadio> &radios, Anonymous &anonymous)
+{
+    Json list = Json::array();
+    for (int index = 0; index < radio::radioCount; index++) {
+        Json object = Json::object();
+        Json excluded = Json::array();
+        const radio::RadioConfig &config = radio::config_get().radios[index];
+        for (const SaidRadio &each : radios)
+            if (each.index == index)
+                object.put("phy", anonymous.name(each.name));
+        for (size_t i = 0; i < config.excludedCount; i++)
+            excluded.push(Json::number(config.excluded[i]));
+        object.put("excluded", std::move(excluded));
+        list.push(std::move(object));
+    }
+    Json all = Json::object();
+    all.put("radios", std::move(list));
+    return all.pretty() + "\n";
+}
+
+/** The order of the access points. */
+std::string product_text(const std::vector<SaidRadio> &radios, Anonymous &anonymous)
+{
+    Json rows = Json::array();
+    for (const SaidRadio &each : radios) {
+        Json vaps = Json::array();
+        for (const std::string &vap : each.vaps) {
+            Json row = Json::object();
+            row.put("InterfaceName", anonymous.name(vap));
+            vaps.push(std::move(row));
+        }
+        Json radio = Json::object();
+        radio.put("Vap", std::move(vaps));
+        rows.push(std::move(radio));
+    }
+    Json parameters = Json::object();
+    parameters.put("Wifi", std::move(rows));
+    Json all = Json::object();
+    all.put("ProductParameters", std::move(parameters));
+    return all.pretty() + "\n";
+}
 } // namespace
 
 bool capture(const std::string &folder, std::string &error)
@@ -165,6 +209,7 @@ bool capture(const std::string &folder, std::string &error)
         error = folder + (made ? ": " + made.message() : " is there already");
         return false;
     }
+    radio::station_forget(); // hostapd is asked once for each station
     radio::netlink_tap(keep_message);
     radio::ctrl_tap(keep_reply);
     std::vector<SaidRadio> radios;
@@ -174,10 +219,14 @@ bool capture(const std::string &folder, std::string &error)
     Anonymous anonymous;
     const std::string sys = sys_text(anonymous); // names first
     netlink_text(anonymous);                     // then all addresses, before anything is written
-    const std::pair<const char *, std::string> files[] = { { "netlink", netlink_text(anonymous) },
-                                                           { "sys", sys },
-                                                           { "control", control_text(anonymous) },
-                                                           { "said.json", said_text(all, anonymous) } };
+    const std::pair<const char *, std::string> files[] = {
+        { "netlink", netlink_text(anonymous) },
+        { "sys", sys },
+        { "control", control_text(anonymous) },
+        { "vesk-radio.json", config_text(radios, anonymous) },
+        { "kor-product-cfg.json", product_text(radios, anonymous) },
+        { "said.json", said_text(all, anonymous) }
+    };
     for (const auto &[name, text] : files)
         if (!write_by_rename(folder + "/" + name, text, error))
             return false;
