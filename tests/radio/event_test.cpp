@@ -116,13 +116,16 @@ struct Event : testing::Test {
 
     static void SetUpTestSuite() {
         port = new Port;
+        sh("sed -i '1s/{/{\"monitor\": true,/' /usr/etc/vesk-radio.json");
         sh(program + " >/tmp/drelm.log 2>&1 &");
         for (const char *bss : { "wlan0", "wlan0b", "wlan0s", "wlan1", "wlan1b", "wlan1o" })
             EXPECT_TRUE(within(10s, [&] { return is_attached(bss); })) << bss << sh("cat /tmp/drelm.log");
         std::this_thread::sleep_for(300ms); // frames are asked for next
     }
     static void TearDownTestSuite() {
-        sh(onPhone + "disable_network all; " + onAgent + "disconnect; killall drelm");
+        sh(onPhone + "disable_network all; " + onAgent +
+           "disconnect; killall drelm; cp /etc/radio/vesk-radio.json /usr/etc/;"
+           " iw dev veskmon0 del; iw dev veskmon1 del");
         delete port;
     }
 };
@@ -163,6 +166,28 @@ TEST_F(Event, RadarOnTheOperatingChannelIsToldOnce) {
     EXPECT_TRUE(within(5s, [&] { return !port->take("^7 wlan1 0324023c1401$").empty(); }));
     std::this_thread::sleep_for(500ms);
     EXPECT_EQ(port->take("^[567] ").size(), 1u) << join_words(port->take("^[567] "));
+}
+
+/** Somebody else's access point on our channel: its stations are heard by the monitor interface, and our backhaul
+ * station joins it and is told the VLAN. */
+TEST_F(Event, BesideAnotherAccessPoint) {
+    const std::string theirs = "hostapd_cli -p /run/neighbor -i wlan4 ";
+    sh(theirs + "set assocresp_elements dd0b506f9a1b06014008021400; " + theirs + "chan_switch 5 2437 ht");
+    sh("echo 'ctrl_interface=/run/station\nnetwork={\nssid=\"Familie Petersen\"\npsk=\"petersen24\"\nscan_freq=2437\n}'"
+       " >/tmp/bsta.conf; sed 's/station/guest/' /tmp/bsta.conf >/tmp/guest.conf");
+    port->clear();
+    sh("wpa_supplicant -B -i bsta0 -c /tmp/bsta.conf -P /run/bsta.pid");
+    EXPECT_TRUE(within(20s, [&] { return !port->take("^12 bsta0 " + named + "0200000004001400").empty(); }));
+    sh("kill $(cat /run/bsta.pid)");
+    sh(onPhone + "terminate; wpa_supplicant -B -i wlan2 -c /tmp/guest.conf -P /run/guest.pid");
+    EXPECT_TRUE(within(20s, [] { return !find(sh("iw dev wlan2 link"), "Connected to 02:00:00:00:04:00").empty(); }));
+    std::this_thread::sleep_for(2s);
+    port->clear();
+    sh("ip addr add 10.9.9.2/24 dev wlan2; ping -c 1 -W 1 10.9.9.1; ip addr flush dev wlan2");
+    EXPECT_GE(port->take("^1 wlan0 " + named + phoneBytes + "06").size(), 1u) << sh("cat /tmp/drelm.log");
+    sh("kill $(cat /run/guest.pid); sleep 1; wpa_supplicant -B -i wlan2 -c /etc/radio/phone.conf -f /tmp/phone.log; " +
+       theirs + "chan_switch 5 2412 ht");
+    EXPECT_TRUE(within(10s, [] { return access("/run/station/wlan2", F_OK) == 0; }));
 }
 
 /** Rule 5. hostapd is killed and started again, which also puts the radio back to where it was. */
