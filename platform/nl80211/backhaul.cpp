@@ -1,7 +1,9 @@
 #include "platform/nl80211/backhaul.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 
 #include "platform/nl80211/backhaul_watch.h"
 #include "platform/nl80211/channels.h"
@@ -111,16 +113,16 @@ int set_bytes(const char *ifName, int network, const char *setting, const char *
 }
 
 /** wpa_supplicant takes a passphrase in quotes up to the last one, whatever stands between. */
-int set_key(const Credential &credential, int network)
+void put_key(const Credential &credential, BackhaulJob &job)
 {
-    const char *ifName = credential.ifName;
-    if (credential.kind->hasPassword)
-        return set_bytes(ifName, network, "sae_password", credential.key);
-    if (!credential.kind->hasPsk)
-        return 0;
     const char *quote = is_digits(credential.key) ? "" : "\"";
-    return ctrl_tell(CtrlPeer::station, ifName, "SET_NETWORK %d psk %s%s%s", network, quote, credential.key,
-                     quote);
+    if (credential.kind->hasPsk)
+        snprintf(job.key, sizeof job.key, "psk %s%s%s", quote, credential.key, quote);
+    if (!credential.kind->hasPassword)
+        return;
+    size_t length = static_cast<size_t>(snprintf(job.key, sizeof job.key, "sae_password "));
+    for (const char *at = credential.key; *at != '\0'; at++, length += 2)
+        snprintf(job.key + length, sizeof job.key - length, "%02x", static_cast<uint8_t>(*at));
 }
 
 int fill(const VeskBackhaulCred &cred, const Credential &credential, int network)
@@ -130,8 +132,6 @@ int fill(const VeskBackhaulCred &cred, const Credential &credential, int network
     int status = set_bytes(ifName, network, "ssid", credential.ssid);
     for (const char *each : credential.kind->settings)
         status = status != 0 || !each ? status : set(ifName, network, each);
-    if (status == 0)
-        status = set_key(credential, network);
     if (status == 0 && is_station_mac(cred.bssid)) {
         snprintf(setting, sizeof setting, "bssid %s", mac_text(cred.bssid).text);
         status = set(ifName, network, setting);
@@ -143,18 +143,18 @@ int fill(const VeskBackhaulCred &cred, const Credential &credential, int network
     return status == 0 ? set(ifName, network, "multi_ap_backhaul_sta 1") : status;
 }
 
-/** All networks but the new one go: each line but the first begins with a number. */
-int remove_others(const char *ifName, int kept)
+/** All networks but the new one: each line but the first begins with a number. */
+int list_others(BackhaulJob &job)
 {
     char reply[ctrlReplySize];
-    if (ctrl_ask_interface(CtrlPeer::station, ifName, "LIST_NETWORKS", reply, sizeof reply) != 0)
-        return log_refusal("%s: LIST_NETWORKS wasn't answered", ifName);
+    if (ctrl_ask_interface(CtrlPeer::station, job.ifName, "LIST_NETWORKS", reply, sizeof reply) != 0)
+        return log_refusal("%s: LIST_NETWORKS wasn't answered", job.ifName);
     for (const char *line = strchr(reply, '\n'); line; line = strchr(line + 1, '\n')) {
         char *end;
-        const long network = strtol(line + 1, &end, 10);
-        if (end != line + 1 && *end == '\t' && network != kept &&
-            ctrl_tell(CtrlPeer::station, ifName, "REMOVE_NETWORK %ld", network) != 0)
-            return -1;
+        const auto network = static_cast<int>(strtol(line + 1, &end, 10));
+        if (end != line + 1 && *end == '\t' && network != job.network &&
+            job.otherCount < std::size(job.others))
+            job.others[job.otherCount++] = network;
     }
     return 0;
 }
@@ -163,6 +163,7 @@ int remove_others(const char *ifName, int kept)
 
 int backhaul_connect(const VeskBstaAuto &wish)
 {
+    const CtrlCall call;
     char ifName[17];
     take_text(ifName, wish.ifName);
     if (!is_name(ifName))
@@ -180,26 +181,24 @@ int backhaul_connect(const VeskBstaAuto &wish)
 
 int backhaul_apply(const VeskBackhaulCred &cred)
 {
+    const CtrlCall call;
     Credential credential = {};
-    int network = -1;
+    BackhaulJob job = {};
     const char *fault = read(cred, credential);
-    const char *ifName = credential.ifName;
     if (fault)
         return log_refusal("backhaul station: credential refused: %s", fault);
+    put_text(job.ifName, credential.ifName);
     if (cred.bw != 0)
-        log_once(levelNotice, "%s: the width of a credential has no counterpart", ifName);
+        log_once(levelNotice, "%s: the width of a credential has no counterpart", job.ifName);
     Command add = {};
     command_add(add, "ADD_NETWORK");
-    if (ctrl_send(CtrlPeer::station, ifName, add, &network) != 0)
+    if (ctrl_send(CtrlPeer::station, job.ifName, add, &job.network) != 0)
         return -1;
-    if (fill(cred, credential, network) != 0) {
-        ctrl_tell(CtrlPeer::station, ifName, "REMOVE_NETWORK %d", network);
-        return -1;
-    }
-    if (remove_others(ifName, network) != 0)
-        return -1;
-    backhaul_watch(ifName, network);
-    return ctrl_tell(CtrlPeer::station, ifName, "SELECT_NETWORK %d", network);
+    put_key(credential, job);
+    if (fill(cred, credential, job.network) == 0 && list_others(job) == 0 && backhaul_watch(job) == 0)
+        return 0;
+    ctrl_tell(CtrlPeer::station, job.ifName, "REMOVE_NETWORK %d", job.network);
+    return -1;
 }
 
 } // namespace radio

@@ -11,14 +11,16 @@ int backhaul_connect(const VeskBstaAuto &wish);
 
 /**
  * Gives the station a network in place of all others and lets it join. What is there stays if a part of the
- * new one is refused. 0, or -1 with a line; whether it joins is told by a line later, at most
- * backhaulPatience after the call, which a thread waits for. No line has the key.
+ * new one is refused. 0 when the network is complete but for its key, or -1 with a line. A thread does the
+ * rest and tells by a line, at most backhaulPatience after the call, whether the station has joined. No line
+ * has the key.
  */
 int backhaul_apply(const VeskBackhaulCred &cred);
 
 inline constexpr int backhaulPatience = 15000; // ms
 
-/** The thread ends. For tests. */
+/** The thread ends: at once, or when its work is done. For tests. */
 void backhaul_stop();
+void backhaul_wait();
 
 } // namespace radio

@@ -1,5 +1,6 @@
 #include "platform/nl80211/backhaul_watch.h"
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -14,7 +15,7 @@
 #include "platform/nl80211/clock.h"
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/log.h"
-#include "platform/nl80211/text.h"
+#include "platform/nl80211/places.h"
 
 namespace radio
 {
@@ -23,17 +24,76 @@ namespace
 {
 
 constexpr size_t threadStack = 64 * 1024;
+constexpr int orderPatience = 5000; // ms; a passphrase costs a small processor 8192 rounds of SHA-1
 
 struct Watch {
     pthread_t thread;
     bool runs;
-    int fd;      // attached to wpa_supplicant
+    int fd;      // towards wpa_supplicant
     int stop[2]; // a pipe whose end ends the thread
-    char ifName[16];
-    int network;
+    BackhaulJob job;
+    int64_t end; // ms
 };
 
 Watch watch; // the daemon's loop begins and ends it, the thread only reads
+
+enum class Heard { text, late, stopped };
+
+/** The next datagram before a moment. */
+Heard hear(char (&text)[4096], int64_t end)
+{
+    pollfd wanted[] = { { watch.fd, POLLIN, 0 }, { watch.stop[0], POLLIN, 0 } };
+    const int64_t left = end - clock_ms();
+    if (poll(wanted, 2, left > 0 ? static_cast<int>(left) : 0) <= 0) // what has come by the end counts
+        return Heard::late;
+    if (wanted[1].revents != 0)
+        return Heard::stopped;
+    const ssize_t length = recv(watch.fd, text, sizeof text - 1, 0);
+    text[length < 0 ? 0 : length] = '\0';
+    return length < 0 ? Heard::late : Heard::text;
+}
+
+/** A command whose reply has to be "OK"; events before it are of an earlier network. The log gets its first
+ * word. */
+bool order(const char *format, ...) __attribute__((format(printf, 1, 2)));
+bool order(const char *format, ...)
+{
+    char text[4096];
+    char command[256];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(command, sizeof command, format, arguments);
+    va_end(arguments);
+    const int64_t end = clock_ms() + orderPatience;
+    const auto length = static_cast<ssize_t>(strlen(command));
+    Heard heard =
+        send(watch.fd, command, strlen(command), MSG_NOSIGNAL) == length ? Heard::text : Heard::late;
+    text[0] = '<';
+    while (heard == Heard::text && text[0] == '<')
+        heard = hear(text, end);
+    if (heard == Heard::text && strncmp(text, "OK", 2) == 0)
+        return true;
+    if (heard != Heard::stopped)
+        log_refusal("%s: %.*s %s", watch.job.ifName, static_cast<int>(strcspn(command, " ")), command,
+                    heard == Heard::text ? "was refused" : "wasn't answered");
+    return false;
+}
+
+/** What was there goes last, but before the station joins. */
+bool carry_out(const BackhaulJob &job)
+{
+    if (!order("ATTACH"))
+        return false;
+    if (job.key[0] != '\0' && !order("SET_NETWORK %d %s", job.network, job.key)) {
+        order("REMOVE_NETWORK %d", job.network);
+        return false;
+    }
+    for (size_t i = 0; i < job.otherCount; i++) {
+        if (!order("REMOVE_NETWORK %d", job.others[i]))
+            return false;
+    }
+    return order("SELECT_NETWORK %d", job.network);
+}
 
 /** The text behind a beginning; NULL if it has another. */
 const char *behind(const char *text, const char *beginning)
@@ -46,7 +106,7 @@ const char *behind(const char *text, const char *beginning)
  * True when an event settles it. The SSID in an event is somebody else's text: the network's number stands
  * before it, the reason behind it.
  */
-bool take_event(const Watch &own, const char *event)
+bool take_event(const BackhaulJob &own, const char *event)
 {
     char id[16];
     const size_t length = static_cast<size_t>(snprintf(id, sizeof id, "id=%d ", own.network));
@@ -73,21 +133,17 @@ bool take_event(const Watch &own, const char *event)
 
 void *listen(void *)
 {
-    const int64_t end = clock_ms() + backhaulPatience;
     char text[4096];
-    for (int64_t left = backhaulPatience; left > 0; left = end - clock_ms()) {
-        pollfd wanted[] = { { watch.fd, POLLIN, 0 }, { watch.stop[0], POLLIN, 0 } };
-        if (poll(wanted, 2, static_cast<int>(left)) < 0 || wanted[1].revents != 0)
-            return nullptr;
-        const ssize_t length = wanted[0].revents != 0 ? recv(watch.fd, text, sizeof text - 1, 0) : 0;
-        if (length < 0)
-            break;
-        text[length] = '\0';
-        if (length > 3 && text[0] == '<' && text[2] == '>' && take_event(watch, text + 3))
+    Heard heard = Heard::text;
+    if (!carry_out(watch.job))
+        return nullptr;
+    while ((heard = hear(text, watch.end)) == Heard::text) {
+        if (text[0] == '<' && text[1] != '\0' && text[2] == '>' && take_event(watch.job, text + 3))
             return nullptr;
     }
-    log_line(levelError, "%s: hasn't joined the backhaul network within %d s", watch.ifName,
-             backhaulPatience / 1000);
+    if (heard == Heard::late)
+        log_line(levelError, "%s: hasn't joined the backhaul network within %d s", watch.job.ifName,
+                 backhaulPatience / 1000);
     return nullptr;
 }
 
@@ -108,35 +164,44 @@ bool start()
 
 void close_all()
 {
-    close(watch.fd);
+    if (watch.fd >= 0)
+        close(watch.fd);
     close(watch.stop[0]);
     close(watch.stop[1]);
+    watch.job = {}; // it has the key
 }
 
 } // namespace
 
-void backhaul_watch(const char *ifName, int network)
+int backhaul_watch(const BackhaulJob &job)
 {
     Path path;
     backhaul_stop();
-    if (!ctrl_path(CtrlPeer::station, ifName, path) || pipe2(watch.stop, O_CLOEXEC) != 0)
-        return;
-    put_text(watch.ifName, ifName);
-    watch.network = network;
+    if (!ctrl_path(CtrlPeer::station, job.ifName, path) || pipe2(watch.stop, O_CLOEXEC) != 0)
+        return log_refusal("%s: the credential isn't taken: no socket", job.ifName);
+    watch.job = job;
+    watch.end = clock_ms() + backhaulPatience;
     watch.fd = ctrl_open(path);
-    watch.runs = watch.fd >= 0 && send(watch.fd, "ATTACH", 6, MSG_NOSIGNAL) == 6 && start();
+    watch.runs = watch.fd >= 0 && start();
+    if (watch.runs)
+        return 0;
+    close_all();
+    return log_refusal("%s: the credential isn't taken: no connection or no thread", job.ifName);
+}
+
+void backhaul_wait()
+{
     if (!watch.runs)
-        close_all();
+        return;
+    pthread_join(watch.thread, nullptr);
+    close_all();
+    watch.runs = false;
 }
 
 void backhaul_stop()
 {
-    if (!watch.runs)
-        return;
-    write(watch.stop[1], "", 1);
-    pthread_join(watch.thread, nullptr);
-    close_all();
-    watch.runs = false;
+    if (watch.runs && write(watch.stop[1], "", 1) == 1)
+        backhaul_wait();
 }
 
 } // namespace radio

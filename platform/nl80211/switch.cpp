@@ -1,6 +1,6 @@
 #include "platform/nl80211/switch.h"
 
-#include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "platform/nl80211/channels.h"
@@ -106,8 +106,10 @@ void end_scan(const Iface &iface)
         nanosleep(&pause, nullptr);
 }
 
-int announce(const Radio &radio, const Iface &iface, const Block &block)
+/** `restarts`: hostapd answers when its access points are down, later than the daemon's loop can wait. */
+int announce(const Radio &radio, const Iface &iface, const Block &block, bool restarts)
 {
+    const CtrlCall call;
     char status[ctrlReplySize];
     char flag[4];
     if (ctrl_ask_interface(CtrlPeer::accessPoint, iface.name, "STATUS", status, sizeof status) != 0)
@@ -128,7 +130,13 @@ int announce(const Radio &radio, const Iface &iface, const Block &block)
             command_add(command, " %s", mode.flag);
     }
     end_scan(iface);
-    return ctrl_send(CtrlPeer::accessPoint, iface.name, command);
+    const int answer =
+        ctrl_ask_interface(CtrlPeer::accessPoint, iface.name, command.text, status, sizeof status);
+    if (answer == 0 && strncmp(status, "OK", 2) != 0)
+        return log_refusal("%s: CHAN_SWITCH was refused", iface.name);
+    if (answer == ctrlNobody)
+        return log_refusal("%s: no switch: nobody answers", iface.name);
+    return restarts ? 0 : answer;
 }
 
 /** The switch that was begun last, if it can't be over yet. */
@@ -169,7 +177,7 @@ int begin(const Radio &radio, const Iface &iface, const SwitchTarget &target, bo
         fault = "the radio's station interface is connected, which the access point wouldn't survive";
     if (fault)
         return log_refusal("%s: no switch to channel %d, %d MHz: %s", name, channel, mhz, fault);
-    if (announce(radio, iface, block) != 0)
+    if (announce(radio, iface, block, radar || sameChannel) != 0)
         return -1;
     note_pending(radio, target);
     log_line(levelNotice, "%s: switches to channel %d, %d MHz%s%s", name, channel, mhz,

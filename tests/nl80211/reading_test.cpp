@@ -471,6 +471,13 @@ TEST_F(Reading, WhatHostapdForgetsItIsToldAgain) {
     FakeHostapd without(root + "/run/hostapd/wlan1", { { "", "FAIL\n" } });
     EXPECT_EQ(rilk_setWNMEnable("wlan1", 1), -1);
     EXPECT_EQ(polled(without).size(), 3u) << "not for ever";
+    const std::string other = root + "/run/hostapd/wlan0b";
+    for (const bool isFirst : { true, false }) { // the second one has restarted: one command doesn't make it told
+        FakeHostapd hostapd(other, { { "", "OK\n" } });
+        EXPECT_EQ(isFirst ? rilk_setWNMEnable("wlan0b", 1) : 0, 0);
+        EXPECT_EQ(rilk_setVapAclMac("wlan0b", &release), 0);
+        EXPECT_EQ(polled(hostapd).size(), 3u);
+    }
 }
 
 TEST_F(Reading, NullsAreRefused) {
