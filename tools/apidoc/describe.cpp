@@ -44,6 +44,8 @@ Json describe_layout_field(const FieldLayout &field)
         row.put("record", field.record->name);
     if (field.zeroIsAbsent)
         row.put("zeroIsAbsent", true);
+    if (field.lowest != INT64_MIN)
+        row.put("lowest", static_cast<double>(field.lowest));
     if (!field.names.empty())
         row.put("names", describe_names(field));
     return row;

@@ -69,6 +69,8 @@ std::string meaning_cell(const FieldLayout &field)
         add("as many as " + code(field.countField));
     if (field.zeroIsAbsent)
         add("0: unknown");
+    if (field.lowest != INT64_MIN)
+        add("below " + std::to_string(field.lowest) + ": unknown");
     return text;
 }
 

@@ -10,8 +10,6 @@
 
 namespace
 {
-constexpr int lowestFloor = -253; // dBm; the daemon takes a raw noise below it for invalid
-
 /** Calls one after the other; the first that the bus itself fails ends them all. */
 struct Reader {
     unsigned parts;
@@ -118,13 +116,16 @@ void read_figures(Reader &reader, RadioState &radio, Snapshot &snapshot)
         ChannelState *channel = channel_of(radio, record.ch);
         if (!channel)
             continue;
-        channel->utilisation = record.chnUtil;
+        channel->isVisited = true;
+        if (record.chnUtil >= 0)
+            channel->utilisation = record.chnUtil;
         if (record.time != 0)
             channel->measuredAt = record.time;
         if (record.noise >= lowestFloor)
             channel->noise = record.noise;
+        // Without a raw noise the daemon puts its default there, which nobody measured.
         const double smoothed = record.smoothedNoise;
-        if (smoothed != 0.0 && std::isfinite(smoothed))
+        if (channel->noise && smoothed != 0.0 && std::isfinite(smoothed))
             channel->smoothed = smoothed;
     }
 }
@@ -256,8 +257,8 @@ void read_state(Reader &reader, Snapshot &snapshot)
 
 int RadioState::measured() const
 {
-    return static_cast<int>(std::count_if(channels.begin(), channels.end(),
-                                          [](const ChannelState &c) { return c.isMeasured(); }));
+    return static_cast<int>(
+        std::count_if(channels.begin(), channels.end(), [](const ChannelState &c) { return c.isVisited; }));
 }
 
 const ChannelState *RadioState::find_channel(int wanted) const
@@ -299,6 +300,12 @@ bool take_snapshot(Snapshot &snapshot, unsigned parts, std::string &error, int l
     if (!error.empty())
         bus_disconnect(); // the next look connects again
     return error.empty();
+}
+
+std::optional<int> known_share(const WireCurChannelInfo &load, int64_t share)
+{
+    const bool isAbsent = share < 0 || share > INT32_MAX || (load.ccaIdle < 0 && share == 0);
+    return isAbsent ? std::nullopt : std::optional(static_cast<int>(share));
 }
 
 int signal_bars(int dbm)

@@ -28,6 +28,7 @@ struct ChannelState {
     int number;
     uint16_t attribute;
     bool isOwn, isAvailable, isNol, needsDfs;
+    bool isVisited;                 // by a scan, whatever the driver measured there
     int nolSeconds;                 // non-occupancy lasts so long at most
     std::optional<int> utilisation; // percent
     std::optional<int> noise;       // raw, dBm
@@ -73,7 +74,7 @@ struct RadioState {
     std::optional<WireOffChInfo> figures;
     std::vector<uint8_t> heard; // WireNbAPInfo, empty where it wasn't told
 
-    int measured() const;
+    int measured() const; // channels that a scan has visited
     const ChannelState *find_channel(int number) const;
     /** "up", "down", "disabled". */
     const char *state() const { return !isEnabled ? "disabled" : isUp ? "up" : "down"; }
@@ -118,6 +119,10 @@ bool take_snapshot(Snapshot &snapshot, unsigned parts, std::string &error, int l
 
 /** The snapshot as JSON: figures that are absent are null. */
 Json snapshot_json(const Snapshot &snapshot);
+
+/** A share of the operating channel's time in percent. The record counts its shares unsigned, so that a
+ * driver that knows none of them says 0 beside an idle share below 0. */
+std::optional<int> known_share(const WireCurChannelInfo &load, int64_t share);
 
 /** 0 to 4 bars of a signal level in dBm. */
 int signal_bars(int dbm);

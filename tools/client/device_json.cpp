@@ -58,9 +58,9 @@ Json operating_json(const std::optional<WireCurChannelInfo> &o)
         return Json::null();
     Json object = Json::object();
     object.put("channel", static_cast<int>(o->channel));
-    object.put("ccaInbss", static_cast<uint32_t>(o->ccaInbss));
-    object.put("ccaTxUtil", static_cast<uint32_t>(o->ccaTxUtil));
-    object.put("ccaIdle", static_cast<int>(o->ccaIdle));
+    object.put("ccaInbss", known_share(*o, o->ccaInbss));
+    object.put("ccaTxUtil", known_share(*o, o->ccaTxUtil));
+    object.put("ccaIdle", known_share(*o, o->ccaIdle));
     object.put("noise", o->noise ? std::optional<int>(o->noise) : std::nullopt);
     return object;
 }

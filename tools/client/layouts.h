@@ -13,6 +13,9 @@
 
 enum class FieldKind : uint8_t { Int, Unsigned, Float, Text, Mac, Bytes, Record };
 
+/** dBm; the daemon takes a raw noise below it for invalid. */
+inline constexpr int lowestFloor = -253;
+
 /** What a value is called beside its number. */
 enum class FieldNaming : uint8_t { None, Table, VhtMcs, HeMcs };
 
@@ -28,6 +31,7 @@ struct FieldLayout {
     const char *countField;     // field that tells how many elements are used; NULL: all
     const RecordLayout *record; // of a Record
     bool zeroIsAbsent;          // 0 means: not known
+    int64_t lowest = INT64_MIN; // a lower value means the same
     bool isSecret = false;      // shown on demand only
     FieldNaming naming = FieldNaming::None;
     std::span<const ValueName> names = {}; // of a Table
@@ -102,6 +106,12 @@ constexpr FieldLayout record_row(const char *name, size_t offset, const RecordLa
              countField,
              &layout,
              false };
+}
+
+constexpr FieldLayout absent_below(int64_t lowest, FieldLayout row)
+{
+    row.lowest = lowest;
+    return row;
 }
 
 constexpr FieldLayout absent_if_zero(FieldLayout row)
@@ -189,11 +199,12 @@ VESK_LAYOUT(layoutStaInfo, WireStaInfo,
     VESK_F(count, ""), VESK_F(vapIntf, ""), VESK_FR(stations, layoutStation, "count"));
 VESK_LAYOUT(layoutCurChannelInfo, WireCurChannelInfo,
     absent_if_zero(VESK_F(channel, "")), VESK_F(ccaInbss, "percent"), VESK_F(value1, ""), VESK_F(value2, ""),
-    VESK_F(value3, ""), VESK_F(ccaIdle, "percent"), VESK_F(ccaTxUtil, "percent"), VESK_F(counters, ""),
+    VESK_F(value3, ""), absent_below(0, VESK_F(ccaIdle, "percent")), VESK_F(ccaTxUtil, "percent"), VESK_F(counters, ""),
     absent_if_zero(VESK_F(noise, "dBm")), VESK_F(value4, ""), absent_if_zero(VESK_F(time, "s since 1970")),
     VESK_F(value5, ""));
 VESK_LAYOUT(layoutOffChannel, WireOffChannel,
-    absent_if_zero(VESK_F(ch, "")), VESK_F(inC, ""), VESK_F(chnUtil, "percent"), VESK_F(noise, "dBm"),
+    absent_if_zero(VESK_F(ch, "")), VESK_F(inC, ""), absent_below(0, VESK_F(chnUtil, "percent")),
+    absent_below(lowestFloor, VESK_F(noise, "dBm")),
     VESK_F(cac, ""), absent_if_zero(VESK_F(smoothedNoise, "dBm")), absent_if_zero(VESK_F(time, "s since 1970")),
     VESK_F(dwell, "ms"));
 VESK_LAYOUT(layoutOffChInfo, WireOffChInfo,

@@ -50,8 +50,9 @@ Json decode_element(const FieldLayout &field, const uint8_t *data, Secrets secre
     case FieldKind::Int:
     case FieldKind::Unsigned: {
         const int64_t value = load_integer(data, field.width, field.kind == FieldKind::Int);
-        return field.zeroIsAbsent && value == 0 ? Json::null()
-                                                : integer_value(value, field.kind == FieldKind::Int);
+        const bool isAbsent =
+            (field.zeroIsAbsent && value == 0) || (field.kind == FieldKind::Int && value < field.lowest);
+        return isAbsent ? Json::null() : integer_value(value, field.kind == FieldKind::Int);
     }
     case FieldKind::Float: {
         const double value = load_float(data, field.width);

@@ -180,9 +180,9 @@ double width_hertz(int bandwidth)
 
 void add_operating(Samples &out, const std::string &labels, const WireCurChannelInfo &o)
 {
-    out.add(OwnInbss, labels, static_cast<double>(o.ccaInbss) / 100);
-    out.add(OwnTx, labels, static_cast<double>(o.ccaTxUtil) / 100);
-    out.add(OwnIdle, labels, o.ccaIdle / 100.0);
+    out.add_if(OwnInbss, labels, known_share(o, o.ccaInbss), 100);
+    out.add_if(OwnTx, labels, known_share(o, o.ccaTxUtil), 100);
+    out.add_if(OwnIdle, labels, known_share(o, o.ccaIdle), 100);
     out.add(OwnNoise, labels, unless_zero(o.noise));
     out.add(OwnTime, labels, unless_zero(o.time));
 }
@@ -194,7 +194,7 @@ void add_channels(Samples &out, const std::string &radioLabels, const RadioState
         out.add_if(ChannelUtil, labels, c.utilisation, 100);
         out.add_if(ChannelNoise, labels, c.noise);
         out.add_if(ChannelSmoothed, labels, c.smoothed);
-        if (c.isMeasured())
+        if (c.isVisited)
             out.add(ChannelNeighbors, labels, c.neighbors);
         out.add(ChannelAvailable, labels, c.isAvailable);
         out.add(ChannelNol, labels, c.isNol);

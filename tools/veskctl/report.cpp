@@ -28,6 +28,11 @@ std::string level_cell(const std::optional<int> &level)
     return svg + "</svg>" + dbm_text(level) + "</span>";
 }
 
+std::string percent_text(const std::optional<int> &share)
+{
+    return share ? printed("%d %%", *share) : unknown();
+}
+
 std::string fact(const char *name, const std::string &value)
 {
     return printed("<div><dt>%s</dt><dd>", name) + value + "</dd></div>";
@@ -44,8 +49,8 @@ std::string radio_facts(const RadioState &r)
     text += fact("Auto channel", r.isAcsEnabled ? "on" : "off");
     text += fact("Measured", printed("%d of %zu", r.measured(), r.channels.size()));
     if (r.operating) {
-        text += fact("Own traffic", printed("%u %%", r.operating->ccaInbss));
-        text += fact("Transmitting", printed("%u %%", r.operating->ccaTxUtil));
+        text += fact("Own traffic", percent_text(known_share(*r.operating, r.operating->ccaInbss)));
+        text += fact("Transmitting", percent_text(known_share(*r.operating, r.operating->ccaTxUtil)));
     }
     return text + "</dl>";
 }
@@ -74,7 +79,8 @@ std::string radio_summary(const RadioState &r)
         if (c.isMeasured())
             measured.push_back(&c);
     if (measured.empty())
-        return "<p>No channel has been measured yet.</p>";
+        return r.measured() == 0 ? "<p>No channel has been measured yet.</p>"
+                                 : "<p>The driver doesn't tell how much the channels are used.</p>";
     std::stable_sort(measured.begin(), measured.end(),
                      [](auto *a, auto *b) { return *a->utilisation < *b->utilisation; });
     const auto own = std::find_if(measured.begin(), measured.end(), [](auto *c) { return c->isOwn; });
@@ -120,9 +126,9 @@ std::string channel_row(const ChannelState &c)
     text += !c.isAvailable && !c.isNol ? "<small>not available</small>" : "";
     text += c.needsDfs ? "<small>DFS</small>" : "";
     text += "</th>";
-    if (!c.isMeasured())
+    if (!c.isVisited)
         return text + "<td colspan=\"4\"><span class=\"unknown\">not measured yet</span></td></tr>";
-    text += printed("<td class=\"r\">%d %%</td>", *c.utilisation);
+    text += "<td class=\"r\">" + percent_text(c.utilisation) + "</td>";
     text += "<td class=\"r\">" + (c.noise ? dbm_text(c.noise) : unknown()) + "</td>";
     text += "<td class=\"r\">" + (c.smoothed ? dbm_text(c.smoothed) : unknown()) + "</td>";
     return text + printed("<td class=\"r\">%d</td></tr>", c.neighbors);

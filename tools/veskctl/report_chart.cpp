@@ -251,10 +251,11 @@ std::string column_title(const ChannelState &c)
     std::string text = printed("Channel %d", c.number);
     text += c.isOwn ? ", in use by this device" : "";
     text += c.isNol ? ", under non-occupancy after radar" : "";
-    if (!c.isMeasured())
+    if (!c.isVisited)
         return text + ": not measured yet";
-    return text + printed(": %d %% used, noise ", *c.utilisation) + dbm_text(c.noise) + ", smoothed " +
-           dbm_text(c.smoothed) + ", " + counted(static_cast<size_t>(c.neighbors), "neighbour");
+    const std::string used = c.utilisation ? printed("%d %%", *c.utilisation) : "unknown share";
+    return text + ": " + used + " used, noise " + dbm_text(c.noise) + ", smoothed " + dbm_text(c.smoothed) +
+           ", " + counted(static_cast<size_t>(c.neighbors), "neighbour");
 }
 
 void draw_column(Chart &chart, const ChannelState &c, size_t index)

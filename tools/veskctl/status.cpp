@@ -107,7 +107,8 @@ void add_radio(Painter &out, const RadioState &radio, bool showProgress)
     out.line(busiest ? printed("     busiest %d (%d %%), quietest %d (%d %%), ", busiest->number,
                                *busiest->utilisation, quietest->number, *quietest->utilisation) +
                            counted(radio.neighbors.size(), "neighbour")
-                     : "     nothing has been measured yet");
+             : radio.measured() == 0 ? "     nothing has been measured yet"
+                                     : "     use unknown, " + counted(radio.neighbors.size(), "neighbour"));
 }
 
 void add_vap(Painter &out, const VapState &vap)

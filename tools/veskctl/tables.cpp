@@ -205,15 +205,16 @@ void run_scan(const Arguments &arguments)
         object.put("operatingChannel", r->channel);
         Json heard = Json::array();
         for (const ChannelState &c : r->channels) {
-            if (!c.isMeasured())
+            if (!c.isVisited)
                 continue;
             Json count = Json::object();
             count.put("ch", c.number);
             count.put("neighbors", c.neighbors);
             heard.push(std::move(count));
             table.add({ band_name(r->band), std::to_string(c.number), c.isOwn ? "*" : "",
-                        std::to_string(*c.utilisation) + "%", bar_text(*c.utilisation, 20), whole(c.noise),
-                        tenths(c.smoothed), std::to_string(c.neighbors), age_text(snapshot, c.measuredAt) });
+                        c.utilisation ? printed("%d%%", *c.utilisation) : "unknown",
+                        c.utilisation ? bar_text(*c.utilisation, 20) : "", whole(c.noise), tenths(c.smoothed),
+                        std::to_string(c.neighbors), age_text(snapshot, c.measuredAt) });
         }
         object.put("heard", std::move(heard));
         array.push(std::move(object));

@@ -9,6 +9,8 @@
 namespace {
 std::map<std::string, int> asked; // "method argument" and how often
 std::string refused, broken;      // methods that the daemon refuses, or that the bus fails
+WireOffChannel scanned;           // of channel 6
+WireCurChannelInfo load;          // of the operating channel
 
 WireRadioInfo radio_of(bool is5) {
     WireRadioInfo radio = {};
@@ -39,6 +41,12 @@ std::vector<uint8_t> answer(const WireMethod &method, const std::string &argumen
     if (name == "getRadioApIntfsInfo") return bytes_of_record(vaps_of(argument == "3"));
     if (name == "getNolChannelList") return bytes_of_record(WireNolList{ 255, 0, { { 1860, 52, 0 } } });
     if (name == "getStaInfo") return stations_of(argument == "ath0.v0" ? 1000 : -1);
+    if (name == "getCurChannelInfo") return bytes_of_record(load);
+    if (name == "getOffChannelInfo") {
+        WireOffChInfo figures = {};
+        figures.channels[0] = scanned;
+        return bytes_of_record(figures);
+    }
     if (name == "getBstaIntfInfo") return bytes_of_record(WireBstaIntf{ "apcli0", {} });
     std::vector<uint8_t> record(method.result.size);
     if (name == "getVapInfo" && argument == "apcli0") record[offsetof(WireVapInfo, vapAttr)] = 0x80;
@@ -108,6 +116,56 @@ TEST(ClientSnapshot, AsksForWhatItIsToShow) {
         look(l.parts);
         EXPECT_EQ(asked.size(), l.calls) << l.name;
     }
+}
+
+/** What a driver doesn't tell is null; what the daemon puts in its place is, too. */
+const struct {
+    const char *name;
+    WireOffChannel channel;
+    WireCurChannelInfo load;
+    const char *shown; // used, noise, smoothed; own traffic, transmitting, idle, noise
+} absences[] = {
+    { "all known",
+      { 6, 0, 0, -92, 0, {}, -86.5, 0, 0 },
+      { 6, 0, 0, 0, 0, 70, 30, 0, {}, -95, 7, 1, 0 },
+      "0 -92 -86.5; 0 30 70 -95" },
+    { "no use",
+      { 6, 0, -1, -92, 0, {}, -86.5, 0, 0 },
+      { 6, 0, 0, 0, 0, -1, 0, 0, {}, -95, 4, 1, 0 },
+      "null -92 -86.5; null null null -95" },
+    { "own traffic alone",
+      { 6, 0, 100, -253, 0, {}, -247, 0, 0 },
+      { 6, 5, 0, 0, 0, -1, 0, 0, {}, 0, 2, 1, 0 },
+      "100 -253 -247; 5 null null null" },
+    { "no noise, the daemon's default behind it",
+      { 6, 0, 5, -254, 0, {}, -105, 0, 0 },
+      { 6, 5, 0, 0, 0, 95, 5, 0, {}, 0, 3, 1, 0 },
+      "5 null null; 5 5 95 null" },
+};
+
+TEST(ClientSnapshot, AbsentFigures) {
+    for (const auto &a : absences) {
+        SCOPED_TRACE(a.name);
+        scanned = a.channel, load = a.load;
+        const Snapshot all = look(PartOverview);
+        const Json whole = snapshot_json(all);
+        const cJSON *radio = cJSON_GetArrayItem(whole.at("radios"), 0);
+        const auto value = [](const cJSON *object, const char *key) {
+            return json_line(cJSON_GetObjectItemCaseSensitive(object, key));
+        };
+        const cJSON *now = cJSON_GetObjectItemCaseSensitive(radio, "operating");
+        const cJSON *channel = cJSON_GetObjectItemCaseSensitive(radio, "channels")->child;
+        while (value(channel, "channel") != "6") channel = channel->next;
+        EXPECT_EQ(value(channel, "utilisation") + " " + value(channel, "noise") + " " +
+                      value(channel, "smoothedNoise") + "; " + value(now, "ccaInbss") + " " + value(now, "ccaTxUtil") +
+                      " " + value(now, "ccaIdle") + " " + value(now, "noise"),
+                  a.shown);
+        EXPECT_EQ(all.radios[0].measured(), 1) << "visited, whatever was measured";
+        const Json record = decode_as(layoutOffChannel, a.channel);
+        const std::string raw = value(record.get(), "chnUtil") + " " + value(record.get(), "noise");
+        EXPECT_EQ(raw, std::string(a.shown, raw.size()));
+    }
+    scanned = {}, load = {};
 }
 
 TEST(ClientSnapshot, StopsAtAFailureOfTheBusAndGoesOnBehindARefusal) {
