@@ -262,7 +262,10 @@ int index_of_name(const char *name)
 
 int device_open()
 {
-    return search();
+    if (search() == 0)
+        return 0;
+    log_once(levelError, "no nl80211 here: no Wi-Fi driver is loaded, or netlink sockets aren't allowed");
+    return -1;
 }
 
 bool device_radio(int index, Radio &radio)

@@ -6,7 +6,7 @@
 cd "$checkout"
 
 if [ "${VESK_PRIVATE_ROOT:-}" != 1 ]; then
-    scripts/package --from "$build" --to "$build/package" >/dev/null
+    scripts/package --from "$build" --to "$build/package" >"$build/package.log" 2>&1 || { cat "$build/package.log" >&2; exit 1; }
     # What the packages need from outside, in the versions of this machine, for a package database of their own.
     for deb in "$build"/package/*.deb; do
         dpkg-deb -f "$deb" Depends | tr ',' '\n' | awk -v native="$(dpkg --print-architecture)" 'NF && $1 !~ /^vesk/ { print $1 ":" native }'
@@ -16,7 +16,8 @@ if [ "${VESK_PRIVATE_ROOT:-}" != 1 ]; then
 fi
 
 root=$scratch/root
-debs=("$build"/package/*.deb)
+real=$(echo "$build"/package/vesk-nl80211_*.deb)
+mapfile -t debs < <(printf '%s\n' "$build"/package/*.deb | grep -v nl80211) # it takes vesk-sim's place, later
 
 # dpkg works on a root of its own; the maintainer scripts run with DPKG_ROOT. Root may not exist in here.
 export FAKEROOTDONTTRYCHOWN=1
@@ -49,6 +50,7 @@ mkdir "$old"
 for deb in "${debs[@]}"; do
     name=$(basename "$deb")
     case "$name" in
+    vesk-nl80211_*) ;;
     vesk-bus_* | vesk-sim_*) dpkg-deb -x "$deb" "$old/vesk-sim" ;;
     vesk_*) dpkg-deb -x "$deb" "$old/vesk" ;;
     esac
@@ -97,6 +99,7 @@ c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -shared -fPIC -I"$root/usr/inclu
 kill "$daemon"
 wait "$daemon" || wrong 'the daemon did not end in good order'
 LD_LIBRARY_PATH=$scratch vesk 2>/dev/null &
+daemon=$!
 within 60 bash -c 'veskctl radios 2>/dev/null | grep -q " AT "' || wrong "the example's country isn't in force"
 
 # What the timer runs. Its folder is the service manager's to make.
@@ -106,6 +109,30 @@ while read -r command; do
 done < <(sed -n 's|^ExecStart=/usr/bin/||p' "$root/lib/systemd/system/vesk-metrics.service" | sed 's|/vesk/|/|')
 grep -q '^vesk_up 1' /tmp/lib/vesk.prom || wrong 'no metrics'
 [ -s /tmp/lib/report.html ] || wrong 'no report'
+
+# Real radios in the simulated ones' place: their files give way, and the daemon says that there are none here. And back.
+kill "$daemon"
+wait "$daemon" || wrong 'the daemon did not end in good order'
+! package -i "$real" || wrong 'vesk-sim and vesk-nl80211 side by side'
+expect 'without the simulated device' package --remove vesk-sim
+expect 'real radios' package -i "$real"
+[ ! -e "$root/tmp/kor-product-cfg.json" ] || wrong "the simulated device's product file is left, and goes first"
+grep -q 'run vesk-setup' "$scratch/dpkg.out" || wrong 'nothing tells of vesk-setup'
+[ -z "$(check_platform)" ] || wrong "with real radios: $(check_platform)"
+systemd-analyze verify --man=no --recursive-errors=no --root="$root" vesk.service || wrong 'the drop-in'
+if [ ! -e /sys/module/cfg80211 ]; then
+    vesk 2>"$scratch/vesk.err" &
+    daemon=$!
+    within 60 grep -q 'no nl80211' "$scratch/vesk.err" || wrong "without radios: $(<"$scratch/vesk.err")"
+    within 60 veskctl version >/dev/null 2>&1 || wrong 'the daemon without radios does not answer'
+    ! vesk-setup 2>"$scratch/vesk.err" && grep -q 'no nl80211' "$scratch/vesk.err" || wrong 'vesk-setup without radios'
+    kill "$daemon"
+fi
+expect 'without real radios' package --remove vesk-nl80211
+expect 'the simulated device again' package -i "$build"/package/vesk-sim_*.deb
+mkdir -p "$root/usr/etc" && touch "$root/usr/etc/vesk-radio.json"
+expect 'real radios, purged' package --purge vesk-nl80211
+[ ! -e "$root/usr/etc" ] || wrong 'what vesk-setup wrote is left'
 
 # An upgrade keeps what the user made; a purge leaves nothing.
 mkdir -p "$root/configs/vesk" && touch "$root/configs/vesk/vesk_debug_flag"
@@ -121,6 +148,6 @@ expect 'upgrade' package -i "$scratch"/*.deb
 mkdir -p "$root/var/lib/vesk" && touch "$root/var/lib/vesk/report.html"
 expect 'purge' package --purge vesk vesk-bus vesk-sim vesk-dev veskctl
 [ -z "$(state vesk)$(state vesk-bus)$(state vesk-sim)" ] || wrong "after the purge: $(state vesk)"
-left=$(find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -print | grep -v kor-product-cfg.json || true)
+left=$(find "$root" -path "$root/var/lib/dpkg" -prune -o ! -type d -print)
 [ -z "$left" ] || wrong "the purge left $left"
 [ ! -e "$root/configs" ] || wrong 'the purge left /configs'

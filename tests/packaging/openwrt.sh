@@ -84,7 +84,7 @@ runpath() { { readelf -dW "$1" 2>/dev/null || true; } | sed -n 's/.*(R.*PATH).*\
 while read -r file; do
     path=$(runpath "$file")
     case "$file" in
-    "$scratch"/*) [[ $path =~ ^(\$ORIGIN(/\.\./lib/vesk)?)?$ ]] ;;
+    "$scratch"/*) [[ $path =~ ^(\$ORIGIN(:\$ORIGIN)?(/\.\./lib/vesk)?)?$ ]] ;;
     *) [[ -z $path || :$path: != *::* ]] ;;
     esac || wrong "$file: RUNPATH $path"
 done < <(find "$build" "$scratch/installed" -path '*/CMakeFiles' -prune -o -type f \( -perm -100 -o -name '*.so' \) -print)
@@ -101,7 +101,16 @@ $(1):
 	$(call Package/$(1)/install,$(SCRATCH)/root)
 endef
 STUB
-make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk veskctl vesk-sim
-for path in usr/sbin/vesk usr/bin/veskctl etc/init.d/vesk usr/share/rpcd/acl.d/vesk.json usr/sbin/run_drelm.sh usr/lib/vesk/librilk.so; do
+make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk vesk-bus veskctl vesk-sim
+for path in usr/sbin/vesk usr/bin/veskctl etc/init.d/vesk usr/share/rpcd/acl.d/vesk.json usr/sbin/run_drelm.sh usr/lib/vesk/librilk.so usr/lib/vesk/libvesk_ubus.so; do
     [ -e "$scratch/root/$path" ] || wrong "the package lacks $path"
 done
+
+# Real radios in the simulated ones' place: everything is there, and drelm finds its library.
+rm -r "$scratch/root/usr"
+make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk-nl80211
+jq -e 'length == 5 and all(. == ["CAP_NET_ADMIN"])' "$scratch/root/etc/capabilities/vesk.json" >/dev/null || wrong 'capabilities'
+for program in usr/sbin/vesk-setup usr/sbin/drelm usr/lib/vesk/librilk.so usr/lib/vesk/libhul.so; do
+    ! ldd "$scratch/root/$program" | grep 'not found' || wrong "$program lacks a library"
+done
+sh -n "$scratch/root/usr/sbin/run_drelm.sh"
