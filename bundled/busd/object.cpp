@@ -27,9 +27,8 @@ ObjectType *type_of_request(const Request &request)
     blob_attr *signature = request.attr[UBUS_ATTR_SIGNATURE];
     if (!signature || !signature_whole(signature))
         return nullptr;
-    auto type = std::make_unique<ObjectType>(
-        fresh_id(broker().types), 0,
-        std::string(static_cast<char *>(blob_data(signature)), blob_len(signature)));
+    auto type = std::make_unique<ObjectType>(ObjectType{
+        fresh_id(broker().types), 0, { static_cast<char *>(blob_data(signature)), blob_len(signature) } });
     broker().types.emplace(type->id, type.get());
     return type.release();
 }

@@ -222,29 +222,29 @@ struct SwitchRow {
     int status;
     const char *logged;
 };
-int spec(int width, int channel) { return rilk_setRadioChanSpec("phy1", width, channel); }
+int block(int width, int channel) { return rilk_setRadioChanSpec("phy1", width, channel); }
 int current(int channel) { return rilk_setRadioCurChannel("phy1", channel); }
 const SwitchRow switches[] = {
-    { "what it has", 0, [] { return spec(2, 36) + current(36) + spec(2, 0); }, "", 0, "" },
-    { "width and channel are one switch", 2, [] { return spec(1, 44) + current(44); },
+    { "what it has", 0, [] { return block(2, 36) + current(36) + block(2, 0); }, "", 0, "" },
+    { "width and channel are one switch", 2, [] { return block(1, 44) + current(44); },
       "CHAN_SWITCH 5 5220 bandwidth=40 center_freq1=5230 sec_channel_offset=1 ht vht", 0, "to channel 44, 40 MHz" },
     { "the width stays", 0, [] { return current(153); },
       "CHAN_SWITCH 5 5765 bandwidth=80 center_freq1=5775 sec_channel_offset=-1 ht vht", 0, "channel 153, 80 MHz" },
-    { "the channel stays", 0, [] { return spec(0, 0); }, "CHAN_SWITCH 5 5180 bandwidth=20 center_freq1=5180 ht vht", 0,
+    { "the channel stays", 0, [] { return block(0, 0); }, "CHAN_SWITCH 5 5180 bandwidth=20 center_freq1=5180 ht vht", 0,
       "hostapd restarts" },
-    { "another while one is under way", 2, [] { return spec(0, 40) == 0 ? current(149) : -2; },
+    { "another while one is under way", 2, [] { return block(0, 40) == 0 ? current(149) : -2; },
       "CHAN_SWITCH 5 5200 bandwidth=20 center_freq1=5200 ht vht", -1, "one to 40 is under way" },
-    { "radar has to be listened to", 4, [] { return spec(0, 100); },
+    { "radar has to be listened to", 4, [] { return block(0, 100); },
       "CHAN_SWITCH 5 5500 bandwidth=20 center_freq1=5500 ht vht", 0, "off the air for a minute" },
-    { "160 MHz, radar too", 4, [] { return spec(3, 112); },
+    { "160 MHz, radar too", 4, [] { return block(3, 112); },
       "CHAN_SWITCH 5 5560 bandwidth=160 center_freq1=5570 sec_channel_offset=-1 ht vht", 0, "listens for radar" },
-    { "under non-occupancy", 0, [] { return spec(0, 60); }, "", -1, "radar was met" },
-    { "its neighbour is", 0, [] { return spec(2, 52); }, "", -1, "radar was met" },
+    { "under non-occupancy", 0, [] { return block(0, 60); }, "", -1, "radar was met" },
+    { "its neighbour is", 0, [] { return block(2, 52); }, "", -1, "radar was met" },
     { "a width beyond the band's end", 0, [] { return current(165); }, "", -1, "channel 165, 80 MHz: sending" },
-    { "no such channel", 0, [] { return spec(0, 37); }, "", -1, "no such channel" },
-    { "another band's", 0, [] { return spec(0, 6); }, "", -1, "no such channel" },
-    { "80+80", 0, [] { return spec(4, 36); }, "", -1, "or a width" },
-    { "the daemon's word for no width", 0, [] { return spec(5, 36) == -1 ? spec(-1, 36) : 0; }, "", -1, "such width" },
+    { "no such channel", 0, [] { return block(0, 37); }, "", -1, "no such channel" },
+    { "another band's", 0, [] { return block(0, 6); }, "", -1, "no such channel" },
+    { "80+80", 0, [] { return block(4, 36); }, "", -1, "or a width" },
+    { "the daemon's word for no width", 0, [] { return block(5, 36) == -1 ? block(-1, 36) : 0; }, "", -1, "such width" },
 };
 
 TEST_F(Command, Switches) {
@@ -263,7 +263,7 @@ TEST_F(Command, Switches) {
     radio::ctrl_set_patience(200);
     EXPECT_EQ(current(149), -1);
     clock_advance(radio::ctrlRest);
-    EXPECT_EQ(spec(0, 100), 0) << "rule 4: while it takes its access points down";
+    EXPECT_EQ(block(0, 100), 0) << "rule 4: while it takes its access points down";
     radio::ctrl_set_patience(20000);
     remove("/usr/etc/vesk-radio.json");
     radio::config_forget();
