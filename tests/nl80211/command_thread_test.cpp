@@ -244,7 +244,8 @@ const SwitchRow switches[] = {
     { "no such channel", 0, [] { return block(0, 37); }, "", -1, "no such channel" },
     { "another band's", 0, [] { return block(0, 6); }, "", -1, "no such channel" },
     { "80+80", 0, [] { return block(4, 36); }, "", -1, "or a width" },
-    { "the daemon's word for no width", 0, [] { return block(5, 36) == -1 ? block(-1, 36) : 0; }, "", -1, "such width" },
+    { "the daemon's word for no width", 0, [] { return block(5, 36) == -1 ? block(-1, 36) : 0; }, "", -1,
+      "such width" },
 };
 
 TEST_F(Command, Switches) {

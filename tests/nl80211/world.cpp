@@ -7,7 +7,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <ranges>
 
 #include "platform/nl80211/backhaul.h"
 #include "platform/nl80211/config.h"
@@ -51,8 +50,9 @@ void FakeHostapd::serve() {
         heard.push_back(command);
         if (command.starts_with("ATTACH")) listener.assign(reinterpret_cast<char *>(&from), size);
         clock_advance(slow);
-        for (const auto &[begin, reply] : std::views::reverse(replies)) // the longest row that fits
-            if (command.starts_with(begin)) {
+        for (auto row = replies.rbegin(); row != replies.rend(); ++row) // the longest row that fits
+            if (command.starts_with(row->first)) {
+                const std::string &reply = row->second;
                 for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
                     end = reply.find('\f', at);
                     const std::string part = reply.substr(at, end - at);
