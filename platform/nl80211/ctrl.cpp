@@ -199,6 +199,12 @@ bool ctrl_path(CtrlPeer peer, const char *ifName, Path &path)
     return false;
 }
 
+bool ctrl_is_asked(CtrlPeer peer, const char *ifName)
+{
+    Path path;
+    return ctrl_path(peer, ifName, path) && !is_silent(path);
+}
+
 int ctrl_ask_interface(CtrlPeer peer, const char *ifName, const char *command, char *reply, size_t size)
 {
     Path path;

@@ -18,6 +18,8 @@ inline constexpr int ctrlPatience = 50; // ms for a command and its reply
 /** Another patience than ctrlPatience, for tests beside busy programs. */
 void ctrl_set_patience(int ms);
 
+enum class CtrlPeer { accessPoint, station };
+
 /** A daemon that left a command without a reply isn't asked again for this long, so that it can't hold up a
  * poll. */
 inline constexpr int ctrlRest = 1000; // ms
@@ -36,6 +38,9 @@ struct CtrlCall {
 /** False where a CtrlCall's patience is over. */
 bool ctrl_time_left();
 
+/** False while an interface's daemon is let alone, since it left a command without a reply. */
+bool ctrl_is_asked(CtrlPeer peer, const char *ifName);
+
 /** 0: `reply` (of `size` bytes) holds the text, terminated. Negative: no socket, no room for its path, or no
  * reply; ctrlNobody where nothing was sent. */
 int ctrl_ask(const char *socketPath, const char *command, char *reply, size_t size);
@@ -52,8 +57,6 @@ bool ctrl_value(const char *reply, const char *name, char (&value)[N])
 {
     return ctrl_value(reply, name, value, N);
 }
-
-enum class CtrlPeer { accessPoint, station };
 
 /** Path of an interface's socket: the configured folder, or where the daemons usually have it. */
 bool ctrl_path(CtrlPeer peer, const char *ifName, Path &path);

@@ -145,7 +145,8 @@ void renew(Bss &place)
     Bss pending = {};
     LocalList<Mac> blocked;
     LocalList<VendorElement> elements;
-    if (ifName[0] == '\0' || !take_pending(place, identity_of(ifName), pending, blocked, elements))
+    if (ifName[0] == '\0' || !ctrl_is_asked(CtrlPeer::accessPoint, ifName) ||
+        !take_pending(place, identity_of(ifName), pending, blocked, elements))
         return;
     int status = 0;
     if (pending.rrm != Wish::none)
@@ -161,8 +162,8 @@ void renew(Bss &place)
     pthread_mutex_lock(&lock);
     if (status == 0)
         place.tries = 0;
-    else if (!ctrl_time_left())
-        place.tries = 1; // what wasn't said can't be refused
+    else if (!ctrl_time_left() || !ctrl_is_asked(CtrlPeer::accessPoint, ifName))
+        place.tries = 1; // what wasn't said or heard can't be refused
     pthread_mutex_unlock(&lock);
 }
 

@@ -468,6 +468,14 @@ TEST_F(Reading, WhatHostapdForgetsItIsToldAgain) {
     std::vector said(all.begin(), all.begin() + 2);
     said.insert(said.end(), all.begin(), all.end());
     EXPECT_EQ(polled(restarted), said) << "what wasn't said in time, and what a new one has forgotten";
+    FakeHostapd mute(root + "/run/hostapd/wlan1b", {});
+    radio::ctrl_set_patience(radio::ctrlPatience);
+    EXPECT_EQ(rilk_setWNMEnable("wlan1b", 1), -1);
+    radio::ctrl_set_patience(20000);
+    mute.say("", "OK\n");
+    EXPECT_EQ(polled(mute).size(), 1u) << "let alone for a while";
+    clock_advance(radio::ctrlRest);
+    EXPECT_EQ(polled(mute).size(), 3u) << "which was no attempt";
     FakeHostapd without(root + "/run/hostapd/wlan1", { { "", "FAIL\n" } });
     EXPECT_EQ(rilk_setWNMEnable("wlan1", 1), -1);
     EXPECT_EQ(polled(without).size(), 3u) << "not for ever";

@@ -38,8 +38,9 @@ void take(const Step &step) {
     SCOPED_TRACE(text("%s, rule %d", step.name, step.rule));
     testing::internal::CaptureStderr();
     EXPECT_EQ(step.call(), step.result);
-    EXPECT_TRUE(within(step.patience, step.seen)) << info("wlan0") << info("wlan1");
+    const bool seen = within(step.patience, step.seen);
     const std::string said = testing::internal::GetCapturedStderr();
+    EXPECT_TRUE(seen) << said << info("wlan0") << info("wlan1");
     EXPECT_NE(said.find(step.logged), std::string::npos) << said;
 }
 
