@@ -7,14 +7,21 @@ function(vesk_install_libraries)
   install(TARGETS ${ARGN} LIBRARY DESTINATION lib/vesk)
 endfunction()
 
-# A program that finds the libraries in lib/ beside it, and in ../lib/vesk once it is installed.
+# A program that finds the libraries in lib/ beside it, and in ../lib/vesk once it is installed; a folder below these that
+# is named goes first.
 function(vesk_install_program target destination)
   set(installed "$ORIGIN/../lib/vesk")
-  set(runpath "${installed}" "$ORIGIN/lib" ${VESK_BUS_FOLDERS})
+  set(built "$ORIGIN/lib")
+  foreach(folder ${ARGN})
+    list(PREPEND installed "$ORIGIN/../lib/vesk/${folder}")
+    list(PREPEND built "$ORIGIN/lib/${folder}")
+  endforeach()
+  set(runpath "${installed}" "${built}" ${VESK_BUS_FOLDERS})
   set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "${runpath}")
   install(TARGETS ${target} RUNTIME DESTINATION ${destination})
   if(NOT CMAKE_SKIP_RPATH)
     string(REPLACE ";" ":" runpath "${runpath}")
+    string(REPLACE ";" ":" installed "${installed}")
     install(CODE "file(RPATH_CHANGE FILE
       \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${destination}/$<TARGET_FILE_NAME:${target}>\"
       OLD_RPATH [[${runpath}]] NEW_RPATH [[${installed}]])")

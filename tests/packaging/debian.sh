@@ -126,8 +126,10 @@ if [ ! -e /sys/module/cfg80211 ]; then
     within 60 grep -q 'no nl80211' "$scratch/vesk.err" || wrong "without radios: $(<"$scratch/vesk.err")"
     within 60 veskctl version >/dev/null 2>&1 || wrong 'the daemon without radios does not answer'
     ! vesk-setup 2>"$scratch/vesk.err" && grep -q 'no nl80211' "$scratch/vesk.err" || wrong 'vesk-setup without radios'
+    ! vesk-radio-check >"$scratch/vesk.err" 2>&1 || wrong 'vesk-radio-check without radios'
     kill "$daemon"
 fi
+! ldd "$root/usr/sbin/vesk-radio-check" | grep 'not found' || wrong 'vesk-radio-check lacks a library'
 expect 'without real radios' package --remove vesk-nl80211
 expect 'the simulated device again' package -i "$build"/package/vesk-sim_*.deb
 mkdir -p "$root/usr/etc" && touch "$root/usr/etc/vesk-radio.json"

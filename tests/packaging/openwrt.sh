@@ -84,7 +84,7 @@ runpath() { { readelf -dW "$1" 2>/dev/null || true; } | sed -n 's/.*(R.*PATH).*\
 while read -r file; do
     path=$(runpath "$file")
     case "$file" in
-    "$scratch"/*) [[ $path =~ ^(\$ORIGIN(/\.\./lib/vesk)?)?$ ]] ;;
+    "$scratch"/*) [[ $path =~ ^(\$ORIGIN(/\.\./lib/vesk(/nl80211:\$ORIGIN/\.\./lib/vesk)?)?)?$ ]] ;;
     *) [[ -z $path || :$path: != *::* ]] ;;
     esac || wrong "$file: RUNPATH $path"
 done < <(find "$build" "$scratch/installed" -path '*/CMakeFiles' -prune -o -type f \( -perm -100 -o -name '*.so' \) -print)
@@ -110,7 +110,7 @@ done
 rm -r "$scratch/root/usr"
 make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk-nl80211
 jq -e 'length == 5 and all(. == ["CAP_NET_ADMIN"])' "$scratch/root/etc/capabilities/vesk.json" >/dev/null || wrong 'capabilities'
-for program in usr/sbin/vesk-setup usr/sbin/drelm usr/lib/vesk/librilk.so usr/lib/vesk/libhul.so; do
+for program in usr/sbin/vesk-setup usr/sbin/vesk-radio-check usr/sbin/drelm usr/lib/vesk/librilk.so usr/lib/vesk/libhul.so; do
     ! ldd "$scratch/root/$program" | grep 'not found' || wrong "$program lacks a library"
 done
 sh -n "$scratch/root/usr/sbin/run_drelm.sh"
