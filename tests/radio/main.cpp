@@ -1,7 +1,7 @@
-// The radio tests, or with --shell a shell where they would stand. Runs as the guest's first program.
+// The radio tests, or with --shell a shell (running a script) where they would stand, or with --crowd stations on an
+// access point that stay. Runs as the guest's first program.
+#include "tests/radio/crowd.h"
 #include "tests/radio/world.h"
-
-#include <cstring>
 
 namespace {
 
@@ -12,8 +12,10 @@ struct World : testing::Environment {
 } // namespace
 
 int main(int count, char **arguments) {
-    if (count > 1 && strcmp(arguments[1], "--shell") == 0) return start_world() && system("exec sh") == 0 ? 0 : 1;
     testing::InitGoogleTest(&count, arguments);
+    const std::string mode = count > 1 ? arguments[1] : "", what = count > 2 ? arguments[2] : "";
+    if (mode == "--shell") return start_world() && system(("exec sh " + what).c_str()) == 0 ? 0 : 1;
+    if (mode == "--crowd") return new Crowd(what.c_str(), 255) == nullptr;
     testing::AddGlobalTestEnvironment(new World);
     return RUN_ALL_TESTS();
 }
