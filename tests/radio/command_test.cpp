@@ -54,13 +54,13 @@ bool is_heard(int frequency, const char *part) {
     return sh(text("iw dev wlan3 scan -u freq %d flush passive", frequency)).find(part) != std::string::npos;
 }
 
-int spec(int width, int channel) { return rilk_setRadioChanSpec("phy1", width, channel); }
+int width_of(int width, int channel) { return rilk_setRadioChanSpec("phy1", width, channel); }
 int current(int channel) { return rilk_setRadioCurChannel("phy1", channel); }
 
 // Rule 4, a radar channel's silence, needs hostapd with a country, which it sets anew whenever it restarts: that would
 // end the world's non-occupancy. It is held by tests/nl80211.
 const Step switches[] = {
-    { "width and channel in one switch", 2, [] { return spec(1, 44) + current(44); }, 0,
+    { "width and channel in one switch", 2, [] { return width_of(1, 44) + current(44); }, 0,
       [] {
           return is_on("wlan1", "channel 44 (5220 MHz), width: 40 MHz, center1: 5230") && is_heard(5220, "Lindenhof");
       },
@@ -71,15 +71,15 @@ const Step switches[] = {
           return current(157);
       },
       0, [] { return is_on("wlan1", "channel 157 (5785 MHz), width: 40 MHz"); } },
-    { "80 MHz", 0, [] { return spec(2, 149); }, 0,
+    { "80 MHz", 0, [] { return width_of(2, 149); }, 0,
       [] {
           return is_on("wlan1", "channel 149 (5745 MHz), width: 80 MHz, center1: 5775") && is_heard(5745, "Lindenhof");
       } },
-    { "another width only", 0, [] { return spec(0, 0); }, 0,
+    { "another width only", 0, [] { return width_of(0, 0); }, 0,
       [] { return is_on("wlan1", "channel 149 (5745 MHz), width: 20 MHz"); }, "hostapd restarts", 30s },
     { "non-occupancy", 0, [] { return current(60); }, -1, [] { return is_on("wlan1", "channel 149"); },
       "radar was met there" },
-    { "back", 0, [] { return spec(2, 36); }, 0,
+    { "back", 0, [] { return width_of(2, 36); }, 0,
       [] { return is_on("wlan1", "channel 36 (5180 MHz), width: 80 MHz, center1: 5210"); } },
     { "2.4 GHz", 0, [] { return rilk_setRadioCurChannel("phy0", 1); }, 0,
       [] { return is_on("wlan0", "channel 1 (2412 MHz), width: 20 MHz") && is_heard(2412, "Lindenhof"); } },
