@@ -163,7 +163,6 @@ int list_others(BackhaulJob &job)
 
 int backhaul_connect(const VeskBstaAuto &wish)
 {
-    const CtrlCall call;
     char ifName[17];
     take_text(ifName, wish.ifName);
     if (!is_name(ifName))
@@ -172,11 +171,7 @@ int backhaul_connect(const VeskBstaAuto &wish)
         log_once(levelNotice, "%s: the radar settings of auto-connect have no counterpart", ifName);
     const char *const on[] = { "ENABLE_NETWORK all", "RECONNECT" };
     const char *const off[] = { "DISCONNECT", "DISABLE_NETWORK all" };
-    for (const char *command : wish.enableAuto ? on : off) {
-        if (ctrl_tell(CtrlPeer::station, ifName, "%s", command) != 0)
-            return -1;
-    }
-    return 0;
+    return ctrl_order(CtrlPeer::station, ifName, wish.enableAuto ? on : off);
 }
 
 int backhaul_apply(const VeskBackhaulCred &cred)

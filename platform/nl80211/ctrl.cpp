@@ -270,4 +270,32 @@ int ctrl_tell(CtrlPeer peer, const char *ifName, const char *format, ...)
     return ctrl_send(peer, ifName, command);
 }
 
+int ctrl_order(CtrlPeer peer, const char *ifName, std::span<const char *const> commands)
+{
+    Path path;
+    const bool isAsked = ctrl_path(peer, ifName, path) && !is_silent(path);
+    const int fd = isAsked ? ctrl_open(path) : -1;
+    const int64_t end = std::min(clock_ms() + patience, callEnd);
+    int status = 0;
+    char reply[64];
+    for (const char *command : commands) {
+        const size_t length = strlen(command);
+        if (fd < 0 || send(fd, command, length, MSG_NOSIGNAL) != static_cast<ssize_t>(length)) {
+            log_once(levelError, "%s: %s: nobody answers", ifName, command);
+            status = -1;
+            break;
+        }
+    }
+    for (size_t i = 0; status == 0 && i < commands.size(); i++) {
+        const ssize_t length = receive(fd, reply, sizeof reply, end);
+        if (length < 0)
+            break; // still at it
+        if (length < 2 || memcmp(reply, "OK", 2) != 0)
+            status = log_refusal("%s: %s was refused", ifName, commands[i]);
+    }
+    if (fd >= 0)
+        close(fd);
+    return status;
+}
+
 } // namespace radio

@@ -94,4 +94,10 @@ int ctrl_send(CtrlPeer peer, const char *ifName, const Command &command, int *nu
 int ctrl_tell(CtrlPeer peer, const char *ifName, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 
+/**
+ * Commands in a row that may take longer than a call can wait, as those that end a connection: 0 where all
+ * were sent and none was refused in time, however late their replies are; else -1 with a line.
+ */
+int ctrl_order(CtrlPeer peer, const char *ifName, std::span<const char *const> commands);
+
 } // namespace radio

@@ -526,6 +526,14 @@ TEST_F(Backhaul, AutoConnect) {
     EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
     expect_log("bsta0: the radar settings");
     EXPECT_EQ(sent(station), Wire({ "ENABLE_NETWORK all", "RECONNECT", "DISCONNECT", "DISABLE_NETWORK all" }));
+    station.say("DISCONNECT", "FAIL\n");
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), -1);
+    expect_log("bsta0: DISCONNECT was refused");
+    station.slow = 30000; // later than the call waits: both are under way
+    station.say("DISCONNECT", "OK\n");
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
+    station.slow = 0;
+    for (size_t count = 0; count < 4; count += sent(station).size()) usleep(1000);
     memcpy(wish.ifName, "bsta7", 6);
     EXPECT_EQ(rilk_setBstaAutoConnect(&wish), -1);
     expect_log("bsta7: DISCONNECT: nobody answers");
