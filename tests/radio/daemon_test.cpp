@@ -262,7 +262,7 @@ std::string differences(const std::string &command) {
     std::string last;
     const bool polled = command == "stations";
     within(
-        polled ? 30s : 1s, [&] { return (last = look(command)).empty(); }, polled ? 1s : 100ms);
+        polled ? 30s : 1s, [&] { return (last = look(command)).empty(); }, polled ? 2s : 100ms);
     return last;
 }
 

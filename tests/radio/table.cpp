@@ -25,7 +25,7 @@ std::string sys(const std::string &interface, const std::string &file) {
     return find(read_file("/sys/class/net/" + interface + "/" + file), "[^\n]*");
 }
 
-std::vector<Interface> interfaces() {
+static std::vector<Interface> parsed_interfaces() {
     std::vector<Interface> all;
     std::string phy;
     std::istringstream lines(sh("iw dev"));
@@ -37,6 +37,8 @@ std::vector<Interface> interfaces() {
     }
     return all;
 }
+
+std::vector<Interface> interfaces() { return of_moment("", parsed_interfaces); }
 
 std::string info(const std::string &interface) {
     for (const Interface &each : interfaces()) {
@@ -55,14 +57,19 @@ std::string access_points(const std::string &phy) {
 }
 
 std::string station_dumps(const std::string &bss) {
-    std::string all;
-    for (const Interface &each : interfaces()) {
-        if (each.name == bss || each.name.starts_with(bss + ".")) all += sh("iw dev " + each.name + " station dump");
-    }
-    return all;
+    return of_moment(bss, [&] {
+        std::string all;
+        for (const Interface &each : interfaces()) {
+            if (each.name == bss || each.name.starts_with(bss + "."))
+                all += sh("iw dev " + each.name + " station dump");
+        }
+        return all;
+    });
 }
 
-std::string stations_of(const std::string &bss) { return join_words(find_all(station_dumps(bss), "^Station (\\S+)")); }
+std::string stations_of(const std::string &bss) {
+    return of_moment(bss, [&] { return join_words(find_all(station_dumps(bss), "^Station (\\S+)")); });
+}
 
 std::string station(const std::string &bss, const std::string &mac, const std::string &line) {
     const std::string all = station_dumps(bss);
@@ -97,7 +104,7 @@ Abilities abilities_of(const std::string &bss, const std::string &mac) {
 
 std::string phy_of(const std::string &band) { return band == "0" ? "phy0" : "phy1"; }
 
-std::vector<IwChannel> iw_channels(const std::string &band) {
+static std::vector<IwChannel> parsed_channels(const std::string &band) {
     std::vector<IwChannel> channels;
     std::istringstream blocks(sh("iw phy " + phy_of(band) + " channels"));
     for (std::string line; std::getline(blocks, line, '*');) {
@@ -114,6 +121,10 @@ std::vector<IwChannel> iw_channels(const std::string &band) {
                                  !lacks("(disabled)"), !lacks("DFS state: unavailable") });
     }
     return channels;
+}
+
+std::vector<IwChannel> iw_channels(const std::string &band) {
+    return of_moment(band, [&] { return parsed_channels(band); });
 }
 
 VapTruth vap_truth(const std::string &name) {

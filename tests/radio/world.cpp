@@ -1,26 +1,21 @@
 #include "tests/radio/world.h"
 
 #include <fstream>
-#include <map>
-#include <optional>
 #include <regex>
 #include <sstream>
 #include <thread>
 
-static std::optional<std::map<std::string, std::string>> answers; // of this moment
-
-Moment::Moment() { answers.emplace(); }
-Moment::~Moment() { answers.reset(); }
-
-std::string sh(const std::string &command) {
-    if (answers && answers->contains(command)) return (*answers)[command];
+static std::string run(const std::string &command) {
     std::string text;
     FILE *pipe = popen((command + " 2>&1").c_str(), "r");
     char part[4096];
     for (size_t length; pipe && (length = fread(part, 1, sizeof part, pipe)) > 0;) text.append(part, length);
     if (pipe) pclose(pipe);
-    if (answers) (*answers)[command] = text;
     return text;
+}
+
+std::string sh(const std::string &command) {
+    return of_moment(command, [&] { return run(command); });
 }
 
 std::string read_file(const std::string &path) {

@@ -7,22 +7,35 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-/** What a shell command prints on both streams. */
-std::string sh(const std::string &command);
 /** As long as it lives the same command is run once, and its answer holds: each program that starts costs the guest
- * some 10 ms. Never two at a time. */
+ * some 10 ms, and reading long answers again and again nearly as much. Never two at a time. */
 struct Moment {
-    Moment();
-    ~Moment();
+    Moment() { now = ++last; }
+    ~Moment() { now = 0; }
     Moment(const Moment &) = delete;
     Moment &operator=(const Moment &) = delete;
+    static inline int last, now; // 0: none
 };
+/** What `make` gives, made once for a name in a moment; every caller has names of its own. */
+template <class Make>
+auto of_moment(const std::string &name, Make make) {
+    static std::map<std::string, decltype(make())> known;
+    static int since;
+    if (Moment::now == 0) return make();
+    if (since != Moment::now) known.clear();
+    since = Moment::now;
+    if (const auto at = known.find(name); at != known.end()) return at->second;
+    return known.emplace(name, make()).first->second;
+}
+/** What a shell command prints on both streams. */
+std::string sh(const std::string &command);
 std::string read_file(const std::string &path);
 
 /** Asks until the answer is yes or the time is over, at most every `pause`. */
