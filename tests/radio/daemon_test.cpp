@@ -274,7 +274,10 @@ int lines_with(const std::string &part) { return lines_in("/tmp/vesk.log", part)
 /** Moments of the start, in ms of virtual time since the daemon's, by its log. */
 struct Device : testing::Test {
     static inline int64_t ready, begun[2], done[2];
+    static inline long simulatedKiB; // resident, the daemon over the simulated device
 
+    static long resident() { return atol(find(sh("cat /proc/$(pidof vesk)/smaps_rollup"), "Rss:\\s+(\\d+)").c_str()); }
+    static bool is_ready() { return access("/tmp/vesk_ready", F_OK) == 0; }
     static void note(const std::string &line, int64_t now) {
         const char *last[] = { "alyScanCnt=11", "alyScanCnt=24" };
         for (int radio = 0; radio < 2; radio++) {
@@ -287,6 +290,12 @@ struct Device : testing::Test {
     static void SetUpTestSuite() {
         ready = begun[0] = begun[1] = done[0] = done[1] = 0;
         sh("vesk-busd >/dev/null 2>&1 &");
+        sh("vesk >/dev/null 2>&1 &");
+        within(60s, is_ready, 1s);
+        simulatedKiB = resident();
+        sh("killall vesk");
+        within(10s, [] { return sh("pidof vesk").empty(); });
+        sh("rm -f /tmp/vesk_ready /tmp/vesk.log");
         const auto start = Clock::now();
         // The capability of the packaged service, and no other, for all tests of the daemon. By its path: the shell has
         // a setpriv of its own.
@@ -305,7 +314,7 @@ struct Device : testing::Test {
                 note(said.substr(begin, end - begin), now);
             said.erase(0, begin);
             log.clear();
-            if (access("/tmp/vesk_ready", F_OK) == 0) ready = now;
+            if (is_ready()) ready = now;
             return ready != 0;
         });
         sh("veskctl polling stats off");
@@ -335,6 +344,11 @@ TEST_F(Device, EveryViewEqualsTheTruthOverAHundredPolls) {
         for (size_t poll = 0; poll < 50; poll++)
             EXPECT_EQ(differences(commands[poll % commands.size()]), "") << "poll " << poll;
     }
+}
+
+TEST_F(Device, RealRadiosTakeLittleMemory) { // after all that was read above
+    EXPECT_GT(simulatedKiB, 1000);
+    EXPECT_LE(resident() - simulatedKiB, 400);
 }
 
 /** A command of veskctl, what it answers, and whether it took effect on the other side. */
