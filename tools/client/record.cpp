@@ -128,31 +128,37 @@ bool is_name_of_value(const RecordLayout &layout, std::string_view key)
     return field && field->naming != FieldNaming::None;
 }
 
+/** The reason behind the field's name, if it isn't one or doesn't fit. */
+std::string encode_number(const FieldLayout &field, const cJSON *value, uint8_t *to)
+{
+    if (!cJSON_IsNumber(value))
+        return " takes a number";
+    if (field.kind == FieldKind::Float) {
+        const auto narrow = static_cast<float>(value->valuedouble);
+        memcpy(to, field.width == sizeof narrow ? static_cast<const void *>(&narrow) : &value->valuedouble,
+               field.width);
+        return "";
+    }
+    const double low =
+        field.kind == FieldKind::Int ? -std::ldexp(1.0, static_cast<int>(8 * field.width - 1)) : 0.0;
+    const double high = low + std::ldexp(1.0, static_cast<int>(8 * field.width)) - 1.0;
+    if (value->valuedouble < low || value->valuedouble > high ||
+        value->valuedouble != std::floor(value->valuedouble))
+        return " is out of range";
+    const auto number = static_cast<int64_t>(value->valuedouble);
+    memcpy(to, &number, field.width);
+    return "";
+}
+
 std::string encode_element(const FieldLayout &field, const cJSON *value, uint8_t *to)
 {
     const std::string where = std::string("\"") + field.name + "\"";
     switch (field.kind) {
     case FieldKind::Int:
-    case FieldKind::Unsigned: {
-        if (!cJSON_IsNumber(value))
-            return where + " takes a number";
-        const double low =
-            field.kind == FieldKind::Int ? -std::ldexp(1.0, static_cast<int>(8 * field.width - 1)) : 0.0;
-        const double high = low + std::ldexp(1.0, static_cast<int>(8 * field.width)) - 1.0;
-        if (value->valuedouble < low || value->valuedouble > high ||
-            value->valuedouble != std::floor(value->valuedouble))
-            return where + " is out of range";
-        const auto number = static_cast<int64_t>(value->valuedouble);
-        memcpy(to, &number, field.width);
-        return "";
-    }
+    case FieldKind::Unsigned:
     case FieldKind::Float: {
-        if (!cJSON_IsNumber(value))
-            return where + " takes a number";
-        const auto narrow = static_cast<float>(value->valuedouble);
-        memcpy(to, field.width == sizeof narrow ? static_cast<const void *>(&narrow) : &value->valuedouble,
-               field.width);
-        return "";
+        const std::string error = encode_number(field, value, to);
+        return error.empty() ? "" : where + error;
     }
     case FieldKind::Text:
         if (!cJSON_IsString(value) || strlen(value->valuestring) >= field.width)

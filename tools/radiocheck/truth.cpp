@@ -320,6 +320,64 @@ void add_abilities(Values &values, const std::string &heard)
     values.add("mode", mode, heard.empty() ? noHostapd : "older than 802.11n");
 }
 
+/** In the library's order, which the product file gives; behind them those that it should have named. */
+std::string access_points(const SaidRadio &radio, const std::vector<IwInterface> &interfaces)
+{
+    std::vector<std::string> names = radio.vaps;
+    std::erase_if(names, [&](const std::string &name) {
+        return std::ranges::none_of(interfaces,
+                                    [&](const IwInterface &i) { return i.name == name && i.type == "AP"; });
+    });
+    for (const IwInterface &each : interfaces) {
+        const bool isTooLong = each.name.size() > 11; // the library leaves it out
+        if (each.type == "AP" && std::ranges::find(radio.vaps, each.name) == radio.vaps.end() && !isTooLong)
+            names.push_back(each.name);
+    }
+    std::string text;
+    for (const std::string &name : names)
+        text += (text.empty() ? "" : " ") + name;
+    return text;
+}
+
+std::string driver_of(const std::string &phy)
+{
+    std::error_code error;
+    const fs::path driver = fs::read_symlink("/sys/class/ieee80211/" + phy + "/device/driver", error);
+    return error ? "nl80211" : driver.filename().string();
+}
+
+std::string phy_number(const std::string &phy)
+{
+    return first_line("/sys/class/ieee80211/" + phy + "/index");
+}
+
+std::string country_of(const std::string &phy)
+{
+    std::string domain;
+    run_program({ "iw", "reg", "get" }, domain);
+    const size_t own = domain.find("phy#" + phy_number(phy)); // where it has a domain of its own
+    return word_behind(own == std::string::npos ? domain : domain.substr(own), "country ").substr(0, 2);
+}
+
+/** What its first access point says of the radio; NULL without any. */
+void add_operation(Values &values, const Sources &sources, const SaidRadio &radio, const IwInterface *ap)
+{
+    const std::string info = ap ? ap->info : "";
+    const std::string channel = word_behind(info, "channel ");
+    const std::string status = ap ? ask_hostapd(sources, ap->name, { "status" }) : "";
+    values.add("channel", channel, noLine);
+    values.add("width", width_in(info), noLine);
+    values.add("standards", standards_in(status, radio.index), noHostapd);
+    values.add("power", word_behind(info, "txpower "), noLine);
+    std::string survey;
+    if (ap)
+        run_program({ "iw", "dev", ap->name, "survey", "dump" }, survey);
+    const size_t inUse = survey.find("[in use]");
+    values.add("load's channel", channel, noLine);
+    values.add("noise", inUse == std::string::npos ? "" : word_behind(survey.substr(inUse), "noise:"),
+               "the driver's survey doesn't mark the operating channel");
+}
+
 void read_config(Sources &sources)
 {
     std::string text, error;
@@ -355,57 +413,22 @@ Values truth_of_radio(const Sources &sources, const SaidRadio &radio)
     Values values;
     const std::vector<IwInterface> interfaces = iw_interfaces(radio.name);
     std::vector<std::string> carriers;
-    std::string vaps;
     size_t stations = 0;
-    bool isUp = false;
     for (const IwInterface &each : interfaces) {
         const bool isAp = each.type == "AP";
-        if (isAp && std::ranges::find(radio.vaps, each.name) == radio.vaps.end() && each.name.size() <= 11)
-            vaps += " " + each.name; // the library leaves it out
         stations += isAp ? count_stations(each.name) : 0;
-        isUp = isUp || is_on_air(each);
         if (isAp || each.type == "AP/VLAN" || each.type == "managed")
             carriers.push_back(each.name);
     }
-    const auto isThere = [&](const std::string &name) {
-        return std::ranges::any_of(interfaces,
-                                   [&](const IwInterface &i) { return i.name == name && i.type == "AP"; });
-    };
-    for (auto name = radio.vaps.rbegin(); name != radio.vaps.rend(); ++name)
-        vaps = (isThere(*name) ? " " + *name : "") +
-               vaps; // in the library's order, which the product file gives
-    const IwInterface *ap = first_ap(interfaces);
-    const std::string info = ap ? ap->info : "";
-    const std::string channel = word_behind(info, "channel ");
-    const std::string status = ap ? ask_hostapd(sources, ap->name, { "status" }) : "";
-    std::error_code error;
-    const fs::path driver = fs::read_symlink("/sys/class/ieee80211/" + radio.name + "/device/driver", error);
-    values.add("access points", vaps.empty() ? "" : vaps.substr(1), "iw lists none on this phy");
-    values.add("driver",
-               sources.chipIsChosen[radio.index] ? ""
-               : error                           ? "nl80211"
-                                                 : driver.filename().string(),
+    values.add("access points", access_points(radio, interfaces), "iw lists none on this phy");
+    values.add("driver", sources.chipIsChosen[radio.index] ? "" : driver_of(radio.name),
                "vesk-radio.json chooses the name");
-    values.add("up", isUp ? "1" : "0");
-    values.add("channel", channel, noLine);
-    values.add("width", width_in(info), noLine);
-    values.add("standards", standards_in(status, radio.index), noHostapd);
-    values.add("power", word_behind(info, "txpower "), noLine);
-    std::string survey;
-    if (ap)
-        run_program({ "iw", "dev", ap->name, "survey", "dump" }, survey);
-    const size_t inUse = survey.find("[in use]");
-    values.add("load's channel", channel, noLine);
-    values.add("noise", inUse == std::string::npos ? "" : word_behind(survey.substr(inUse), "noise:"),
-               "the driver's survey doesn't mark the operating channel");
+    values.add("up", std::ranges::any_of(interfaces, is_on_air) ? "1" : "0");
+    add_operation(values, sources, radio, first_ap(interfaces));
     add_counters(values, carriers, stations);
     add_channels(values, sources, radio);
-    values.add("phy number", first_line("/sys/class/ieee80211/" + radio.name + "/index"));
-    std::string domain;
-    run_program({ "iw", "reg", "get" }, domain);
-    const size_t own = domain.find("phy#" + first_line("/sys/class/ieee80211/" + radio.name + "/index"));
-    values.add("country",
-               word_behind(own == std::string::npos ? domain : domain.substr(own), "country ").substr(0, 2));
+    values.add("phy number", phy_number(radio.name));
+    values.add("country", country_of(radio.name));
     return values;
 }
 
