@@ -180,7 +180,7 @@ SendEvent datagrams_to(int fd, uint16_t port) {
 struct ScriptedHostapd {
     int fd = socket(AF_UNIX, SOCK_DGRAM, 0);
     sockaddr_un listener = {};
-    socklen_t length = sizeof listener;
+    socklen_t length = 0;
 
     explicit ScriptedHostapd(const char *path) {
         sockaddr_un address = {};
@@ -188,20 +188,25 @@ struct ScriptedHostapd {
         snprintf(address.sun_path, sizeof address.sun_path, "%s", path);
         unlink(path);
         if (bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0) exit(1);
-        for (int command = 0; command < 3; command++) { // ATTACH, SET, STATUS
-            char text[128];
-            length = sizeof listener;
-            recvfrom(fd, text, sizeof text, 0, reinterpret_cast<sockaddr *>(&listener), &length);
-            tell("OK\n");
-        }
+        for (int command = 0; command < 3; command++) answer(0); // ATTACH, SET, STATUS
+    }
+    bool answer(int flags) {
+        char text[128];
+        socklen_t size = sizeof listener;
+        if (recvfrom(fd, text, sizeof text, flags, reinterpret_cast<sockaddr *>(&listener), &size) < 0) return false;
+        length = size;
+        tell("OK\n");
+        return true;
     }
     void tell(const char *text) const {
         sendto(fd, text, strlen(text), 0, reinterpret_cast<const sockaddr *>(&listener), length);
     }
     /** Joins and leaves in turn. */
-    SendEvent events() const {
+    SendEvent events() {
         return [this](int number) {
             char text[64];
+            while (answer(MSG_DONTWAIT)) {
+            } // who attaches again in a storm
             snprintf(text, sizeof text, "<3>AP-STA-%sCONNECTED 02:42:00:00:00:01", number % 2 ? "DIS" : "");
             tell(text);
         };
@@ -238,7 +243,7 @@ void compare_events(const char *controlSocket) {
     for (const char *name : { VESK_SIGNAL_CLIENT_JOIN, VESK_SIGNAL_CLIENT_LEAVE, "bench.event.signal" })
         ubus_register_event_handler(ctx, &handler, name);
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
-    const ScriptedHostapd hostapd(controlSocket);
+    ScriptedHostapd hostapd(controlSocket);
     struct Row {
         const char *what;
         uint32_t level;

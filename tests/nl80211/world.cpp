@@ -80,6 +80,11 @@ bool FakeHostapd::tell(const std::string &event) {
                   static_cast<socklen_t>(listener.size())) == static_cast<ssize_t>(event.size());
 }
 
+void FakeHostapd::drop() {
+    const std::lock_guard guard(lock);
+    listener.clear();
+}
+
 World::World() : root("/tmp/radio." + std::to_string(getpid())) {
     fs::remove_all(root);
     radio::places_begin_at(root.c_str());

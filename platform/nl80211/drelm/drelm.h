@@ -49,6 +49,8 @@ struct Peer {
     Step step;
     int64_t asked;   // ms
     bool again;      // the settings are told once more behind the present step
+    bool isAttached; // with this socket
+    bool wasFull;    // its queue, perhaps: messages may be lost, and it may be attached no longer
     bool isFirst;    // was there when the program began: so were its stations
     bool isEnrolled; // by WPS, not connected since
     List<KnownStation> stations;

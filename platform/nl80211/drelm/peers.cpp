@@ -18,6 +18,7 @@ namespace
 constexpr int64_t replyPatience = 5000; // ms
 constexpr size_t textSize = 16384;      // of an event; a frame of 4 KiB takes half of it
 constexpr int messagesAtOnce = 64;      // of one socket, before the others have their turn
+constexpr int shortestQueue = 10;       // messages; the kernel's default of net.unix.max_dgram_qlen
 
 void peer_close(Peer &peer)
 {
@@ -37,13 +38,20 @@ void command(Peer &peer, Step step, const char *text)
         peer_close(peer); // its queue is full, or nobody is there: the next look tries again
 }
 
+/** On the same socket as often as one likes: hostapd renews the entry that it has, or makes it once more. */
 void attach(Peer &peer)
+{
+    peer.wasFull = false;
+    command(peer, Step::attach, peer.kind == CtrlPeer::accessPoint ? "ATTACH probe_rx_events=1" : "ATTACH");
+}
+
+void open_socket(Peer &peer)
 {
     Path path;
     peer.fd = ctrl_path(peer.kind, peer.ifName, path) ? ctrl_open(path) : -1;
+    peer.isAttached = false;
     if (peer.fd >= 0)
-        command(peer, Step::attach,
-                peer.kind == CtrlPeer::accessPoint ? "ATTACH probe_rx_events=1" : "ATTACH");
+        attach(peer);
 }
 
 /** hostapd forgets it with its other settings. */
@@ -54,8 +62,9 @@ void ask_for_frames(Peer &peer)
 
 void attached(Drelm &drelm, Peer &peer)
 {
-    log_line(levelNotice, "%s: attached", peer.ifName);
-    peer.step = Step::none;
+    if (!peer.isAttached)
+        log_line(levelNotice, "%s: attached", peer.ifName);
+    peer.isAttached = true;
     if (peer.kind != CtrlPeer::accessPoint)
         return;
     stations_renew(drelm, peer);
@@ -144,6 +153,8 @@ void peer_see(Drelm &, Peer &peer)
         peer_close(peer);
     peer.identity = identity;
     if (peer.fd < 0 && identity.inode != 0)
+        open_socket(peer);
+    else if (peer.wasFull && peer.step == Step::none)
         attach(peer);
 }
 
@@ -156,18 +167,22 @@ void peer_forget(Drelm &drelm, Peer &peer)
     peer.ifName[0] = '\0';
 }
 
+/** hostapd drops without a word who left it a full queue for some ten messages: whose queue may have been
+ * full is attached again, and what it may have missed is read. */
 void peer_receive(Drelm &drelm, Peer &peer)
 {
     static char text[textSize];
-    for (int i = 0; i < messagesAtOnce && peer.fd >= 0; i++) {
+    int count = 0;
+    for (; count < messagesAtOnce && peer.fd >= 0; count++) {
         const ssize_t length = recv(peer.fd, text, sizeof text, MSG_TRUNC);
         if (length < 0)
-            return;
+            break;
         if (static_cast<size_t>(length) <= sizeof text)
             peer_take(drelm, peer, { text, static_cast<size_t>(length) });
         else
             log_once(levelError, "%s: an event of more than %zu bytes was left out", peer.ifName, textSize);
     }
+    peer.wasFull |= count >= shortestQueue;
 }
 
 void peer_take(Drelm &drelm, Peer &peer, std::string_view text)
