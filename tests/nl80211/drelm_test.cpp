@@ -398,6 +398,14 @@ TEST_F(Events, OneThatDoesNotAnswerHoldsUpNobody) {
     EXPECT_TRUE(logged("wlan1: no reply within 5 s"));
 }
 
+TEST_F(Events, WhatAReloadForgetsIsToldEveryMinute) {
+    begin();
+    clock_advance(61000);
+    EXPECT_TRUE(until([&] { return is_quiet() && hostapd["wlan0"]->commands().size() == 4; }));
+    EXPECT_EQ(hostapd["wlan0"]->commands()[3], "SET notify_mgmt_frames 1");
+    EXPECT_EQ(hostapd["bsta0"]->commands().size(), 1u);
+}
+
 /** Stopped for a while, so that its queue was full; what came then is made up for, and nothing is attached for good. */
 TEST_F(Events, OneThatWasDroppedAttachesAgain) {
     begin();

@@ -154,8 +154,8 @@ TEST_F(Event, OneProgramSmallAndQuiet) {
     EXPECT_LE(atoi(find(read_file(status), "VmRSS:\\s+(\\d+)").c_str()), 2048);
     const auto woken = [&] { return atoi(find(read_file(status), "^voluntary_ctxt_switches:\\s+(\\d+)").c_str()); };
     const int before = woken();
-    std::this_thread::sleep_for(20s);
-    EXPECT_LE(woken() - before, 22);
+    std::this_thread::sleep_for(60s);
+    EXPECT_LE(woken() - before, 63);
 }
 
 /** The kernel doesn't ask whether the channel is one for which radar counts. */

@@ -34,7 +34,7 @@ struct KnownStation {
 };
 
 /** Which reply a control socket owes. */
-enum class Step : uint8_t { none, attach, frames, status };
+enum class Step : uint8_t { none, attach, frames, status, reminder };
 
 /** An interface of one of the radios, and its control socket. */
 struct Peer {

@@ -14,8 +14,9 @@ namespace radio
 namespace
 {
 
-constexpr int64_t lookInterval = 1000; // ms
-constexpr int64_t soonInterval = 20;   // ms between two looks, whatever changes
+constexpr int64_t lookInterval =
+    1100; // ms; with the reminders of 16 access points a wake-up a second, hardly more
+constexpr int64_t soonInterval = 20; // ms between two looks, whatever changes
 
 /** A free place for what isn't known yet; NULL if all are taken. */
 Peer *place_for(Drelm &drelm, const Iface &iface)

@@ -73,7 +73,7 @@ int main(int argc, char **argv)
     port = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     drelm_begin(drelm, send_datagram);
     while (!ends)
-        drelm_turn(drelm, 1000);
+        drelm_turn(drelm, 5000); // a look is due before
     drelm_end(drelm);
     return 0;
 }

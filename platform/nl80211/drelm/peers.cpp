@@ -16,6 +16,7 @@ namespace
 {
 
 constexpr int64_t replyPatience = 5000; // ms
+constexpr int64_t framesEvery = 60000;  // ms
 constexpr size_t textSize = 16384;      // of an event; a frame of 4 KiB takes half of it
 constexpr int messagesAtOnce = 64;      // of one socket, before the others have their turn
 constexpr int shortestQueue = 10;       // messages; the kernel's default of net.unix.max_dgram_qlen
@@ -54,10 +55,10 @@ void open_socket(Peer &peer)
         attach(peer);
 }
 
-/** hostapd forgets it with its other settings. */
-void ask_for_frames(Peer &peer)
+/** hostapd forgets it with its other settings; at a reload (SIGHUP) it says nothing of that. */
+void ask_for_frames(Peer &peer, Step step)
 {
-    command(peer, Step::frames, "SET notify_mgmt_frames 1");
+    command(peer, step, "SET notify_mgmt_frames 1");
 }
 
 void attached(Drelm &drelm, Peer &peer)
@@ -68,7 +69,7 @@ void attached(Drelm &drelm, Peer &peer)
     if (peer.kind != CtrlPeer::accessPoint)
         return;
     stations_renew(drelm, peer);
-    ask_for_frames(peer);
+    ask_for_frames(peer, Step::frames);
 }
 
 void take_modes(Drelm &drelm, const Peer &peer, std::string_view text)
@@ -99,11 +100,12 @@ void take_reply(Drelm &drelm, Peer &peer, std::string_view text)
     case Step::status:
         take_modes(drelm, peer, text);
         break;
+    case Step::reminder:
     case Step::none:
         break;
     }
     if (peer.again)
-        ask_for_frames(peer);
+        ask_for_frames(peer, Step::frames);
     peer.again = false;
 }
 
@@ -113,7 +115,7 @@ void enabled(Drelm &drelm, Peer &peer)
     drelm.isSoon = true;
     stations_renew(drelm, peer);
     if (peer.step == Step::none)
-        ask_for_frames(peer);
+        ask_for_frames(peer, Step::frames);
     else
         peer.again = true;
 }
@@ -152,10 +154,17 @@ void peer_see(Drelm &, Peer &peer)
     if (isLate || !(peer.identity == identity))
         peer_close(peer);
     peer.identity = identity;
-    if (peer.fd < 0 && identity.inode != 0)
-        open_socket(peer);
-    else if (peer.wasFull && peer.step == Step::none)
+    if (peer.fd < 0) {
+        if (identity.inode != 0)
+            open_socket(peer);
+        return;
+    }
+    if (peer.step != Step::none)
+        return;
+    if (peer.wasFull)
         attach(peer);
+    else if (peer.kind == CtrlPeer::accessPoint && clock_ms() - peer.asked >= framesEvery)
+        ask_for_frames(peer, Step::reminder);
 }
 
 void peer_forget(Drelm &drelm, Peer &peer)
