@@ -113,6 +113,15 @@ const Row rows[] = {
 struct Event : testing::Test {
     static inline Port *port;
 
+    /** The telephone joins: told once, with its request. */
+    static void expect_join() {
+        port->clear();
+        const Joined telephone("wlan2", LINDENHOF_24);
+        EXPECT_TRUE(within(5s, [&] { return !port->take("^3 wlan0 .*00094c696e64656e686f66").empty(); }))
+            << join_words(port->take("^[^1]")) << sh("tail -n 12 /tmp/hostapd.log; tail -n 5 /tmp/drelm.log");
+        EXPECT_EQ(port->take("^3 ").size(), 1u);
+    }
+
     static void SetUpTestSuite() {
         port = new Port;
         sh("sed -i '1s/{/{\"monitor\": true,/' /usr/etc/vesk-radio.json");
@@ -190,17 +199,16 @@ TEST_F(Event, BesideAnotherAccessPoint) {
 }
 
 /** Rule 5. hostapd is killed and started again, which also puts the radio back to where it was. */
-TEST_F(Event, RestartOfHostapd) {
+TEST_F(Event, RestartAndReloadOfHostapd) {
     sh("for p in $(pidof hostapd); do grep -q access24 /proc/$p/cmdline && kill -9 $p; done; rm -f /tmp/hostapd.log; "
        "sleep 1;"
        "hostapd -B -t -f /tmp/hostapd.log /etc/radio/access24.conf /etc/radio/access5.conf");
     EXPECT_TRUE(within(10s, [&] { return sh("grep -h up /sys/class/net/wlan[01]/operstate | wc -l") == "2\n"; }));
     EXPECT_TRUE(within(2s, [&] { return is_attached("wlan0", 2) && is_attached("wlan1o", 2); }));
-    port->clear();
-    const Joined telephone("wlan2", LINDENHOF_24);
-    EXPECT_TRUE(within(5s, [&] { return !port->take("^3 wlan0 .*00094c696e64656e686f66").empty(); }))
-        << "with its request";
-    EXPECT_EQ(port->take("^3 ").size(), 1u);
+    expect_join();
+    sh("kill -HUP $(pidof hostapd)"); // the file's settings, without a word
+    std::this_thread::sleep_for(62s);
+    expect_join();
 }
 
 /** The whole way, the daemon's watchdog starting the program. */
