@@ -57,8 +57,8 @@ bool is_heard(int frequency, const char *part) {
 int width_of(int width, int channel) { return rilk_setRadioChanSpec("phy1", width, channel); }
 int current(int channel) { return rilk_setRadioCurChannel("phy1", channel); }
 
-// Rule 4, a radar channel's silence, needs hostapd with a country, which it sets anew whenever it restarts: that would
-// end the world's non-occupancy. It is held by tests/nl80211.
+// Rule 4, a radar channel's silence, needs hostapd with a country, which it sets anew whenever it restarts: that ends
+// the world's non-occupancy. It is held by event_test.cpp.
 const Step switches[] = {
     { "width and channel in one switch", 2, [] { return width_of(1, 44) + current(44); }, 0,
       [] {
@@ -117,6 +117,32 @@ TEST_F(Commands, Stations) {
     const Joined telephone("wlan2", LINDENHOF_24);
     static Tail hostapd_log{ "hostapd" }, phone_log{ "phone" };
     const Step steps[] = {
+        { "level: what the sender is set to, and its power", 9,
+          [] {
+              sh("echo 18446744073709551546 >/sys/kernel/debug/ieee80211/phy2/hwsim/rx_rssi"); // -70
+              return supplicant("wlan2", "wnm_bss_query 6") == "OK\n" ? 0 : -1;
+          },
+          0,
+          [] {
+              VeskStaEntry entry{};
+              int32_t number;
+              rilk_getVapAssocStationNumber("wlan0", &number);
+              rilk_getVapAssocStationInfo("wlan0", PHONE, &entry);
+              return entry.rssi == -70 + atoi(find(info("wlan2"), "txpower (\\d+)").c_str());
+          } },
+        { "group: a radio by itself", 9,
+          [] {
+              sh("echo 18446744073709551566 >/sys/kernel/debug/ieee80211/phy2/hwsim/rx_rssi"); // -50
+              sh("echo 2 >/sys/kernel/debug/ieee80211/phy4/hwsim/group");
+              return 0;
+          },
+          0, [] { return !is_heard(2412, "Petersen"); } },
+        { "and among the others", 9,
+          [] {
+              sh("echo 1 >/sys/kernel/debug/ieee80211/phy4/hwsim/group");
+              return 0;
+          },
+          0, [] { return is_heard(2412, "Petersen"); } },
         { "beacon request", 0,
           [] {
               RilkBeaconReq req{};

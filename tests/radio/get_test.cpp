@@ -199,7 +199,7 @@ TEST_F(Get, TheTruthHasSomethingToShow) {
     EXPECT_EQ(stations_of("wlan1b"), agent);
     EXPECT_EQ(sh("iw dev wlan1b station dump"), "") << "the mesh node stands on an interface of its own";
     EXPECT_NE(sys("wlan0", "statistics/rx_packets"), "0");
-    EXPECT_EQ(get(rilk_getChannelNolList, "phy1").count, 1);
+    EXPECT_GE(get(rilk_getChannelNolList, "phy1").count, 1);
 }
 
 } // namespace
