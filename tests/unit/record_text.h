@@ -1,0 +1,81 @@
+// A record as a row writes it: its size, then what isn't zero, as OFFSET:TYPE=VALUE,VALUE. Types: u8 u16 i32 u64 f32
+// f64 (numbers), text, name (a text and 15 zeros behind), mac (02:00:00:00:00:LAST), sta (the station of the events),
+// count (FIRST,HOW MANY: bytes that count up), fill (BYTE,HOW MANY). In texts "_" is a blank, x*64 64 times x.
+#pragma once
+
+#include "tests/unit/bus_call.h"
+#include "tests/unit/fixtures.h"
+
+inline Texts split(const std::string &text, char at = ' ') {
+    Texts parts;
+    std::istringstream stream(text);
+    for (std::string part; std::getline(stream, part, at);)
+        if (!part.empty() || at != ' ') parts.push_back(part);
+    return parts;
+}
+
+inline std::string replaced(std::string text, const std::string &from, const std::string &to) {
+    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+        text.replace(at, from.size(), to);
+    return text;
+}
+
+/** The text that a word stands for. */
+inline std::string plain(const std::string &word) {
+    const size_t star = word.find('*');
+    if (star == 1) return std::string(std::stoul(word.substr(2)), word[0]);
+    return replaced(word, "_", " ");
+}
+
+template <class T>
+T number(const std::string &word) {
+    if constexpr (std::is_floating_point_v<T>)
+        return static_cast<T>(strtod(word.c_str(), nullptr));
+    else
+        return static_cast<T>(strtoll(word.c_str(), nullptr, 0));
+}
+
+template <class T>
+Bytes numbers(const Texts &values) {
+    Bytes bytes;
+    for (const std::string &value : values)
+        for (const uint8_t byte : bytes_of(number<T>(value))) bytes.push_back(byte);
+    return bytes;
+}
+
+inline Bytes value_of(const std::string &type, const std::string &text) {
+    const Texts values = split(text, ',');
+    const auto value = [&](size_t i) { return number<int>(values.at(i)); };
+    if (type == "u8") return numbers<uint8_t>(values);
+    if (type == "u16") return numbers<uint16_t>(values);
+    if (type == "i32") return numbers<int32_t>(values);
+    if (type == "u64") return numbers<uint64_t>(values);
+    if (type == "f32") return numbers<float>(values);
+    if (type == "f64") return numbers<double>(values);
+    if (type == "mac") return Bytes(6).mac(0, value(0));
+    if (type == "sta") return STA;
+    if (type == "count") return Bytes(static_cast<size_t>(value(1))).count(0, value(0), value(1));
+    if (type == "fill") return Bytes(static_cast<size_t>(value(1)), static_cast<uint8_t>(value(0)));
+    if (type == "name") return Bytes(16).text(0, plain(text));
+    EXPECT_EQ(type, "text") << "no such type";
+    const std::string letters = plain(text);
+    return Bytes(letters.begin(), letters.end());
+}
+
+/** The record that a text stands for, put into these bytes if there are any. */
+inline Bytes record_of(const std::string &text, Bytes record = {}) {
+    const Texts tokens = split(text);
+    if (!tokens.empty()) record.resize(std::stoul(tokens[0]));
+    for (size_t i = 1; i < tokens.size(); i++) {
+        const size_t colon = tokens[i].find(':'), equals = tokens[i].find('=');
+        const std::string type = tokens[i].substr(colon + 1, equals - colon - 1), value = tokens[i].substr(equals + 1);
+        record.put(std::stoul(tokens[i]), value_of(type, value));
+    }
+    return record;
+}
+
+/** How a record differs from what a row says of it; a row that begins with "*" says nothing of the other bytes. */
+inline std::string record_difference(const std::vector<uint8_t> &got, std::string text) {
+    if (!text.starts_with('*')) return first_difference(got, record_of(text));
+    return first_difference(got, record_of(std::to_string(got.size()) + text.substr(1), got));
+}
