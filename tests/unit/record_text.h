@@ -20,6 +20,13 @@ inline std::string replaced(std::string text, const std::string &from, const std
     return text;
 }
 
+/** The text between the first quote and the last one. */
+inline std::string quoted(const std::string &step) {
+    const size_t open = step.find('"');
+    const std::string text = step.substr(open + 1, step.rfind('"') - open - 1);
+    return replaced(replaced(text, "\\n", "\n"), "\\r", "\r");
+}
+
 /** The text that a word stands for. */
 inline std::string plain(const std::string &word) {
     const size_t star = word.find('*');

@@ -1,16 +1,10 @@
 // Runs rows/*.rows: what the daemon does on the fakes, as steps in text. rows/README.md explains how they are written.
 #include "source/vesk_drelm/drelm_private.h"
+#include "tests/unit/daemon_settings.h"
 #include "tests/unit/rows_field.h"
 
 namespace {
 using Action = std::function<void(const Texts &words)>; // words behind the step's name
-
-/** The text between the first quote and the last one. */
-std::string quoted(const std::string &step) {
-    const size_t open = step.find('"');
-    const std::string text = step.substr(open + 1, step.rfind('"') - open - 1);
-    return replaced(replaced(text, "\\n", "\n"), "\\r", "\r");
-}
 
 /** What stands between the braces behind this place; no braces: nothing. */
 std::string braced(const std::string &step, size_t from = 0) {
@@ -58,6 +52,21 @@ void add_station(const Texts &words) {
     fakeDevice.addStation(words.at(0), { 2, 1, 1, 1, byte(2), byte(1) });
 }
 
+void own_object() {
+    static ubus_object object = {};
+    object.name = "vesk";
+    vesk_get_vesk_info()->ubusObj = &object;
+}
+
+/** The settings that aren't what an empty file gives. */
+std::string changed_settings() {
+    std::string changed;
+    const Texts now = split(settings()), before = split(byDefault);
+    for (size_t i = 0; i < now.size(); i++)
+        if (now[i] != before.at(i)) changed += now[i] + " ";
+    return changed;
+}
+
 // What a step may do beside setting and asking: "do NAME WORDS".
 const std::map<std::string, Action> actions = {
     { "fill", [](const Texts &) { DeviceTest::fill(); } },
@@ -96,6 +105,7 @@ const std::map<std::string, Action> actions = {
     { "name-station-vap",
       [](const Texts &words) { vesk_init_bsta_info(words.at(0).c_str(), number<int>(words.at(1))); } },
     { "name-vap", [](const Texts &words) { vesk_init_vap_info(words.at(0).c_str(), words.at(1).c_str(), 0); } },
+    { "own-object", [](const Texts &) { own_object(); } },
     { "clear",
       [](const Texts &) { fake_clear_log(), fakeDevice.log.clear(), fakeBus.signals.clear(), fakeBus.calls.clear(); } },
 };
@@ -148,6 +158,8 @@ const std::map<std::string, std::function<std::string(const std::string &word)>>
     { "inner", [](const std::string &name) { return names_of(nullptr, name.c_str()); } },
     { "capability", [](const std::string &) { return capability_of_station(); } },
     { "heard", heard_on },
+    { "changed", [](const std::string &) { return changed_settings(); } },
+    { "switch", [](const std::string &index) { return vesk_inbound_signals()[number<size_t>(index)].signal; } },
 };
 
 void ask(const std::string &what, const std::string &wanted) {
@@ -217,6 +229,14 @@ void signal(const std::string &step) {
     expect_record(sent.payload, step);
 }
 
+/** INDEX {PAYLOAD}: without a payload nothing but null pointers. */
+void inbound(const std::string &step) {
+    const MerkaSignalRow &row = vesk_inbound_signals()[number<size_t>(step)];
+    Bytes payload = record_of(braced(step));
+    if (payload.empty()) return row.handler(nullptr, nullptr, nullptr, 0);
+    row.handler(row.interface, row.signal, payload.data(), static_cast<int>(payload.size()));
+}
+
 /** FUNCTION ARGUMENTS {RECORD}: the last call of a function of the driver. */
 void driver(const std::string &step) {
     const std::string said = step.substr(0, step.find(" {")), name = said.substr(0, said.find(' '));
@@ -237,7 +257,9 @@ const std::map<std::string, void (*)(const std::string &rest)> steps = {
     { "call", call },
     { "event", event },
     { "signal", signal },
+    { "inbound", inbound },
     { "driver", driver },
+    { "conf", [](const std::string &lines) { load_settings(true, replaced(lines, "\\n", "\n").c_str()); } },
     { "logged", [](const std::string &rest) { EXPECT_TRUE(is_logged(rest)) << fake_log(); } },
     { "unsaid", [](const std::string &rest) { EXPECT_EQ(fake_log().find(quoted(rest)), std::string::npos); } },
     { "unlogged", [](const std::string &rest) { EXPECT_FALSE(is_logged(rest)); } },
@@ -280,7 +302,8 @@ struct Case {
             begin(filled_in(base));
             for (const auto &[line, text] : steps) {
                 const std::string step = filled_in(text);
-                SCOPED_TRACE(file + ":" + std::to_string(line) + ": " + step);
+                const std::string where = values.empty() ? "" : ", row " + std::to_string(table[row].first);
+                SCOPED_TRACE(file + ":" + std::to_string(line) + where + ": " + step);
                 run_step(step);
             }
         }
