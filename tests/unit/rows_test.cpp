@@ -165,7 +165,9 @@ const std::map<std::string, std::function<std::string(const std::string &word)>>
 void ask(const std::string &what, const std::string &wanted) {
     const size_t open = what.find('(');
     if (open != std::string::npos) {
-        std::string got = questions.at(what.substr(0, open))(what.substr(open + 1, what.size() - open - 2));
+        const std::string name = what.substr(0, open);
+        ASSERT_TRUE(questions.contains(name)) << "no such question";
+        std::string got = questions.at(name)(what.substr(open + 1, what.size() - open - 2));
         if (got.ends_with(' ')) got.pop_back();
         EXPECT_EQ(got, wanted);
         return;
@@ -216,6 +218,7 @@ void event(const std::string &step) {
     const Texts words = split(given);
     const Bytes body = record_of(braced(given));
     Bytes held = Bytes(1 + body.size()).put(1, body);
+    ASSERT_TRUE(handlers.contains(words.at(0))) << "no such event";
     const char *name = words.at(1) == "-" ? nullptr : words[1].c_str();
     EXPECT_EQ(handlers.at(words[0])(body.empty() ? nullptr : &held[1], name), number<int>(result));
 }
@@ -269,6 +272,7 @@ const std::map<std::string, void (*)(const std::string &rest)> steps = {
     { "do",
       [](const std::string &rest) {
           const Texts words = split(rest);
+          ASSERT_TRUE(actions.contains(words.at(0))) << "no such action";
           actions.at(words[0])(Texts(words.begin() + 1, words.end()));
       } },
 };
