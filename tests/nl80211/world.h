@@ -24,7 +24,7 @@ struct FakeHostapd {
     void say(const std::string &command, const std::string &reply);
     /** An event, to whoever has attached; waits for room in its queue. False if nobody has. */
     bool tell(const std::string &event);
-    void drop();               // whoever has attached, as hostapd does with those that don't read
+    void drop();               // whoever has attached, as those are that don't read
     std::atomic<int> slow = 0; // ms of the libraries' clock that a command takes
 
 private:

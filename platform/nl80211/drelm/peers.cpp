@@ -19,7 +19,7 @@ constexpr int64_t replyPatience = 5000; // ms
 constexpr int64_t framesEvery = 60000;  // ms
 constexpr size_t textSize = 16384;      // of an event; a frame of 4 KiB takes half of it
 constexpr int messagesAtOnce = 64;      // of one socket, before the others have their turn
-constexpr int shortestQueue = 10;       // messages; the kernel's default of net.unix.max_dgram_qlen
+constexpr int shortestQueue = 10; // messages: what the kernel lets hostapd send ahead, of the longest frames
 
 void peer_close(Peer &peer)
 {
@@ -176,8 +176,8 @@ void peer_forget(Drelm &drelm, Peer &peer)
     peer.ifName[0] = '\0';
 }
 
-/** hostapd drops without a word who left it a full queue for some ten messages: whose queue may have been
- * full is attached again, and what it may have missed is read. */
+/** A daemon drops without a word whom it can't send to some ten times. hostapd 2.10 waits for room
+ * instead. So whose queue may have been full is attached again, and what it may have missed is read. */
 void peer_receive(Drelm &drelm, Peer &peer)
 {
     static char text[textSize];
