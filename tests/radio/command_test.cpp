@@ -266,6 +266,36 @@ TEST_F(Commands, Backhaul) {
     supplicant("wlan3", "reconfigure");
 }
 
+/** Enrolled by push button, the node is given the backhaul's name and key; the library's network goes for that one. */
+TEST_F(Commands, BackhaulByWps) {
+    const Spoken spoken;
+    const auto hears = [](const char *part) { return read_file(Spoken::file).find(part) != std::string::npos; };
+    const auto onBackhaul = [] {
+        const std::string status = supplicant("wlan3", "status");
+        return !find(status, "^wpa_state=COMPLETED").empty() && !find(status, "^ssid=Lindenhof-bh").empty();
+    };
+    const auto networks = [] { return find_all(supplicant("wlan3", "list_networks"), "Lindenhof-bh").size(); };
+    auto cred = credential("falscher Schluessel");
+    EXPECT_EQ(rilk_applyBackhaulCredentialToBsta(&cred), 0);
+    EXPECT_TRUE(within(15s, [&] { return hears("wlan3: the key of the backhaul network is wrong"); }));
+    hostapd("wlan0", "wps_pbc");
+    supplicant("wlan3", "wps_pbc any multi_ap=1");
+    EXPECT_TRUE(within(30s, onBackhaul)) << supplicant("wlan3", "list_networks")
+                                         << sh("tail -n 30 /tmp/agent.log /tmp/hostapd.log");
+    VeskBstaAuto wish{ 3, "wlan3", 0, 0, 0 };
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
+    EXPECT_TRUE(within(5s, [&] { return !onBackhaul(); }));
+    wish.enableAuto = 1;
+    EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
+    EXPECT_TRUE(within(20s, onBackhaul)) << supplicant("wlan3", "list_networks") << supplicant("wlan3", "status");
+    cred = credential("hinterm Haus");
+    EXPECT_EQ(rilk_applyBackhaulCredentialToBsta(&cred), 0);
+    EXPECT_TRUE(within(10s, [] { return stations_of("wlan1b") == agent; }));
+    EXPECT_EQ(networks(), 1u);
+    supplicant("wlan3", "disconnect");
+    supplicant("wlan3", "reconfigure");
+}
+
 /** A line of `bridge vlan` for a port, its VLANs behind each other. */
 std::string vlans(const std::string &port) {
     std::string line = sh("bridge vlan show dev " + port + " | tail -n +2 | tr -s ' \\n' ' '");

@@ -110,6 +110,8 @@ const Cause rows[] = {
       "^3 wlan1b " + named + agentBytes + ".{16}80", "wlan1b: AP-STA-CONNECTED " + agent },
     { "is disassociated by us", 0, onAp + "wlan1b disassociate " + agent, "^13 wlan1b " + named + agentBytes + "0200$",
       "wlan1b: AP-STA-DISCONNECTED " + agent },
+    { "a node is enrolled by push button", 0, onAp + "wlan0 wps_pbc; " + onAgent + "wps_pbc any multi_ap=1",
+      "^11 wlan0 " + named + agentBytes + "0200000000(00|..)$", "wlan0: WPS-REG-SUCCESS " + agent },
 };
 /** Without a cause: what else the one before has caused. */
 const Cause widthRow[] = {
@@ -181,7 +183,7 @@ TEST_F(Event, EachAsItsCauseLogsIt) { take(rows); }
 TEST_F(Event, OneProgramSmallAndQuiet) {
     EXPECT_EQ(sh("find /run /tmp /usr /etc -type s | grep -v -E '^/run/(hostapd|neighbor|station)/'"), "") << "rule 10";
     EXPECT_EQ(sh("{ " + program + "; echo $?; }"), "drelm: /var/run/drelm.lock: another one is running\n1\n");
-    sh(onPhone + "disable_network all; " + onAgent + "disconnect"); // nobody scans
+    sh(onPhone + "disable_network all; " + onAgent + "disconnect; " + onAgent + "reconfigure"); // nobody scans
     const std::string status = "/proc/" + find(sh("pidof drelm"), "\\d+") + "/status";
     EXPECT_LE(atoi(find(read_file(status), "VmRSS:\\s+(\\d+)").c_str()), 2048);
     const auto woken = [&] { return atoi(find(read_file(status), "^voluntary_ctxt_switches:\\s+(\\d+)").c_str()); };
@@ -195,11 +197,18 @@ TEST_F(Event, OneProgramSmallAndQuiet) {
 TEST_F(Event, BesideAnotherAccessPoint) {
     const std::string theirs = "hostapd_cli -p /run/neighbor -i wlan4 ";
     sh(theirs + "set assocresp_elements dd0b506f9a1b06014008021400; " + theirs + "chan_switch 5 2437 ht");
-    sh("echo 'ctrl_interface=/run/station\nnetwork={\nssid=\"Familie Petersen\"\npsk=\"petersen24\"\nscan_freq=2437\n}'"
-       " >/tmp/bsta.conf; sed 's/station/guest/' /tmp/bsta.conf >/tmp/guest.conf");
+    sh("echo 'ctrl_interface=/run/guest\nnetwork={\nssid=\"Familie Petersen\"\npsk=\"petersen24\"\nscan_freq=2437\n}'"
+       " >/tmp/guest.conf; echo ctrl_interface=/run/station >/tmp/bsta.conf");
     port->clear();
-    sh("wpa_supplicant -B -i bsta0 -c /tmp/bsta.conf -P /run/bsta.pid");
-    EXPECT_TRUE(within(20s, [&] { return !port->take("^12 bsta0 " + named + "0200000004001400").empty(); }));
+    sh("wpa_supplicant -B -i bsta0 -c /tmp/bsta.conf -P /run/bsta.pid -f /tmp/bsta.log");
+    EXPECT_TRUE(within(5s, [] { return lines("/tmp/drelm.log", "bsta0: attached") > 0; }));
+    std::this_thread::sleep_for(125s); // a registrar refuses a second enrollee within the walk time of two minutes
+    sh(theirs + "wps_pbc; wpa_cli -p /run/station -i bsta0 wps_pbc");
+    EXPECT_TRUE(within(30s, [&] { return !port->take("^11 bsta0 " + named + ".{12}020000000400$").empty(); }))
+        << sh("cat /tmp/bsta.log");
+    EXPECT_EQ(port->take("^11 ").size(), 1u);
+    EXPECT_FALSE(port->take("^12 bsta0 " + named + "0200000004001400").empty());
+    EXPECT_EQ(lines("/tmp/bsta.log", "bsta0: WPS-SUCCESS"), 1);
     sh("kill $(cat /run/bsta.pid)");
     sh(onPhone + "terminate; wpa_supplicant -B -i wlan2 -c /tmp/guest.conf -P /run/guest.pid");
     EXPECT_TRUE(within(20s, [] { return !find(sh("iw dev wlan2 link"), "Connected to 02:00:00:00:04:00").empty(); }));

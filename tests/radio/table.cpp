@@ -38,7 +38,9 @@ static std::vector<Interface> parsed_interfaces() {
     return all;
 }
 
-std::vector<Interface> interfaces() { return of_moment("", [] { return parsed_interfaces(); }); }
+std::vector<Interface> interfaces() {
+    return of_moment("", [] { return parsed_interfaces(); });
+}
 
 std::string info(const std::string &interface) {
     for (const Interface &each : interfaces()) {
