@@ -5,6 +5,7 @@
 #include <map>
 
 #include "tools/client/device.h"
+#include "tools/client/recommend.h"
 
 namespace {
 std::map<std::string, int> asked; // "method argument" and how often
@@ -181,6 +182,30 @@ TEST(ClientSnapshot, StopsAtAFailureOfTheBusAndGoesOnBehindARefusal) {
     refused = "getRadioInfo";
     EXPECT_EQ(look(PartOverview).radios.size(), 0u);
     refused = "";
+}
+
+TEST(ClientRecommend, CheapestChannelFirstAndOnlyAMoveThatPays) {
+    const auto channel = [](int number, std::optional<int> used) {
+        ChannelState c = {};
+        c.number = number, c.isAvailable = true, c.utilisation = used;
+        return c;
+    };
+    RadioState radio = {};
+    radio.band = 3, radio.channel = 36;
+    radio.channels = { channel(36, 40), channel(40, 10), channel(44, 13),           channel(52, 5),
+                       channel(100, 0), channel(149, 0), channel(153, std::nullopt) };
+    radio.channels[0].isOwn = true;
+    radio.channels[1].noise = -89; // 6 dB above a quiet channel's
+    radio.channels[3].needsDfs = true;
+    radio.channels[4].isNol = true;
+    radio.channels[5].isAvailable = false;
+    radio.neighbors = { { 44, {}, "", "" } };
+    std::string order;
+    for (const Recommendation &r : recommend_channels(radio)) order += std::to_string(r.channel->number) + " ";
+    EXPECT_EQ(order, "52 40 44 36 ") << "13, 16, 16 and 40 %";
+    EXPECT_TRUE(advice(radio, recommend_channels(radio)).starts_with("Move to channel 52: 5 % used, 0 neighbours"));
+    radio.channels[0].utilisation = 20;
+    EXPECT_TRUE(advice(radio, recommend_channels(radio)).starts_with("Stay on channel 36"));
 }
 
 } // namespace

@@ -68,6 +68,11 @@ TEST(ClientRecord, WhatCantBeEncodedIsSaid) {
         EXPECT_NE(error.find(w.error), std::string::npos) << w.json << error;
         EXPECT_EQ(error.empty(), !*w.error) << w.json << error;
     }
+    for (const size_t length : { 15, 16 }) { // a text has its end in the field
+        std::vector<uint8_t> record;
+        const std::string json = "{\"vapName\":\"" + std::string(length, 'x') + "\"}";
+        EXPECT_EQ(encode_record(layoutVapInfo, Json::parse(json.c_str()).get(), record).empty(), length == 15);
+    }
 }
 
 const struct {
@@ -97,6 +102,13 @@ TEST(ClientRecord, LinesOfARecordAreRead) {
     EXPECT_NE(signal_line(join).find(" rssi=unknown channel=0 frequency=0 bw=80MHz "), std::string::npos);
     join.payload.pop_back();
     EXPECT_EQ(signal_line(join).substr(0, 34), "00:00:00.250 veskClientJoin bytes=");
+
+    SeenSignal report = { 0, VESK_SIGNAL_BCN_REPORT, std::vector<uint8_t>(sizeof(VeskBcnReport)) };
+    const uint8_t shifted[] = { 0x10, 0x25, 0xe7, 0x00, 0x00, 0x00, 0x1f }, whole[] = { 2, 0x5e, 0x70, 0, 0, 1 };
+    memcpy(&report.payload[100], shifted, sizeof shifted);
+    EXPECT_FALSE(concerns_station(report, "02:5e:70:00:00:01")) << "its digits, half a byte off";
+    memcpy(&report.payload[200], whole, sizeof whole);
+    EXPECT_TRUE(concerns_station(report, "02:5e:70:00:00:01"));
 }
 
 } // namespace
