@@ -104,7 +104,7 @@ const char *behind(const char *text, const char *beginning)
 
 /**
  * True when an event settles it. The SSID in an event is somebody else's text: the network's number stands
- * before it, the reason behind it.
+ * before it, the reason behind it. Another network is one that WPS has brought meanwhile.
  */
 bool take_event(const BackhaulJob &own, const char *event)
 {
@@ -124,10 +124,9 @@ bool take_event(const BackhaulJob &own, const char *event)
     if (!behind(event, "CTRL-EVENT-CONNECTED "))
         return false;
     const char *mark = strstr(event, "[id=");
-    id[length - 1] = '\0';
-    if (!mark || strncmp(mark + 1, id, length - 1) != 0)
-        return false;
-    log_line(levelNotice, "%s: has joined the backhaul network", own.ifName);
+    const bool isOwn = mark && strncmp(mark + 1, id, length) == 0;
+    log_line(levelNotice, "%s: has joined %s", own.ifName,
+             isOwn ? "the backhaul network" : "another network than its credential's");
     return true;
 }
 

@@ -493,9 +493,11 @@ struct EventRow {
 const std::string DISABLED = "<3>CTRL-EVENT-SSID-TEMP-DISABLED id=";
 const EventRow events[] = {
     { "joins",
-      { "OK\n", "<3>CTRL-EVENT-CONNECTED - Connection to 02:00 completed [id=0 id_str=]", "<", "",
-        "<3>CTRL-EVENT-CONNECTED - Connection to 02:00 completed [id=3 id_str=]" },
-      "has joined" },
+      { "OK\n", "<", "", "<3>CTRL-EVENT-CONNECTED - Connection to 02:00 completed [id=3 id_str=]" },
+      "has joined the backhaul network" },
+    { "WPS was quicker",
+      { "<3>CTRL-EVENT-CONNECTED - Connection to 02:00 completed [id=33 id_str=]" },
+      "has joined another network than its credential's" },
     { "a wrong key, beside somebody else's",
       { DISABLED + "33 ssid=\"x\" reason=WRONG_KEY", DISABLED + "3 ssid=\" reason=X\" duration=10 reason=WRONG_KEY" },
       "the key of the backhaul network is wrong" },

@@ -398,6 +398,15 @@ TEST_F(Events, OneThatDoesNotAnswerHoldsUpNobody) {
     EXPECT_TRUE(logged("wlan1: no reply within 5 s"));
 }
 
+TEST_F(Events, AConnectionLongAfterAnEnrolmentIsNotItsEnd) {
+    begin();
+    EXPECT_TRUE(hostapd["bsta0"]->tell("<3>WPS-SUCCESS "));
+    EXPECT_EQ(settle(), "");
+    clock_advance(60000);
+    EXPECT_TRUE(hostapd["bsta0"]->tell("<3>CTRL-EVENT-CONNECTED - Connection to " + stationText + " completed"));
+    EXPECT_EQ(settle(), "");
+}
+
 TEST_F(Events, WhatAReloadForgetsIsToldEveryMinute) {
     begin();
     clock_advance(61000);

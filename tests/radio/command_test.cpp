@@ -266,7 +266,7 @@ TEST_F(Commands, Backhaul) {
     supplicant("wlan3", "reconfigure");
 }
 
-/** Enrolled by push button, the node is given the backhaul's name and key; the library's network goes for that one. */
+/** Enrolled by push button, the node is given the backhaul's name and key, beside what the library has told it. */
 TEST_F(Commands, BackhaulByWps) {
     const Spoken spoken;
     const auto hears = [](const char *part) { return read_file(Spoken::file).find(part) != std::string::npos; };
@@ -282,6 +282,7 @@ TEST_F(Commands, BackhaulByWps) {
     supplicant("wlan3", "wps_pbc any multi_ap=1");
     EXPECT_TRUE(within(30s, onBackhaul)) << supplicant("wlan3", "list_networks")
                                          << sh("tail -n 30 /tmp/agent.log /tmp/hostapd.log");
+    EXPECT_EQ(networks(), 2u);
     VeskBstaAuto wish{ 3, "wlan3", 0, 0, 0 };
     EXPECT_EQ(rilk_setBstaAutoConnect(&wish), 0);
     EXPECT_TRUE(within(5s, [&] { return !onBackhaul(); }));

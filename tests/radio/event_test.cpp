@@ -111,7 +111,7 @@ const Cause rows[] = {
     { "is disassociated by us", 0, onAp + "wlan1b disassociate " + agent, "^13 wlan1b " + named + agentBytes + "0200$",
       "wlan1b: AP-STA-DISCONNECTED " + agent },
     { "a node is enrolled by push button", 0, onAp + "wlan0 wps_pbc; " + onAgent + "wps_pbc any multi_ap=1",
-      "^11 wlan0 " + named + agentBytes + "0200000000(00|..)$", "wlan0: WPS-REG-SUCCESS " + agent },
+      "^11 wlan0 " + named + agentBytes + "020000000000$", "wlan0: WPS-REG-SUCCESS " + agent },
 };
 /** Without a cause: what else the one before has caused. */
 const Cause widthRow[] = {

@@ -47,12 +47,12 @@ struct Peer {
     int fd; // -1: not attached
     CtrlIdentity identity;
     Step step;
-    int64_t asked;   // ms
-    bool again;      // the settings are told once more behind the present step
-    bool isAttached; // with this socket
-    bool wasFull;    // its queue, perhaps: messages may be lost, and it may be attached no longer
-    bool isFirst;    // was there when the program began: so were its stations
-    bool isEnrolled; // by WPS, not connected since
+    int64_t asked;    // ms
+    bool again;       // the settings are told once more behind the present step
+    bool isAttached;  // with this socket
+    bool wasFull;     // its queue, perhaps: messages may be lost, and it may be attached no longer
+    bool isFirst;     // was there when the program began: so were its stations
+    int64_t enrolled; // ms; by WPS, not connected since; 0: no
     List<KnownStation> stations;
 };
 inline constexpr size_t peerCount = 24; // sixteen access points, and stations

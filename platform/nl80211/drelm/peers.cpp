@@ -17,6 +17,7 @@ namespace
 
 constexpr int64_t replyPatience = 5000; // ms
 constexpr int64_t framesEvery = 60000;  // ms
+constexpr int64_t joinPatience = 60000; // ms, from the end of WPS to the connection
 constexpr size_t textSize = 16384;      // of an event; a frame of 4 KiB takes half of it
 constexpr int messagesAtOnce = 64;      // of one socket, before the others have their turn
 constexpr int shortestQueue = 10; // messages: what the kernel lets hostapd send ahead, of the longest frames
@@ -128,12 +129,13 @@ void send_enrollee(const Drelm &drelm, const Peer &peer, const uint8_t *enrollee
     drelm_send(drelm, VESK_EVENT_ENROLLEE_WPS, peer.ifName, event);
 }
 
-/** Our own station's enrolment counts when it has used what it was given. */
+/** Our own station's enrolment counts when it has used what it was given; a later connection isn't its end.
+ */
 void connected(const Drelm &drelm, Peer &peer, const uint8_t *bssid)
 {
-    if (peer.isEnrolled)
+    if (peer.enrolled != 0 && clock_ms() - peer.enrolled < joinPatience)
         send_enrollee(drelm, peer, peer.mac, bssid);
-    peer.isEnrolled = false;
+    peer.enrolled = 0;
 }
 
 void take_frame(Drelm &drelm, Peer &peer, std::string_view hex)
@@ -217,7 +219,7 @@ void peer_take(Drelm &drelm, Peer &peer, std::string_view text)
     case MessageKind::enrolled:
         return send_enrollee(drelm, peer, message.mac, peer.mac);
     case MessageKind::wpsDone:
-        peer.isEnrolled = peer.kind == CtrlPeer::station;
+        peer.enrolled = peer.kind == CtrlPeer::station ? clock_ms() : 0;
         return;
     case MessageKind::connected:
         return connected(drelm, peer, message.mac);
