@@ -162,4 +162,14 @@ TEST_F(Road, ASwitchIsAnnouncedInTime) {
     EXPECT_LE(all[1], 2000 + 600);
 }
 
+TEST_F(Road, AMeshNodeIsEnrolledByPushButton) {
+    hostapd("wlan0", "wps_pbc");
+    supplicant("wlan3", "wps_pbc any multi_ap=1");
+    const std::string wanted = "veskEnrolleeWpsFinish ifName=wlan0.v0 mac_addr=" + agent;
+    EXPECT_TRUE(within(30s, [&] { return read_file("/tmp/watch.log").find(wanted, watched) != std::string::npos; }))
+        << read_file("/tmp/watch.log").substr(watched);
+    supplicant("wlan3", "disconnect");
+    supplicant("wlan3", "reconfigure");
+}
+
 } // namespace
