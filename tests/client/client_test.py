@@ -41,7 +41,6 @@ class Device(World):
         for command in ("metrics", "report", "explain ready", "status", "--json report"):
             early[command] = veskctl(*command.split(), LANG="C", LC_ALL="C")
         cls.recorder = subprocess.Popen(["veskctl", "record", RECORD])
-        eventually(lambda: os.path.exists("/tmp/drelm.in"))
         eventually(lambda: drelm("radar 01") or os.path.exists(RECORD) and os.path.getsize(RECORD) > 0)
         cls.daemon.terminate()
         cls.daemon.wait()

@@ -72,7 +72,10 @@ def eventually(question):
 
 
 def drelm(line):
-    with open("/tmp/drelm.in", "w") as fifo:
+    """The daemon starts it, and it makes its FIFO, when they come to it; a file in its place would stay one."""
+    path = pathlib.Path("/tmp/drelm.in")
+    eventually(path.is_fifo)
+    with path.open("w") as fifo:
         fifo.write(line + "\n")
 
 
