@@ -117,15 +117,6 @@ bool bring_up(int settle)
     return true;
 }
 
-void close_probe()
-{
-    if (bus.probe.fd < 0)
-        return;
-    uloop_fd_delete(&bus.probe);
-    close(bus.probe.fd);
-    bus.probe.fd = -1;
-}
-
 /** Each attempt starts over with a new probe: the socket's path may belong to a new broker by now. */
 void on_retry(uloop_timeout *)
 {
@@ -133,7 +124,7 @@ void on_retry(uloop_timeout *)
         merka::complete_registration();
         return;
     }
-    close_probe();
+    merka::close_watched(bus.probe);
     if (bus.ctx != nullptr)
         uloop_fd_delete(&bus.ctx->sock); // a half-closed one would keep the loop busy
     bus.probe.fd = greeting_open(merka::socket_path());
@@ -147,7 +138,7 @@ void on_probe(uloop_fd *fd, unsigned)
     const Greeting greeting = greeting_look(fd->fd);
     if (greeting == Greeting::missing && !fd->error && !fd->eof)
         return;
-    close_probe();
+    merka::close_watched(bus.probe);
     if (greeting != Greeting::ready || !bring_up(settleMs))
         try_again_in(retryMs);
 }
@@ -157,6 +148,15 @@ void on_probe(uloop_fd *fd, unsigned)
 ubus_context *merka::connected_context()
 {
     return bus.up ? bus.ctx : nullptr;
+}
+
+void merka::close_watched(uloop_fd &watched)
+{
+    if (watched.fd < 0)
+        return;
+    uloop_fd_delete(&watched);
+    close(watched.fd);
+    watched.fd = -1;
 }
 
 void merka::watch_this_pass()

@@ -20,6 +20,9 @@ const char *socket_path();
 /** The context while it is connected, else NULL. */
 ubus_context *connected_context();
 
+/** Ends watching a descriptor of its own and closes it; nothing if none is open (-1). */
+void close_watched(uloop_fd &watched);
+
 /** Connects at start-up, waiting for the broker's greeting for at most a second. */
 void connect_before_loop();
 

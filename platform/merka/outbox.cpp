@@ -122,15 +122,6 @@ void look_again_in(int ms)
     uloop_timeout_set(&out.timer, ms);
 }
 
-void close_watch()
-{
-    if (out.watch.fd < 0)
-        return;
-    uloop_fd_delete(&out.watch);
-    close(out.watch.fd);
-    out.watch.fd = -1;
-}
-
 /** Comes back as soon as the socket takes more. */
 void await_room()
 {
@@ -138,7 +129,7 @@ void await_room()
         return;
     out.watch.fd = fcntl(merka::connected_context()->sock.fd, F_DUPFD_CLOEXEC, 0);
     if (out.watch.fd < 0 || uloop_fd_add(&out.watch, ULOOP_WRITE | ULOOP_BLOCKING) != 0) {
-        close_watch();
+        merka::close_watched(out.watch);
         look_again_in(pollMs);
     }
 }
@@ -170,7 +161,7 @@ void send_waiting()
 
 void on_writable(uloop_fd *, unsigned)
 {
-    close_watch();
+    merka::close_watched(out.watch);
     send_waiting();
 }
 
@@ -203,7 +194,7 @@ int merka::send_signal(const char *name, const void *payload, int size)
 
 void merka::resume_sending(int settleMs)
 {
-    close_watch(); // of the connection that is gone
+    close_watched(out.watch); // of the connection that is gone
     out.settling = settleMs > 0;
     if (out.settling)
         look_again_in(settleMs);

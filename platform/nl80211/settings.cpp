@@ -111,6 +111,18 @@ int settle(const char *ifName, Note note, Say say)
     return status;
 }
 
+int settle_wish(const char *ifName, Wish Bss::*place, bool on, int (*tell)(const char *, Wish))
+{
+    const Wish wish = on ? Wish::on : Wish::off;
+    return settle(
+        ifName,
+        [&](Bss &bss) {
+            bss.*place = wish;
+            return true;
+        },
+        [&] { return tell(ifName, wish); });
+}
+
 template <class T>
 void copy_list(List<T> &to, const List<T> &from)
 {
@@ -179,26 +191,12 @@ bool note_block(List<Mac> &blocked, const Mac &mac, bool isBlocked)
 
 int settings_rrm(const char *ifName, bool on)
 {
-    const Wish wish = on ? Wish::on : Wish::off;
-    return settle(
-        ifName,
-        [&](Bss &bss) {
-            bss.rrm = wish;
-            return true;
-        },
-        [&] { return tell_rrm(ifName, wish); });
+    return settle_wish(ifName, &Bss::rrm, on, tell_rrm);
 }
 
 int settings_wnm(const char *ifName, bool on)
 {
-    const Wish wish = on ? Wish::on : Wish::off;
-    return settle(
-        ifName,
-        [&](Bss &bss) {
-            bss.wnm = wish;
-            return true;
-        },
-        [&] { return tell_wnm(ifName, wish); });
+    return settle_wish(ifName, &Bss::wnm, on, tell_wnm);
 }
 
 int settings_block(const char *ifName, const uint8_t *bytes, bool blocked)
