@@ -25,7 +25,8 @@ void TestClock::stop() {
 extern "C" {
 int clock_gettime(clockid_t clock, timespec *now) noexcept {
     if (clock != CLOCK_MONOTONIC || !is_stopped()) return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
-    *now = { static_cast<time_t>(testClock.stoppedAt / 1000), static_cast<long>(testClock.stoppedAt % 1000 * 1000000) };
+    *now = { static_cast<time_t>(testClock.stoppedAt / 1000),
+             static_cast<long>((testClock.stoppedAt % 1000 * 1000 + testClock.us) * 1000) };
     return 0;
 }
 

@@ -7,6 +7,7 @@
 
 struct TestClock {
     int64_t stoppedAt = -1; // ms that it shows; -1: it runs
+    long us = 0;            // that it shows beside them
     // What a poll with a limit does on a stopped clock when there is nothing: false: wait on, for whoever has to come
     // is alive; true: move the clock by the limit.
     bool pollsElapse = false;

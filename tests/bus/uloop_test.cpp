@@ -54,6 +54,7 @@ TEST_F(ULoop, RunsTimersInOrder) {
         Lettered timers[4] = {};
         for (int i = 0; i < 4; i++) {
             timers[i] = { { .cb = note }, "abcz"[i], i ? -101 : c.againA };
+            testClock.us = (3 - i) * 300; // the later one is due before, in the same millisecond
             EXPECT_EQ(uloop_timeout_set(&timers[i], i < 3 ? c.ms[i] : 50), 0);
         }
         EXPECT_EQ(uloop_timeout_add(&timers[3]), -1); // it is pending
