@@ -197,8 +197,8 @@ void client_send(Client &client, OutMessage &out, Buffer *shared)
     out_finish(out);
     OutQueue &queue = client.queue;
     const size_t length = headerLength + out.length;
-    const bool direct = length >= longMessage && !shared && !client.blocked;
-    if (queue.bytes && (direct || queue.bytes + length > queueLimit))
+    const bool direct = length >= longMessage && !shared;
+    if (queue.bytes && ((direct && !client.blocked) || queue.bytes + length > queueLimit))
         flush(client);
     if (queue.bytes && queue.bytes + length > queueLimit)
         client_doom(client);

@@ -76,6 +76,7 @@ int register_pattern(Client &client, blob_attr *data)
         return UBUS_STATUS_PERMISSION_DENIED;
     if (std::find(object->patterns.begin(), object->patterns.end(), pattern) != object->patterns.end())
         return UBUS_STATUS_OK;
+    // Room first: what is charged isn't given back when there is none.
     make_room(object->patterns, object->patterns.size() + 1);
     make_room(broker().listeners, broker().listeners.size() + 1);
     if (!client_charge(client, object->kept, sizeof pattern + pattern.size()))

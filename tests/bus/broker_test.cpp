@@ -2,8 +2,13 @@
 // don't read, nonsense.
 #include "tests/bus/harness.h"
 
+#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <linux/sockios.h>
+#include <list>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 namespace {
@@ -238,8 +243,9 @@ TEST_F(BrokerWire, KeepsSoMuchForAClientAndNoMore) {
 
 /** A client's life, in which each request is done, refused for want of memory, or the last one. What is said to be done
  * is: bytes of events that were, to be heard by the others. */
-size_t live(const std::string &path) {
-    Wire wire(path);
+size_t live(Broker &broker) {
+    Wire wire(broker.path), companion(broker.path);
+    int unread = 0;
     const auto ask = [&](const std::string &request, size_t answers) {
         const int status = wire.ask(request).value_or(11);
         EXPECT_TRUE(status == 0 || status == 11) << status;
@@ -250,10 +256,20 @@ size_t live(const std::string &path) {
     EXPECT_TRUE(named || wire.ask(lookup("life*")) != 0);
     const uint32_t listener = wire.add_object("");
     if (!named || !listener) return 0;
+    // The first answer leaves no room in the queue's memory: the second one needs more.
+    wire.ask(message(UBUS_MSG_PING, 7, 0, attr(UBUS_ATTR_DATA, std::string(4052, 'p'))) +
+             message(UBUS_MSG_ADD_OBJECT, 1, 0, published("second", signature)));
+    const bool second = wire.ask("") == 0;
+    EXPECT_TRUE(second || wire.ask(lookup("second")) != 0);
+    // A message whose begin is lost isn't followed by one that stands in it.
+    const std::string inner = message(UBUS_MSG_PING, 2, 0, "");
+    wire.send(message(UBUS_MSG_MONITOR, 1, 0, inner).substr(0, 12));
+    EXPECT_TRUE(eventually([&] { return ioctl(wire.fd, SIOCOUTQ, &unread) != 0 || unread == 0; }));
+    EXPECT_NE(wire.ask(inner), 0);
     ask(listen_to(listener, "a"), 0);
     const bool hears = ask(listen_to(listener, "ubus.object.remove"), 0);
     ask(lookup("life*"), 1);
-    ask(lookup("*"), 2);
+    ask(lookup("*"), 2 + second);
     size_t done = 0;
     for (const size_t size : { 3, 5000, 200000 }) {
         if (ask(event(std::string(size, 'e'), payload_of(size)), 0)) done += size;
@@ -265,61 +281,150 @@ size_t live(const std::string &path) {
     }
     const bool removed = wire.ask(removal(named)) == 0;
     EXPECT_TRUE(!removed || wire.data.size() <= 1u + hears); // the event comes once, or is missed
+    broker.sleep();                                          // both connections go at once
     return done;
 }
 
-// Each allocation fails in turn, alone or with all that follow, while one client lives its life. Another one, which
-// listens, is served as before, hears whole events or none, and finds nothing that is left of the first.
-TEST(BrokerMemory, AnyAllocationMayFail) {
-    Plan &plan = shared_plan();
-    const std::string errors = "/tmp/vesk-bus.errors." + std::to_string(getpid());
-    Broker broker(VESK_TEST_FAILING_BROKER, errors.c_str());
-    std::ifstream lines(errors);
-    Wire other(broker.path);
-    const uint32_t object = other.hear("*");
-    EXPECT_NE(other.add_object(published("other", signature)), 0u);
+/** Listens to everything while another client lives. */
+struct Witness {
+    Wire wire;
+    const uint32_t object = wire.hear("*");
     size_t heard = 0;
-    const auto finds_itself_alone = [&] {
-        EXPECT_EQ(other.ask(lookup("*")), 0);
+    explicit Witness(const std::string &path) : wire(path) {}
+
+    /** Only the witness's own object is left; the events that came by now were whole ones. */
+    void looks_around() {
+        EXPECT_EQ(wire.ask(lookup("*")), 0);
         size_t found = 0;
-        for (const Message &m : other.data) {
+        for (const Message &m : wire.data) {
             found += m.type == UBUS_MSG_DATA;
             if (m.type == UBUS_MSG_DATA || (*m.get(UBUS_ATTR_METHOD))[0] == 'u') continue;
             const std::string id(m.get(UBUS_ATTR_METHOD)->size() - 1, 'e');
             EXPECT_EQ(m.body, object_attr(object) + method_attr(id) + data_attr(payload_of(id.size())));
             heard += id.size();
         }
-        return found == 1;
+        EXPECT_EQ(found, 1u);
+    }
+};
+
+const std::string errors = "/tmp/vesk-bus.errors." + std::to_string(getpid());
+
+/** One life beside two witnesses. In a broker of its own, where whatever grows has to grow once more. What the others
+ * heard; whether an allocation failed. */
+std::pair<size_t, bool> live_beside_others(const int granted, const int failing) {
+    Plan &plan = shared_plan();
+    plan = {};
+    Broker broker(VESK_TEST_FAILING_BROKER, errors.c_str());
+    Witness first(broker.path), second(broker.path);
+    EXPECT_NE(first.wire.add_object(published("other", signature)), 0u);
+    const auto descriptors = [&] {
+        const std::filesystem::directory_iterator all("/proc/" + std::to_string(broker.pid) + "/fd");
+        return std::distance(begin(all), end(all));
     };
+    const auto before = descriptors();
+    plan.granted = granted;
+    plan.failing = failing;
+    const size_t done = live(broker);
+    broker.wake();
+    EXPECT_TRUE(eventually([&] { return descriptors() == before; })) << "it isn't let go";
+    const bool failed = plan.failing != failing;
+    plan.failing = 0;
+    for (Witness *witness : { &first, &second }) {
+        witness->looks_around();
+        EXPECT_GE(witness->heard, done);
+    }
+    size_t told = 0;
+    std::ifstream lines(errors);
+    for (std::string line; std::getline(lines, line); told++)
+        EXPECT_THAT(line, testing::MatchesRegex("vesk-busd: no memory for (client [0-9a-f]+|one more client): .+"));
+    EXPECT_EQ(told > 0, failed);
+    EXPECT_EQ(broker.finish(granted % 2 ? SIGTERM : SIGINT), 0);
+    EXPECT_NE(access(broker.path.c_str(), F_OK), 0) << "it takes its socket along";
+    EXPECT_LE(plan.blocks, 1) << "the message that is used again stays";
+    return { first.heard, failed };
+}
+
+// Each allocation fails in turn, alone or with all that follow, while one client lives its life. The others are served
+// as before, hear whole events or none, and find nothing that is left of it; no memory is lost.
+TEST(BrokerMemory, AnyAllocationMayFail) {
     for (const int failing : { 1, 1000000 }) {
-        plan = {};
-        for (int granted = 0; plan.failing == 0; granted++) {
+        bool failed = true;
+        for (int granted = 0; failed; granted++) {
             SCOPED_TRACE(std::to_string(failing) + " after " + std::to_string(granted));
-            heard = 0;
-            plan = { granted, failing };
-            const size_t done = live(broker.path);
-            const bool failed = plan.failing != failing;
-            if (failed) plan.failing = 0;
-            ASSERT_TRUE(eventually(finds_itself_alone));
-            EXPECT_GE(heard, done);
-            size_t told = 0;
-            for (std::string line; std::getline(lines, line); told++)
-                EXPECT_THAT(line,
-                            testing::MatchesRegex("vesk-busd: no memory for (client [0-9a-f]+|one more client): .+"));
-            EXPECT_EQ(told > 0, failed);
-            lines.clear();
+            const auto outcome = live_beside_others(granted, failing);
+            ASSERT_FALSE(HasFailure());
+            failed = outcome.second;
+            EXPECT_TRUE(failed || outcome.first == 3 + 5000 + 200000u);
         }
-        EXPECT_EQ(heard, 3 + 5000 + 200000u); // the last time none failed
     }
     unlink(errors.c_str());
 }
 
-TEST_F(BrokerWire, LeavesALiveBrokersSocketAlone) {
-    const pid_t second =
-        in_child([this] { execl(VESK_TEST_BROKER, VESK_TEST_BROKER, "-s", broker.path.c_str(), nullptr); });
-    int status = 0;
-    waitpid(second, &status, 0);
-    EXPECT_EQ(WEXITSTATUS(status), 1);
+// A long message is sent from where it stands only when nothing waits before it.
+TEST_F(BrokerWire, ALongMessageDoesNotOvertake) {
+    Wire server(broker.path), caller(broker.path);
+    const uint32_t object = server.add_object("");
+    const auto call = [&](uint16_t number) {
+        caller.send(message(UBUS_MSG_INVOKE, number, object,
+                            object_attr(object) + method_attr("m") + data_attr(payload_of(30000))));
+    };
+    for (uint16_t i = 0; i < 20; i++) call(i);
+    EXPECT_TRUE(caller.alive()); // more has come than the server's socket takes
+    broker.sleep();
+    call(20);
+    for (uint16_t i = 0; i <= 20; i++) {
+        if (i == 4) broker.wake(); // now it takes one more
+        EXPECT_EQ(server.receive().seq, i);
+    }
+}
+
+TEST(BrokerLimits, TurnsAwayWhomItHasNoDescriptorForAndServesTheRest) {
+    Broker broker(VESK_TEST_BROKER, "/dev/null");
+    Wire first(broker.path);
+    const rlimit few = { 10, 10 };
+    ASSERT_EQ(prlimit(broker.pid, RLIMIT_NOFILE, &few, nullptr), 0);
+    for (int round = 0; round < 3; round++) {
+        std::list<Wire> more;
+        do more.emplace_back(broker.path);
+        while (more.back().id && more.size() < 10);
+        EXPECT_GT(more.size(), 1u) << round;
+        EXPECT_TRUE(more.back().closed());
+        more.clear();
+        EXPECT_TRUE(first.alive());
+    }
+}
+
+TEST_F(BrokerWire, RefusesASocketOrWordsThatItCanNotTake) {
+    const std::string full = broker.path + ".full", tooLong(200, 'p');
+    const int listener = listen_at(full);
+    const int waiting = connect_to(full);
+    const struct {
+        std::vector<const char *> words;
+        int status;
+    } cases[] = {
+        { { "-s", broker.path.c_str() }, 1 },
+        { { "-s", full.c_str() }, 1 },
+        { { "-s", tooLong.c_str() }, 1 },
+        { { "-x" }, 2 },
+        { { "-s" }, 2 },
+        { { "word" }, 2 },
+    };
+    for (const auto &c : cases) {
+        std::vector<const char *> words = c.words;
+        words.insert(words.begin(), VESK_TEST_BROKER);
+        words.push_back(nullptr);
+        const pid_t second = in_child([&] {
+            close(STDERR_FILENO);
+            execv(words[0], const_cast<char **>(words.data()));
+        });
+        int status = 0;
+        waitpid(second, &status, 0);
+        EXPECT_EQ(WEXITSTATUS(status), c.status) << words[1];
+    }
     EXPECT_TRUE(Wire(broker.path).alive());
+    EXPECT_EQ(access(full.c_str(), F_OK), 0);
+    close(waiting);
+    close(listener);
+    unlink(full.c_str());
 }
 } // namespace

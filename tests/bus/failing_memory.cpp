@@ -1,22 +1,40 @@
-// Linked into a program: its allocations fail by a plan that it shares with the test.
+// Linked into a program: its allocations are counted, and fail by a plan that it shares with the test.
 #include <new>
 #include <stdlib.h>
 #include <sys/mman.h>
 
 #include "tests/bus/failing_memory.h"
 
+static Plan &plan() {
+    static Plan none; // as long as there is no file
+    static void *shared = MAP_FAILED;
+    if (shared == MAP_FAILED) shared = mmap(nullptr, sizeof(Plan), PROT_READ | PROT_WRITE, MAP_SHARED, PLAN_FD, 0);
+    return shared == MAP_FAILED ? none : *static_cast<Plan *>(shared);
+}
+
 static bool fails() {
-    static void *const shared = mmap(nullptr, sizeof(Plan), PROT_READ | PROT_WRITE, MAP_SHARED, PLAN_FD, 0);
-    if (shared == MAP_FAILED) return false;
-    Plan &plan = *static_cast<Plan *>(shared);
-    return plan.failing > 0 && (plan.granted > 0 ? plan.granted--, false : (plan.failing--, true));
+    Plan &now = plan();
+    return now.failing > 0 && (now.granted > 0 ? now.granted--, false : (now.failing--, true));
+}
+
+static void *counted(void *block) {
+    plan().blocks += block != nullptr;
+    return block;
 }
 
 extern "C" {
 void *__real_malloc(size_t size);
 void *__real_realloc(void *old, size_t size);
-void *__wrap_malloc(size_t size) { return fails() ? nullptr : __real_malloc(size); }
-void *__wrap_realloc(void *old, size_t size) { return fails() ? nullptr : __real_realloc(old, size); }
+void __real_free(void *block);
+void *__wrap_malloc(size_t size) { return fails() ? nullptr : counted(__real_malloc(size)); }
+void *__wrap_realloc(void *old, size_t size) {
+    if (!old) return __wrap_malloc(size);
+    return fails() ? nullptr : __real_realloc(old, size);
+}
+void __wrap_free(void *block) {
+    plan().blocks -= block != nullptr;
+    __real_free(block);
+}
 }
 
 #ifdef VESK_FAILING_NEW

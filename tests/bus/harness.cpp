@@ -14,13 +14,23 @@ const auto read32 = [](const std::string &data, size_t at) {
 };
 } // namespace
 
-int connect_to(const std::string &path) {
+/** A socket that has been given to connect or bind; -1 if that one fails. */
+template <class Use>
+static int socket_at(const std::string &path, Use use) {
     sockaddr_un address = { AF_UNIX, {} };
     path.copy(address.sun_path, sizeof address.sun_path - 1);
     const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0) return fd;
+    if (use(fd, reinterpret_cast<sockaddr *>(&address), socklen_t{ sizeof address }) == 0) return fd;
     close(fd);
     return -1;
+}
+
+int connect_to(const std::string &path) { return socket_at(path, connect); }
+
+int listen_at(const std::string &path) {
+    const int fd = socket_at(path, bind);
+    EXPECT_EQ(listen(fd, 0), 0);
+    return fd;
 }
 
 std::string bytes(std::string hex) {
@@ -57,6 +67,13 @@ void Broker::start() {
         execl(program, program, "-s", path.c_str(), nullptr);
     });
     EXPECT_TRUE(eventually([this] { return close(connect_to(path)) == 0; }));
+}
+
+int Broker::finish(int signal) {
+    int status = -1;
+    kill(pid, signal);
+    waitpid(std::exchange(pid, -1), &status, 0);
+    return status;
 }
 
 void Broker::sleep() {

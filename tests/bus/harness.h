@@ -19,6 +19,7 @@
 using namespace std::chrono_literals;
 
 int connect_to(const std::string &path);           // -1: nobody there
+int listen_at(const std::string &path);            // room for one client that waits
 pid_t in_child(const std::function<void()> &body); // ends with the test
 void end_child(pid_t pid);
 const auto now_ms = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1ms; };
@@ -78,7 +79,8 @@ struct Broker {
     ~Broker() { stop(), unlink(path.c_str()); }
     void start();
     void stop() { end_child(std::exchange(pid, -1)); }
-    void sleep(); // accepts connections and messages, by way of the kernel, and looks at none
+    int finish(int signal); // its wait status
+    void sleep();           // accepts connections and messages, by way of the kernel, and looks at none
     void wake() { kill(pid, SIGCONT); }
 };
 

@@ -7,7 +7,7 @@ add_dependencies(merka_test vesk-busd)
 
 # Allocations that fail: the library's own and, where they are bundled, those of the bus libraries, which are built
 # in for that, since a shared object's calls can't be wrapped.
-target_link_options(merka_test PRIVATE -Wl,--wrap=malloc -Wl,--wrap=realloc)
+target_link_options(merka_test PRIVATE -Wl,--wrap=malloc -Wl,--wrap=realloc -Wl,--wrap=free)
 foreach(library ubox ubus)
   if(TARGET ${library})
     get_target_property(sources ${library} SOURCES)

@@ -3,7 +3,6 @@
 // peer are the test's own.
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include "platform/merka/merka_internal.h"
@@ -286,10 +285,7 @@ TEST(Merka, ABrokerWithAFullQueueHoldsNothingUp) {
     isolated("", [](Broker &broker) {
         broker.stop();
         unlink(socketPath.c_str());
-        sockaddr_un address = { AF_UNIX, {} };
-        socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
-        const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
-        ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr *>(&address), sizeof address) + listen(listener, 0), 0);
+        const int listener = listen_at(socketPath);
         const pid_t full = in_child([=] {
             const int probe = accept(listener, nullptr, nullptr);
             connect_to(socketPath);

@@ -3,7 +3,6 @@
 #include "tests/system/harness.h"
 
 #include <filesystem>
-#include <sys/un.h>
 #include <sys/wait.h>
 
 #include "include/vesk_event.h"
@@ -102,10 +101,7 @@ TEST_F(Restart, ASignalEndsTheDaemonWhileTheBrokerIsAway) {
     startBoth();
     broker.kill();
     unlink(busSocket.c_str());
-    const sockaddr_un address = { AF_UNIX, "/var/run/ubus.sock" };
-    const int mute = socket(AF_UNIX, SOCK_STREAM, 0); // a broker that greets nobody
-    ASSERT_EQ(bind(mute, reinterpret_cast<const sockaddr *>(&address), sizeof address), 0);
-    ASSERT_EQ(listen(mute, 5), 0);
+    const int mute = listen_at(busSocket);        // a broker that greets nobody
     ASSERT_GE(accept(mute, nullptr, nullptr), 0); // the daemon has noticed, and looks for the next one
     kill(daemon.pid, SIGTERM);
     EXPECT_EQ(finish(daemon), 0);
