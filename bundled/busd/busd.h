@@ -15,6 +15,7 @@
 
 // More than this unsent, and the client is let go. An empty queue takes any message.
 constexpr size_t queueLimit = 4 * 1024 * 1024;
+static_assert(queueLimit > 2 * UBUS_MAX_MSGLEN);
 
 // What one client may have the broker keep: signatures, paths and patterns, and objectCost for each object.
 // Above that it gets UBUS_STATUS_NO_MEMORY.

@@ -102,7 +102,7 @@ void read_messages(Client &client)
     static char buffer[readSize];
     const size_t length = receive(client, buffer, sizeof buffer);
     const size_t done = consume(client, buffer, length, nullptr);
-    if (!client.doomed && done < length)
+    if (done < length)
         keep_begin(client, buffer + done, length - done);
 }
 
@@ -175,8 +175,6 @@ void client_accept(int fd)
 
 void client_readable(Client &client)
 {
-    if (client.doomed)
-        return;
     try {
         client.unread ? continue_message(client) : read_messages(client);
     } catch (const std::bad_alloc &) {
@@ -200,7 +198,7 @@ void client_send(Client &client, OutMessage &out, Buffer *shared)
     const bool direct = length >= longMessage && !shared;
     if (queue.bytes && ((direct && !client.blocked) || queue.bytes + length > queueLimit))
         flush(client);
-    if (queue.bytes && queue.bytes + length > queueLimit)
+    if (queue.bytes + length > queueLimit)
         client_doom(client);
     if (client.doomed)
         return;
@@ -210,7 +208,7 @@ void client_send(Client &client, OutMessage &out, Buffer *shared)
     if (direct && !queue.bytes)
         pieces_send(client.fd, part, parts); // an error comes again with the rest
     queue_append(queue, part, parts, shared);
-    if (queue.bytes && !client.dirty) {
+    if (!client.dirty) {
         client.dirty = true;
         broker().dirty.push_back(&client);
     }
