@@ -108,12 +108,14 @@ bool object_is_there() {
     return Wire(socketPath).ask(message(UBUS_MSG_LOOKUP, 1, 0, text_attr(UBUS_ATTR_OBJPATH, "merka.test"))) == 0;
 }
 
+int send_number(int number) {
+    uint8_t payload[619] = {}; // the largest signal there is
+    memcpy(payload, &number, sizeof number);
+    return merkaSendSignal(nullptr, "tamlo.number", payload, sizeof payload);
+}
+
 void send_numbers(int from, int to) {
-    for (; from < to; ++from) {
-        uint8_t payload[619] = {}; // the largest signal there is
-        memcpy(payload, &from, sizeof from);
-        EXPECT_EQ(merkaSendSignal(nullptr, "tamlo.number", payload, sizeof payload), 0);
-    }
+    for (; from < to; ++from) EXPECT_EQ(send_number(from), 0);
 }
 
 TEST(Merka, SignalsKeepTheirBytesInBothDirections) {
@@ -302,14 +304,10 @@ TEST(Merka, ABrokerWithAFullQueueHoldsNothingUp) {
 }
 
 /** Sends numbers; how many were taken. All of them have to arrive, whole and in order. */
-int send_what_is_taken(Peer &peer, int from, int to) {
-    int taken = 0;
+size_t send_what_is_taken(Peer &peer, int from, int to) {
     std::vector<int> numbers, heard;
-    for (; from < to; ++from) {
-        std::string payload(619, '\0');
-        memcpy(payload.data(), &from, sizeof from);
-        if (merkaSendSignal(nullptr, "tamlo.number", payload.data(), 619) == 0) numbers.push_back(from), ++taken;
-    }
+    for (; from < to; ++from)
+        if (send_number(from) == 0) numbers.push_back(from);
     for (int i = 0; i < 5; ++i) serve_after(1000);
     EXPECT_TRUE(serve_until([&] { return peer.count() >= numbers.size(); }));
     for (size_t i = 0; i < peer.count(); ++i) {
@@ -317,7 +315,7 @@ int send_what_is_taken(Peer &peer, int from, int to) {
         heard.push_back(peer.number_at(i));
     }
     EXPECT_EQ(heard, numbers);
-    return taken;
+    return numbers.size();
 }
 
 void live_through_a_restart(Broker &broker) {
@@ -333,14 +331,14 @@ void live_through_a_restart(Broker &broker) {
     const Message answer = peer->wire.receive();
     EXPECT_EQ(answer.type, UBUS_MSG_STATUS + 0u);
     EXPECT_EQ(answer.number(UBUS_ATTR_STATUS) % UBUS_STATUS_NO_MEMORY, 0u);
-    int taken = send_what_is_taken(*peer, 0, 5);
+    size_t taken = send_what_is_taken(*peer, 0, 5);
     peer.reset();
     broker.stop();
     EXPECT_TRUE(serve_until([] { return merkaGetContext() == nullptr; }));
     broker.start();
     peer.emplace();
     taken += send_what_is_taken(*peer, 5, 10);
-    EXPECT_GE(taken, 9);
+    EXPECT_GE(taken, 9u);
     EXPECT_TRUE(object_is_there());
     EXPECT_TRUE(reaches_us());
     send_numbers(10, 11);
