@@ -2,7 +2,6 @@
 // don't read, nonsense.
 #include "tests/bus/harness.h"
 
-#include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <linux/sockios.h>
@@ -206,13 +205,19 @@ TEST_F(BrokerWire, AMessageOfOneMebibytePassesAndALongerOneEndsItsClientOnly) {
 
 TEST_F(BrokerWire, AReaderThatSleepsLosesNothingAndOneThatNeverReadsIsLetGo) {
     Wire sender(broker.path), sleeper(broker.path), never(broker.path);
-    EXPECT_NE(sleeper.hear("*"), 0u);
+    const uint32_t object = sleeper.hear("*");
+    EXPECT_NE(object, 0u);
     EXPECT_NE(never.hear("*"), 0u);
     for (int round = 0; round < 10; round++) {
         for (int i = 0; i < 20; i++) EXPECT_EQ(sender.ask(event_of(50000)), 0);
         for (int i = 0; i < 20; i++) EXPECT_EQ(sleeper.receive().type, UBUS_MSG_INVOKE + 0u) << round << " " << i;
     }
     EXPECT_TRUE(never.closed());
+    EXPECT_TRUE(sleeper.alive());
+    EXPECT_TRUE(eventually([&] { return broker.idle(); }));
+    shutdown(sleeper.fd, SHUT_RD); // it will never take what comes
+    EXPECT_EQ(sender.ask(event_of(3)), 0);
+    EXPECT_EQ(sender.ask(listen_to(object, "x")), 4) << "its object is gone";
 }
 
 // One that keeps too much is refused, and as before when it has given something up; the others don't notice.
@@ -262,9 +267,11 @@ size_t live(Broker &broker) {
     const bool second = wire.ask("") == 0;
     EXPECT_TRUE(second || wire.ask(lookup("second")) != 0);
     // A message whose begin is lost isn't followed by one that stands in it.
-    const std::string inner = message(UBUS_MSG_PING, 2, 0, "");
-    wire.send(message(UBUS_MSG_MONITOR, 1, 0, inner).substr(0, 12));
-    EXPECT_TRUE(eventually([&] { return ioctl(wire.fd, SIOCOUTQ, &unread) != 0 || unread == 0; }));
+    const std::string inner = message(UBUS_MSG_PING, 2, 0, ""), outer = message(UBUS_MSG_MONITOR, 1, 0, inner);
+    for (const std::string &piece : { outer.substr(0, 5), outer.substr(5, 7) }) {
+        wire.send(piece);
+        EXPECT_TRUE(eventually([&] { return ioctl(wire.fd, SIOCOUTQ, &unread) != 0 || unread == 0; }));
+    }
     EXPECT_NE(wire.ask(inner), 0);
     ask(listen_to(listener, "a"), 0);
     const bool hears = ask(listen_to(listener, "ubus.object.remove"), 0);
@@ -281,7 +288,8 @@ size_t live(Broker &broker) {
     }
     const bool removed = wire.ask(removal(named)) == 0;
     EXPECT_TRUE(!removed || wire.data.size() <= 1u + hears); // the event comes once, or is missed
-    broker.sleep();                                          // both connections go at once
+    companion.send(outer.substr(0, 5));
+    broker.sleep(); // both connections go at once
     return done;
 }
 
@@ -317,16 +325,12 @@ std::pair<size_t, bool> live_beside_others(const int granted, const int failing)
     Broker broker(VESK_TEST_FAILING_BROKER, errors.c_str());
     Witness first(broker.path), second(broker.path);
     EXPECT_NE(first.wire.add_object(published("other", signature)), 0u);
-    const auto descriptors = [&] {
-        const std::filesystem::directory_iterator all("/proc/" + std::to_string(broker.pid) + "/fd");
-        return std::distance(begin(all), end(all));
-    };
-    const auto before = descriptors();
+    const size_t before = descriptors_of(broker.pid);
     plan.granted = granted;
     plan.failing = failing;
     const size_t done = live(broker);
     broker.wake();
-    EXPECT_TRUE(eventually([&] { return descriptors() == before; })) << "it isn't let go";
+    EXPECT_TRUE(eventually([&] { return descriptors_of(broker.pid) == before; })) << "it isn't let go";
     const bool failed = plan.failing != failing;
     plan.failing = 0;
     for (Witness *witness : { &first, &second }) {

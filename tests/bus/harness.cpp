@@ -1,6 +1,8 @@
 #include "tests/bus/harness.h"
 
 #include <arpa/inet.h>
+#include <filesystem>
+#include <fstream>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/un.h>
@@ -81,6 +83,13 @@ void Broker::sleep() {
     EXPECT_EQ(waitpid(pid, nullptr, WUNTRACED), pid);
 }
 
+bool Broker::idle() const {
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string number, name, state;
+    stat >> number >> name >> state;
+    return state == "S";
+}
+
 Wire::Wire(const std::string &path) : fd(connect_to(path)) {
     const timeval patience = { PATIENCE / 1000, 0 };
     setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
@@ -149,6 +158,11 @@ void end_child(pid_t pid) {
     if (pid > 0) kill(pid, SIGKILL);
     while (pid > 0 && waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
     }
+}
+
+size_t descriptors_of(pid_t pid) {
+    const std::filesystem::directory_iterator all("/proc/" + std::to_string(pid) + "/fd");
+    return static_cast<size_t>(std::distance(begin(all), end(all)));
 }
 
 /** Without a look at the clock, which a test may have stopped. */

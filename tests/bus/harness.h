@@ -22,6 +22,7 @@ int connect_to(const std::string &path);           // -1: nobody there
 int listen_at(const std::string &path);            // room for one client that waits
 pid_t in_child(const std::function<void()> &body); // ends with the test
 void end_child(pid_t pid);
+size_t descriptors_of(pid_t pid); // that the process has open
 const auto now_ms = [] { return std::chrono::steady_clock::now().time_since_epoch() / 1ms; };
 
 // For whatever has to happen: a busy machine is slow. Only a failing test waits for that long.
@@ -82,6 +83,7 @@ struct Broker {
     int finish(int signal); // its wait status
     void sleep();           // accepts connections and messages, by way of the kernel, and looks at none
     void wake() { kill(pid, SIGCONT); }
+    bool idle() const; // it waits for something to do
 };
 
 // One connection that sends and receives bytes.
