@@ -4,10 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include <csignal>
 #include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,6 +14,7 @@
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/log.h"
 #include "platform/nl80211/places.h"
+#include "platform/nl80211/thread.h"
 
 namespace radio
 {
@@ -23,7 +22,6 @@ namespace radio
 namespace
 {
 
-constexpr size_t threadStack = 64 * 1024;
 constexpr int orderPatience = 5000; // ms; a passphrase costs a small processor 8192 rounds of SHA-1
 
 struct Watch {
@@ -146,21 +144,6 @@ void *listen(void *)
     return nullptr;
 }
 
-/** The daemon's signals are for its own thread. */
-bool start()
-{
-    sigset_t all, before;
-    pthread_attr_t attributes;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, threadStack);
-    const bool runs = pthread_create(&watch.thread, &attributes, listen, nullptr) == 0;
-    pthread_attr_destroy(&attributes);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return runs;
-}
-
 void close_all()
 {
     if (watch.fd >= 0)
@@ -181,7 +164,7 @@ int backhaul_watch(const BackhaulJob &job)
     watch.job = job;
     watch.end = clock_ms() + backhaulPatience;
     watch.fd = ctrl_open(path);
-    watch.runs = watch.fd >= 0 && start();
+    watch.runs = watch.fd >= 0 && thread_start(watch.thread, listen, nullptr);
     if (watch.runs)
         return 0;
     close_all();

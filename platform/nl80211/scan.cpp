@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include <csignal>
 #include <pthread.h>
 
 #include "platform/nl80211/channels.h"
@@ -14,6 +13,7 @@
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/scan_table.h"
 #include "platform/nl80211/text.h"
+#include "platform/nl80211/thread.h"
 #include "platform/nl80211/wiphy.h"
 
 namespace radio
@@ -33,7 +33,6 @@ constexpr int scanPatience = 2000; // ms
 
 constexpr int defaultDwell = 100; // ms
 constexpr int passiveDwell = 100; // ms; long enough for a beacon every 102.4 ms, so nothing need be sent
-constexpr size_t threadStack = 128 * 1024;
 
 struct Request {
     Radio radio;
@@ -239,21 +238,13 @@ void *work(void *argument)
     return nullptr;
 }
 
-/** The daemon's signals are for its own thread. The lock is held. */
+/** The lock is held. */
 bool start(Worker &worker)
 {
     if (worker.runs)
         return true;
-    sigset_t all, before;
-    pthread_attr_t attributes;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, threadStack);
     worker.ends = false;
-    worker.runs = pthread_create(&worker.thread, &attributes, work, &worker) == 0;
-    pthread_attr_destroy(&attributes);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    worker.runs = thread_start(worker.thread, work, &worker);
     return worker.runs;
 }
 
