@@ -92,7 +92,7 @@ struct RadioState {
     char modes[32];
     Operation now;
     Operation checked; // under a channel availability check
-    bool hadRadar;     // since the last change
+    Operation radar;   // that was met since the last change
     struct {
         uint32_t frequency;
         bool isRadar;

@@ -29,11 +29,17 @@ bool overlap(const Operation &a, const Operation &b)
     return a.frequency != 0 && b.frequency != 0 && 2 * apart < uint32_t{ a.mhz } + b.mhz;
 }
 
+/** Who stays on channels where radar was met, as on one that needs no check, has another reason to change. */
+bool flees_radar(const RadioState &state, const Operation &next)
+{
+    return overlap(state.radar, state.now) && !overlap(state.radar, next);
+}
+
 void send_change(const Drelm &drelm, const RadioState &state, const Operation &next)
 {
     const uint8_t word = band_word(state.radio.index);
     VeskChChange event = {};
-    event.reason = state.hadRadar ? reasonRadar : reasonOther;
+    event.reason = flees_radar(state, next) ? reasonRadar : reasonOther;
     event.radioId = word;
     event.oldCh = state.now.channel;
     event.oldBw = state.now.width;
@@ -105,7 +111,7 @@ void radio_see(Drelm &drelm, RadioState &state, const Iface &accessPoint)
     if (state.now.frequency != 0 && isOther)
         send_change(drelm, state, next);
     if (isOther)
-        state.hadRadar = false;
+        state.radar = {};
     state.now = next;
 }
 
@@ -131,7 +137,7 @@ void radio_radar(Drelm &drelm, int wiphy, bool isOwn, uint32_t event, const Oper
         if (event == NL80211_RADAR_CAC_FINISHED && isOwn)
             send_radar(drelm, state, false, where);
         if (event == NL80211_RADAR_DETECTED && concerns) {
-            state.hadRadar = true;
+            state.radar = where;
             send_radar(drelm, state, true, where);
         }
         if (event != NL80211_RADAR_CAC_STARTED && (isOwn || concerns))
