@@ -3,29 +3,9 @@
 // count (FIRST,HOW MANY: bytes that count up), fill (BYTE,HOW MANY). In texts "_" is a blank, x*64 64 times x.
 #pragma once
 
+#include "tests/rows.h"
 #include "tests/unit/bus_call.h"
 #include "tests/unit/fixtures.h"
-
-inline Texts split(const std::string &text, char at = ' ') {
-    Texts parts;
-    std::istringstream stream(text);
-    for (std::string part; std::getline(stream, part, at);)
-        if (!part.empty() || at != ' ') parts.push_back(part);
-    return parts;
-}
-
-inline std::string replaced(std::string text, const std::string &from, const std::string &to) {
-    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
-        text.replace(at, from.size(), to);
-    return text;
-}
-
-/** The text between the first quote and the last one. */
-inline std::string quoted(const std::string &step) {
-    const size_t open = step.find('"');
-    const std::string text = step.substr(open + 1, step.rfind('"') - open - 1);
-    return replaced(replaced(text, "\\n", "\n"), "\\r", "\r");
-}
 
 /** The text that a word stands for. */
 inline std::string plain(const std::string &word) {

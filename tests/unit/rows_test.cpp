@@ -18,14 +18,6 @@ void expect_record(const std::vector<uint8_t> &got, const std::string &step) {
     EXPECT_EQ(difference, "");
 }
 
-/** What stands on either side of a sign; without the sign the right side is empty. */
-std::pair<std::string, std::string> halves(const std::string &step, const std::string &sign) {
-    const size_t at = step.find(sign);
-    if (at == std::string::npos) return { step, "" };
-    const size_t behind = at + sign.size();
-    return { step.substr(0, step.find_last_not_of(' ', at - 1) + 1), step.substr(std::min(step.size(), behind + 1)) };
-}
-
 int sentAtLastCall, scanningAtLastCall; // as the driver was called
 
 /** Every base but "device" leaves the model empty or fills it its own way. */
@@ -290,78 +282,14 @@ void run_step(const std::string &step) {
     field.set(value);
 }
 
-/** A case: its steps by their lines, and the rows of its table, the first of which names the columns. */
-struct Case {
-    std::string base = "device";
-    std::vector<std::pair<int, std::string>> steps, table;
-
-    void run(const std::string &file) const {
-        const Texts columns = table.empty() ? Texts{} : cells(table[0].second);
-        for (size_t row = 1; row < std::max<size_t>(2, table.size()); row++) {
-            const Texts values = table.empty() ? Texts{} : cells(table[row].second);
-            const auto filled_in = [&](std::string text) {
-                for (size_t i = 0; i < values.size(); i++) text = replaced(text, "<" + columns.at(i) + ">", values[i]);
-                return text;
-            };
-            begin(filled_in(base));
-            for (const auto &[line, text] : steps) {
-                const std::string step = filled_in(text);
-                const std::string where = values.empty() ? "" : ", row " + std::to_string(table[row].first);
-                SCOPED_TRACE(file + ":" + std::to_string(line) + where + ": " + step);
-                run_step(step);
-            }
-        }
-    }
-    static Texts cells(const std::string &row) {
-        Texts found;
-        for (std::string cell : split(row.substr(1), '|')) {
-            cell.erase(0, std::min(cell.size(), cell.find_first_not_of(' ')));
-            cell.erase(cell.find_last_not_of(' ') + 1);
-            found.push_back(cell);
-        }
-        return found;
-    }
-};
-
-std::vector<Case> cases_of(const std::string &file) {
-    std::vector<Case> cases;
-    std::ifstream rows(file);
-    std::string line;
-    for (int n = 1; std::getline(rows, line); n++) {
-        if (line.empty() || line[0] == '#') continue;
-        if (line[0] == ' ') { // goes on
-            std::string &step = cases.back().steps.back().second;
-            step += line.substr(line.find_first_not_of(' ') - !step.ends_with("\\n"));
-            continue;
-        }
-        const size_t close = line.rfind(']');
-        if (line[0] == '[') {
-            cases.emplace_back();
-            if (close + 2 < line.size()) cases.back().base = line.substr(close + 2);
-        } else {
-            (line[0] == '|' ? cases.back().table : cases.back().steps).emplace_back(n, line);
-        }
-    }
-    return cases;
-}
-
-std::vector<std::string> files() {
-    std::vector<std::string> stems;
-    for (const auto &entry : std::filesystem::directory_iterator(VESK_ROWS))
-        if (entry.path().extension() == ".rows") stems.push_back(entry.path().stem());
-    std::ranges::sort(stems);
-    return stems;
-}
-
 struct Rows : testing::TestWithParam<std::string> {
     void TearDown() override { begin(""); }
 };
 
 TEST_P(Rows, Hold) {
-    const std::vector<Case> cases = cases_of(std::string(VESK_ROWS) + "/" + GetParam() + ".rows");
-    ASSERT_FALSE(cases.empty());
-    for (const Case &one : cases) one.run(GetParam() + ".rows");
+    for (const RowCase &one : row_cases(std::string(VESK_ROWS) + "/" + GetParam() + ".rows", "device"))
+        one.run(GetParam() + ".rows", begin, run_step);
 }
 
-INSTANTIATE_TEST_SUITE_P(, Rows, testing::ValuesIn(files()), [](const auto &file) { return file.param; });
+INSTANTIATE_TEST_SUITE_P(, Rows, testing::ValuesIn(row_files(VESK_ROWS)), [](const auto &file) { return file.param; });
 } // namespace
