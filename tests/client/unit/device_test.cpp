@@ -2,10 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
 
+#include "tests/client/unit/rows.h"
 #include "tools/client/device.h"
-#include "tools/client/recommend.h"
 
 namespace {
 std::map<std::string, int> asked; // "method argument" and how often
@@ -46,6 +45,7 @@ std::vector<uint8_t> answer(const WireMethod &method, const std::string &argumen
     if (name == "getOffChannelInfo") {
         WireOffChInfo figures = {};
         figures.channels[0] = scanned;
+        figures.channels[1].ch = 11; // which isn't in the radio's list, and whose time isn't known
         return bytes_of_record(figures);
     }
     if (name == "getBstaIntfInfo") return bytes_of_record(WireBstaIntf{ "apcli0", {} });
@@ -86,6 +86,7 @@ Snapshot look(unsigned parts, const std::string &failure = "") {
 }
 
 TEST(ClientSnapshot, HoldsTheDeviceOnce) {
+    scanned.ch = 6, scanned.time = 7;
     const Snapshot all = look(PartOverview | PartCounters);
     EXPECT_EQ(all.vaps.size(), 3u);
     EXPECT_EQ(all.radios[1].channels.size(), 2u); // 52, and the zeros behind it
@@ -95,78 +96,57 @@ TEST(ClientSnapshot, HoldsTheDeviceOnce) {
     EXPECT_EQ(all.find_vap("ath1.v0")->stations.size(), 0u);
     EXPECT_EQ(all.find_vap("apcli0")->stationTable.size(), 0u); // a station has none
     EXPECT_EQ(all.find_vap("nosuch"), nullptr);
+    EXPECT_EQ(all.lastResult, 7);
     EXPECT_TRUE(cJSON_IsObject(snapshot_json(all).get()));
 }
 
-const struct {
-    const char *name;
-    unsigned parts;
-    size_t calls;
-} looks[] = {
-    { "radios", 0, 2 },
-    { "channels", PartChannels, 8 },
-    { "figures", PartFigures, 6 },
-    { "interfaces", PartVaps, 2 + 4 + 3 },
-    { "stations", PartVaps | PartStations, 2 + 4 + 3 + 2 },
-    { "state", PartState, 4 },
-    { "all", PartOverview | PartCounters, 2 + 2 * 10 + 3 * 2 + 2 },
-};
-
-TEST(ClientSnapshot, AsksForWhatItIsToShow) {
-    for (const auto &l : looks) {
-        look(l.parts);
-        EXPECT_EQ(asked.size(), l.calls) << l.name;
-    }
+/** The record that a JSON object describes. */
+template <class T>
+T record_from(const RecordLayout &layout, const std::string &json) {
+    T record = {};
+    std::vector<uint8_t> bytes;
+    EXPECT_EQ(encode_record(layout, Json::parse(json.c_str()).get(), bytes), "") << json;
+    memcpy(static_cast<void *>(&record), bytes.data(), std::min(bytes.size(), sizeof record));
+    return record;
 }
 
-/** What a driver doesn't tell is null; what the daemon puts in its place is, too. */
-const struct {
-    const char *name;
-    WireOffChannel channel;
-    WireCurChannelInfo load;
-    const char *shown; // used, noise, smoothed; own traffic, transmitting, idle, noise
-} absences[] = {
-    { "all known",
-      { 6, 0, 0, -92, 0, {}, -86.5, 0, 0 },
-      { 6, 0, 0, 0, 0, 70, 30, 0, {}, -95, 7, 1, 0 },
-      "0 -92 -86.5; 0 30 70 -95" },
-    { "no use",
-      { 6, 0, -1, -92, 0, {}, -86.5, 0, 0 },
-      { 6, 0, 0, 0, 0, -1, 0, 0, {}, -95, 4, 1, 0 },
-      "null -92 -86.5; null null null -95" },
-    { "own traffic alone",
-      { 6, 0, 100, -253, 0, {}, -247, 0, 0 },
-      { 6, 5, 0, 0, 0, -1, 0, 0, {}, 0, 2, 1, 0 },
-      "100 -253 -247; 5 null null null" },
-    { "no noise, the daemon's default behind it",
-      { 6, 0, 5, -254, 0, {}, -105, 0, 0 },
-      { 6, 5, 0, 0, 0, 95, 5, 0, {}, 0, 3, 1, 0 },
-      "5 null null; 5 5 95 null" },
-};
-
-TEST(ClientSnapshot, AbsentFigures) {
-    for (const auto &a : absences) {
-        SCOPED_TRACE(a.name);
-        scanned = a.channel, load = a.load;
-        const Snapshot all = look(PartOverview);
-        const Json whole = snapshot_json(all);
-        const cJSON *radio = cJSON_GetArrayItem(whole.at("radios"), 0);
-        const auto value = [](const cJSON *object, const char *key) {
-            return json_line(cJSON_GetObjectItemCaseSensitive(object, key));
-        };
-        const cJSON *now = cJSON_GetObjectItemCaseSensitive(radio, "operating");
-        const cJSON *channel = cJSON_GetObjectItemCaseSensitive(radio, "channels")->child;
-        while (value(channel, "channel") != "6") channel = channel->next;
-        EXPECT_EQ(value(channel, "utilisation") + " " + value(channel, "noise") + " " +
-                      value(channel, "smoothedNoise") + "; " + value(now, "ccaInbss") + " " + value(now, "ccaTxUtil") +
-                      " " + value(now, "ccaIdle") + " " + value(now, "noise"),
-                  a.shown);
-        EXPECT_EQ(all.radios[0].measured(), 1) << "visited, whatever was measured";
-        const Json record = decode_as(layoutOffChannel, a.channel);
-        const std::string raw = value(record.get(), "chnUtil") + " " + value(record.get(), "noise");
-        EXPECT_EQ(raw, std::string(a.shown, raw.size()));
-    }
+/** What the snapshot's JSON has of the operating channel and of the one that the scan brought, and that the record's
+ * own JSON agrees. */
+std::string absences(const Words &w) {
+    scanned = record_from<WireOffChannel>(layoutOffChannel, w[0]);
+    load = record_from<WireCurChannelInfo>(layoutCurChannelInfo, w[1]);
+    const Snapshot all = look(PartOverview);
+    const Json whole = snapshot_json(all), record = decode_as(layoutOffChannel, scanned);
     scanned = {}, load = {};
+    EXPECT_EQ(all.radios[0].measured(), 1) << "visited, whatever was measured";
+    const auto values = [](const cJSON *object, std::initializer_list<const char *> keys) {
+        std::string text;
+        for (const char *key : keys)
+            text += (text.empty() ? "" : " ") + json_line(cJSON_GetObjectItemCaseSensitive(object, key));
+        return text;
+    };
+    const cJSON *radio = cJSON_GetArrayItem(whole.at("radios"), 0);
+    const cJSON *channel = cJSON_GetObjectItemCaseSensitive(radio, "channels")->child;
+    while (values(channel, { "channel" }) != "6") channel = channel->next;
+    const std::string shown = values(channel, { "utilisation", "noise", "smoothedNoise" });
+    EXPECT_TRUE(shown.starts_with(values(record.get(), { "chnUtil", "noise" }))) << record.line();
+    return shown + "; " +
+           values(cJSON_GetObjectItemCaseSensitive(radio, "operating"),
+                  { "ccaInbss", "ccaTxUtil", "ccaIdle", "noise" });
+}
+
+std::string calls(const Words &w) {
+    static const std::map<std::string, unsigned> parts = {
+        { "radios", 0 },
+        { "channels", PartChannels },
+        { "figures", PartFigures },
+        { "vaps", PartVaps },
+        { "stations", PartVaps | PartStations },
+        { "state", PartState },
+        { "all", PartOverview | PartCounters },
+    };
+    look(parts.at(w[0]));
+    return std::to_string(asked.size());
 }
 
 TEST(ClientSnapshot, StopsAtAFailureOfTheBusAndGoesOnBehindARefusal) {
@@ -184,28 +164,6 @@ TEST(ClientSnapshot, StopsAtAFailureOfTheBusAndGoesOnBehindARefusal) {
     refused = "";
 }
 
-TEST(ClientRecommend, CheapestChannelFirstAndOnlyAMoveThatPays) {
-    const auto channel = [](int number, std::optional<int> used) {
-        ChannelState c = {};
-        c.number = number, c.isAvailable = true, c.utilisation = used;
-        return c;
-    };
-    RadioState radio = {};
-    radio.band = 3, radio.channel = 36;
-    radio.channels = { channel(36, 40), channel(40, 10), channel(44, 13),           channel(52, 5),
-                       channel(100, 0), channel(149, 0), channel(153, std::nullopt) };
-    radio.channels[0].isOwn = true;
-    radio.channels[1].noise = -89; // 6 dB above a quiet channel's
-    radio.channels[3].needsDfs = true;
-    radio.channels[4].isNol = true;
-    radio.channels[5].isAvailable = false;
-    radio.neighbors = { { 44, {}, "", "" } };
-    std::string order;
-    for (const Recommendation &r : recommend_channels(radio)) order += std::to_string(r.channel->number) + " ";
-    EXPECT_EQ(order, "52 40 44 36 ") << "13, 16, 16 and 40 %";
-    EXPECT_TRUE(advice(radio, recommend_channels(radio)).starts_with("Move to channel 52: 5 % used, 0 neighbours"));
-    radio.channels[0].utilisation = 20;
-    EXPECT_TRUE(advice(radio, recommend_channels(radio)).starts_with("Stay on channel 36"));
-}
-
 } // namespace
+
+const RowFunctions deviceFunctions = { { "absent", absences }, { "calls", calls } };
