@@ -1,6 +1,4 @@
-// Datagrams through the real loopback socket of the private root, of every length; and the sibling's
-// watchdog.
-
+// Datagrams through the real loopback socket of the private root, of every length.
 #include "tests/unit/fixtures.h"
 
 struct EventIntake : testing::Test {
@@ -73,21 +71,4 @@ TEST_F(EventIntake, FindsTheHandlerOrDropsSilently) {
     EXPECT_EQ(feed(datagram(10, "ath0", Bytes(4956, 7))), Bytes(281, 7).name(0, "ath0.v0"));
     EXPECT_EQ(feed(datagram(4, std::string(37, 'n'), Bytes(22, 7))), Bytes(22, 7).name(0, "nnnnnnnnnnnnnn"));
     EXPECT_NE(fake_log().find(" [" + std::string(36, 'n') + "] "), std::string::npos); // ends in its field
-}
-
-TEST(DrelmWatch, StartsTheSiblingWhenItIsAbsent) {
-    fake_reset();
-    fakeLibc.runSystem = false;
-    vesk_start_app_mon_timer();
-    fake_advance(2s);
-    EXPECT_EQ(messages("ERROR"),
-              (Texts{ " vesk_related_app_check\xef\xbc\x8cwait 2 seconds.\n", " drelm is not exist, start it\n" }));
-    fakeLibc.popenOutput = " 812 root     drelm\n";
-    fake_advance(30s);
-    EXPECT_TRUE(fake_logged("DEBUG", " drelm is working\n", "vesk_related_app_check"));
-    vesk_stop_app_mon_timer();
-    fake_advance(60s);
-    EXPECT_EQ(fakeLibc.openPipes, 0);
-    EXPECT_EQ(fakeLibc.popens, Texts(2, "ps -w|grep drelm|grep -v grep"));
-    EXPECT_EQ(fakeLibc.systems, Texts{ "run_drelm.sh &" });
 }

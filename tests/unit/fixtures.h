@@ -1,71 +1,43 @@
-// What tests of several modules begin with: a filled device model, the daemon as scanning sees it, the records that
-// events look into.
+// What tests begin with: a filled model of the device, the daemon as scanning sees it, the records that events look
+// into.
 #pragma once
 
 #include "tests/unit/common.h"
 
-struct DeviceTest : testing::Test {
-    VeskRadioInfo *radio = vesk_get_radio_info();
-    VeskVapInfo *vap = vesk_get_vap_info();
-    VeskOffScanCfg *scan = vesk_get_scan_info();
-    void SetUp() override {
-        fake_reset(), fake_load_product();
-        fakeLibc.runSystem = false;
-    }
-    static void fill() { vesk_update_radio_info(), vesk_update_vap_info(), fakeDevice.log.clear(); }
-    VeskVapInfo &vap_of(const char *name) { return vap[vesk_getVapIdxByName(name)]; }
-};
-
-// Scans: a filled device model, the default configuration, nothing armed yet.
-using Channels = std::vector<uint8_t>;
-using Numbers = std::vector<int64_t>;
-
-struct ScanTest : DeviceTest {
-    void SetUp() override { restart(); }
-    void TearDown() override { vesk_destory_scan_info(); }
-
-    /** A fresh daemon; also between the rows of a table. */
-    void restart(const Channels &channels0 = { 1, 6, 11 }, const Channels &channels1 = { 36, 40, 44, 48 }) {
-        vesk_destory_scan_info();
-        DeviceTest::SetUp();
-        scan->scanEnable = scan->scanEnableCfg = 1, scan->firstScanItv = 10;
-        for (uint32_t i = 0; i < 2; i++) {
-            const Channels &channels = i == 0 ? channels0 : channels1;
-            fakeDevice.radio[i].channels.chListNums = static_cast<int32_t>(channels.size());
-            std::copy(channels.begin(), channels.end(), fakeDevice.radio[i].channels.chList);
-            VeskScanCfg *cfg = scan_cfg(i);
-            cfg->scanItv = 60, cfg->dwellMax = 150, cfg->rxThd = cfg->txThd = 10, cfg->noiseEval = 5;
-        }
-        fill();
-    }
-    static void set_flags(uint32_t band, uint8_t isFirstScan, uint8_t isScanEnd, int cycScanSend) {
-        VeskScanCfg *cfg = scan_cfg(band);
-        cfg->isFirstScan = isFirstScan, cfg->isScanEnd = isScanEnd, cfg->cycScanSend = cycScanSend;
-    }
-    /** isFirstScan, isScanEnd, cycScanSend, alreadyScanCount. */
-    static Numbers flags(uint32_t band) {
-        const VeskScanCfg *cfg = scan_cfg(band);
-        return { cfg->isFirstScan, cfg->isScanEnd, cfg->cycScanSend, cfg->alreadyScanCount };
-    }
-    /** The library calls since the last time, "name args" each, without the library's name. */
-    static Texts calls() {
-        Texts found;
-        for (const FakeCall &call : std::exchange(fakeDevice.log, {}))
-            found.push_back(call.name.substr(call.name.find('_') + 1) + " " + call.args);
-        return found;
-    }
-    static bool logged(const std::string &message) { return fake_logged("", message); }
-};
-
-inline Channels channel_range(int first, int count) {
-    Channels channels;
-    for (int i = 0; i < count; i++) channels.push_back(static_cast<uint8_t>(first + i));
-    return channels;
+inline void begin_device() {
+    fake_reset(), fake_load_product();
+    fakeLibc.runSystem = false;
 }
+
+inline void fill_model() { vesk_update_radio_info(), vesk_update_vap_info(), fakeDevice.log.clear(); }
+
+using Channels = std::vector<uint8_t>;
+
+/** A filled model and the default configuration of scans; nothing is armed, no table is there yet. */
+inline void begin_scans(const Channels &channels0 = { 1, 6, 11 }, const Channels &channels1 = { 36, 40, 44, 48 }) {
+    vesk_destory_scan_info(), begin_device();
+    VeskOffScanCfg *scan = vesk_get_scan_info();
+    scan->scanEnable = scan->scanEnableCfg = 1, scan->firstScanItv = 10;
+    for (uint32_t i = 0; i < 2; i++) {
+        const Channels &channels = i == 0 ? channels0 : channels1;
+        fakeDevice.radio[i].channels.chListNums = static_cast<int32_t>(channels.size());
+        std::copy(channels.begin(), channels.end(), fakeDevice.radio[i].channels.chList);
+        VeskScanCfg *cfg = scan_cfg(i);
+        cfg->scanItv = 60, cfg->dwellMax = 150, cfg->rxThd = cfg->txThd = 10, cfg->noiseEval = 5;
+    }
+    fill_model();
+}
+
+/** Scans beside other threads. */
+struct ScanTest : testing::Test {
+    VeskRadioInfo *radio = vesk_get_radio_info();
+    VeskOffScanCfg *scan = vesk_get_scan_info();
+    void SetUp() override { begin_scans(); }
+    void TearDown() override { vesk_destory_scan_info(); }
+};
 
 // Events: ath0 on radio 0, ath10 on radio 1, backhaul station apcli0.
 inline const Bytes STA = { 0x02, 0x11, 0x22, 0x33, 0x44, 0x55 };
-#define STA_TEXT "02:11:22:33:44:55"
 
 inline void fill_event_records() {
     fake_reset();

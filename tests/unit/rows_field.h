@@ -10,11 +10,12 @@ struct Field {
     std::string (*show)(const void *at) = nullptr;
 
     void set(const std::string &text) const { write(at, text); }
-    /** Whether writing this text would change nothing; of a list only the values that are named count. */
+    /** Whether writing this text would change nothing; of a list only the values that are named count. Numbers are the
+     * same if they look the same: fractions may differ in their last bit. */
     bool is(const std::string &text) const {
         std::vector<uint8_t> changed = bytes_at(at, size);
         write(changed.data(), text);
-        return memcmp(changed.data(), at, size) == 0;
+        return memcmp(changed.data(), at, size) == 0 || (size <= sizeof(double) && show(changed.data()) == show(at));
     }
 };
 
@@ -72,11 +73,29 @@ Field field(void *at) {
     }
 }
 
-inline Bytes stored_mac(const std::string &last) { return { 2, 1, 1, 1, 1, number<uint8_t>(last) }; }
+/** MACs of stations differ behind a zero byte only. */
+inline Bytes stored_mac(uint8_t last) { return { 2, 0, 1, 1, 1, last }; }
 
 inline VeskStaEntry *stored_station(const std::string &last) {
     static VeskStaEntry none;
-    auto *found = static_cast<VeskStaEntry *>(kvhmgr_get(&vesk_get_sta_info()->staDb, stored_mac(last).data()));
+    auto *found =
+        static_cast<VeskStaEntry *>(kvhmgr_get(&vesk_get_sta_info()->staDb, stored_mac(number<uint8_t>(last)).data()));
+    return found ? found : &(none = {});
+}
+
+/** The tables' record of a channel. */
+inline VeskScanChannel *result_of(const std::string &channel) {
+    static VeskScanChannel none;
+    const VeskOffScanCfg &scan = *vesk_get_scan_info();
+    const int at = vesk_find_channel_idx(number<uint32_t>(channel), scan.channelList, scan.channelNums);
+    VeskScanChannel *found = vesk_scan_channel_at(at);
+    return found ? found : &(none = {});
+}
+
+/** The event station's request on a channel; only if it is asked for, since looking for it is logged. */
+inline VeskStaMon *request_on(const std::string &channel, bool isAsked) {
+    static VeskStaMon none;
+    VeskStaMon *found = isAsked ? vesk_sta_mon_get(STA.data(), number<int>(channel)) : nullptr;
     return found ? found : &(none = {});
 }
 
@@ -100,6 +119,11 @@ inline Field find_field(const std::string &path) {
     FakeVap *found = fakeDevice.vap(index);
     FakeVap &access = found ? *found : fakeDevice.vaps.front();
     VeskDot1qCfg &vlan = *vesk_get_dot1q_cfg();
+    VeskScanChannel &result = *result_of(index);
+    VeskStaMon &monitored = *request_on(index, owner == "monitored");
+    FakeDevice &device = fakeDevice;
+    FakeBus &bus = fakeBus;
+    FakeLibc &libc = fakeLibc;
     VeskStaEntry &station = *stored_station(index);
     VeskStaEntry &joined = access.stations.empty() ? station : access.stations.back().entry;
 #define FIELD(name, part)                                                                                              \

@@ -15,7 +15,7 @@ static ptrdiff_t threads() {
 TEST_F(ScanThread, TearDownWaitsForTheRunsNextStepAndNoLongerThan600Milliseconds) {
     for (const int endsAt : { 3, 99 }) { // poll of the tear-down, 10 ms each
         SCOPED_TRACE(endsAt);
-        restart(), vesk_init_scan_info();
+        begin_scans(), vesk_init_scan_info();
         std::binary_semaphore isScanning{ 0 }, goesOn{ 0 };
         ptrdiff_t whileRunning = 0;
         const auto end_run = [&] {

@@ -1,31 +1,5 @@
 #include "tests/unit/common.h"
 
-TEST(Utils, ChannelRules) {
-    // clang-format off
-    const int rows[][3] = { { -1, 5, 0 }, { 0, 5, 0 }, { 1, 0, 2412 }, { 13, 0, 2472 }, { 14, 5, 0 }, { 35, 5, 0 },
-        { 36, 1, 5180 }, { 99, 1, 5495 }, { 100, 2, 5500 }, { 165, 2, 5825 }, { 166, 5, 0 } };
-    // clang-format on
-    for (const auto &[channel, band, freq] : rows) {
-        EXPECT_EQ(words(vesk_utils_get_band_by_channel(channel), vesk_utils_channel_to_freq(channel)),
-                  words(band, freq))
-            << channel;
-    }
-    const int radios[] = { -1, 0, 1, 2, 1, 1, -1 };
-    for (int band = -1; band <= 5; ++band) EXPECT_EQ(vesk_utils_mapping_band(band), radios[band + 1]) << band;
-}
-
-TEST(Utils, MacText) {
-    for (const char *given : { "00:1a:2b:3c:4d", "00:1a:2b:3c:4d:ff:00", "0:1a:2b:3c:4d:ff", "00:1a:2b:3c:4d:fff",
-                               "00:1a:2b:3c:4d:fg", "00::1a:2b:3c:4d:ff", "a:b:c:d:e:f", "00:1A:2b:3C:4d:fF" }) {
-        uint8_t mac[6] = { 9, 9, 9, 9, 9, 9 };
-        char text[18];
-        const bool valid = strchr(given, 'A');
-        EXPECT_EQ(vesk_utils_str2mac(given, mac), valid ? 0 : -1) << given;
-        EXPECT_EQ(vesk_utils_mac2str(mac, text), 0);
-        EXPECT_STREQ(text, valid ? "00:1a:2b:3c:4d:ff" : "09:09:09:09:09:09");
-    }
-}
-
 // What stands behind the field doesn't count, neither for nor against it.
 TEST(Utils, MacOfAFieldWithoutTerminator) {
     for (const auto &[size, rc] : { std::pair(16, -1), { 17, 0 }, { 18, 0 }, { 19, -1 } }) {
