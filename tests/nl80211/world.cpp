@@ -12,6 +12,7 @@
 #include "platform/nl80211/config.h"
 #include "platform/nl80211/ctrl.h"
 #include "platform/nl80211/device.h"
+#include "platform/nl80211/drelm/message.h"
 #include "platform/nl80211/places.h"
 #include "platform/nl80211/scan.h"
 #include "platform/nl80211/settings.h"
@@ -53,6 +54,7 @@ void FakeHostapd::serve() {
         for (auto row = replies.rbegin(); row != replies.rend(); ++row) // the longest row that fits
             if (command.starts_with(row->first)) {
                 const std::string &reply = row->second;
+                if (reply == silence) break;
                 for (size_t at = 0, end = 0; end != std::string::npos; at = end + 1) {
                     end = reply.find('\f', at);
                     const std::string part = reply.substr(at, end - at);
@@ -66,6 +68,11 @@ void FakeHostapd::serve() {
 std::vector<std::string> FakeHostapd::commands() {
     const std::lock_guard guard(lock);
     return heard;
+}
+
+void FakeHostapd::note(const std::string &what) {
+    const std::lock_guard guard(lock);
+    heard.push_back(what);
 }
 
 void FakeHostapd::say(const std::string &command, const std::string &reply) {
@@ -168,6 +175,22 @@ void World::add_interface(uint32_t index, const std::string &name, int phy, cons
                                "tx_errors",  "rx_dropped", "tx_dropped", "multicast" };
     for (size_t i = 0; i < std::size(counters); i++)
         put(net + "/statistics/" + counters[i], std::to_string(5000000000 + 100 * index + i) + "\n");
+}
+
+std::string hex(const void *bytes, size_t size) {
+    std::string digits;
+    char pair[3];
+    for (size_t i = 0; i < size; i++) {
+        snprintf(pair, sizeof pair, "%02x", static_cast<const uint8_t *>(bytes)[i]);
+        digits += pair;
+    }
+    return digits;
+}
+
+std::vector<uint8_t> bytes_of(const std::string &digits) {
+    std::vector<uint8_t> bytes(digits.size() / 2);
+    radio::message_bytes(digits, bytes.data(), bytes.size());
+    return bytes;
 }
 
 Blob interface(uint32_t index, int wiphy, uint32_t type, const std::string &name, uint32_t frequency, uint8_t last) {

@@ -22,6 +22,8 @@ struct FakeHostapd {
     ~FakeHostapd();
     std::vector<std::string> commands();
     void say(const std::string &command, const std::string &reply);
+    static constexpr char silence[] = "..."; // as a reply: none
+    void note(const std::string &what);      // stands among the commands from now on
     /** An event, to whoever has attached; waits for room in its queue. False if nobody has. */
     bool tell(const std::string &event);
     void drop();               // whoever has attached, as those are that don't read
@@ -54,6 +56,10 @@ struct World : testing::Test {
     const std::string root;
     std::string log;
 };
+
+/** Bytes as hexadecimal digits, and back. */
+std::string hex(const void *bytes, size_t size);
+std::vector<uint8_t> bytes_of(const std::string &digits);
 
 /** An interface as GET_INTERFACE tells it. */
 Blob interface(uint32_t index, int wiphy, uint32_t type, const std::string &name, uint32_t frequency, uint8_t last);
