@@ -108,11 +108,6 @@ bool fake_logged(const std::string &level, const std::string &message, const std
     });
 }
 
-std::vector<uint8_t> bytes_at(const void *at, size_t size) {
-    const auto *bytes = static_cast<const uint8_t *>(at);
-    return { bytes, bytes + size };
-}
-
 void fake_load_product() {
     VeskConfigInfo *cfg = vesk_get_vesk_cfg_info();
     cfg->NumberOfWifiRadios = cfg->wifiNum = 2;

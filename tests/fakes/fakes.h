@@ -15,6 +15,7 @@
 #include "include/hul.h"
 #include "include/merka.h"
 #include "include/rilk.h"
+#include "tests/bytes.h"
 
 using namespace std::chrono_literals;
 
@@ -144,9 +145,3 @@ std::string fake_stderr();
 
 /** A product configuration that matches the default fake device, put into the records (no file). */
 void fake_load_product();
-
-std::vector<uint8_t> bytes_at(const void *at, size_t size);
-template <class T>
-std::vector<uint8_t> bytes_of(const T &value) {
-    return bytes_at(&value, sizeof value);
-}

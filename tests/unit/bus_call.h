@@ -54,11 +54,3 @@ inline BusReply bus_call(const char *method, const Args &args = Args()) {
     }
     return reply;
 }
-
-/** A record's first differing byte, for a readable failure. */
-inline std::string first_difference(const std::vector<uint8_t> &got, const Bytes &want) {
-    const auto [is, should] = std::mismatch(got.begin(), got.end(), want.begin(), want.end());
-    if (is == got.end() && should == want.end()) return "";
-    return "offset " + std::to_string(is - got.begin()) + " of " + std::to_string(got.size()) + ", not " +
-           std::to_string(want.size());
-}

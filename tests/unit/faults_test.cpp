@@ -4,8 +4,8 @@
 #include <numeric>
 
 #include "foundation/bytes.h"
+#include "tests/record_text.h"
 #include "tests/unit/daemon_fixture.h"
-#include "tests/unit/record_text.h"
 
 namespace {
 struct Row {

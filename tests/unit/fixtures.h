@@ -37,7 +37,6 @@ struct ScanTest : testing::Test {
 };
 
 // Events: ath0 on radio 0, ath10 on radio 1, backhaul station apcli0.
-inline const Bytes STA = { 0x02, 0x11, 0x22, 0x33, 0x44, 0x55 };
 
 inline void fill_event_records() {
     fake_reset();

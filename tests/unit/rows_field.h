@@ -1,7 +1,9 @@
 // What a row calls by name: a field of the model, of the product configuration, of the fakes. fields.inc lists them.
 #pragma once
 
-#include "tests/unit/record_text.h"
+#include "tests/record_text.h"
+#include "tests/unit/bus_call.h"
+#include "tests/unit/fixtures.h"
 
 struct Field {
     void *at = nullptr;

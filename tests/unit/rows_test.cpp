@@ -2,18 +2,6 @@
 #include "tests/unit/rows_words.h"
 
 namespace {
-/** What stands between the braces behind this place; no braces: nothing. */
-std::string braced(const std::string &step, size_t from = 0) {
-    const size_t open = step.find('{', from);
-    return open == std::string::npos ? "" : step.substr(open + 1, step.find('}', open) - open - 1);
-}
-
-/** Nothing is expected of a record that a step says nothing of. */
-void expect_record(const std::vector<uint8_t> &got, const std::string &step) {
-    const std::string difference = step.find('{') == std::string::npos ? "" : record_difference(got, braced(step));
-    EXPECT_EQ(difference, "");
-}
-
 /** Every base but "device" and the scans' leaves the model empty or fills it its own way. */
 void begin(const std::string &base) {
     vesk_destory_scan_info(), vesk_deinit_devide_info(), vesk_deinit_dev_event(), vesk_stop_app_mon_timer();
