@@ -13,7 +13,6 @@ from world import PATIENCE, ROOT, World, drelm, eventually, run, set_device
 
 PHONE, LAPTOP, NOBODY = "02:5e:70:00:00:01", "02:5e:70:00:00:02", "02:aa:00:00:00:09"
 KEY = "between-the-nodes"
-ROWS = (pathlib.Path(__file__).parent / "commands.rows").read_text()
 
 
 class Commands(World):
@@ -29,16 +28,7 @@ class Commands(World):
         eventually(lambda: run("stations").stdout.count("02:5e:70") == 2)
 
     def test_a_command_tells_what_became_of_it(self):
-        for words, status, text in re.findall(r"^(?!#)(.+?) \| (\d) \| ?(.*)$", ROWS, re.MULTILINE):
-            if words.startswith("FAIL:"):
-                set_device({**self.description, "functions": {words[5:]: {"rc": -1}}})
-                continue
-            with self.subTest(words):
-                done = run(*words.split())
-                said = done.stdout + done.stderr
-                self.assertEqual(done.returncode, int(status), said)
-                self.assertRegex(said, re.compile(text, re.MULTILINE))
-                self.assertEqual(bool(done.stderr), status != "0" or "warning" in text, done.stderr)
+        self.check_rows("commands.rows", lambda name: set_device({**self.description, "functions": {name: {"rc": -1}}}))
         driver = pathlib.Path("/tmp/vesk-sim.log").read_text()
         self.assertEqual(re.findall(r"AclMac.* operation=(\d)", driver), ["0", "1"])  # block, unblock
 
@@ -110,6 +100,10 @@ class Stopped(World):
         for line, process, text in zip(silent, running, said):
             self.assertEqual(process.returncode, 1, line)
             self.assertIn("doesn't answer", text, line)
+        eventually(lambda: run("version").returncode == 0)
+        self.daemon.send_signal(signal.SIGSTOP)
+        self.assertEqual(run("version").stderr, "veskctl: vesk didn't answer in time\n")
+        self.daemon.send_signal(signal.SIGCONT)
 
     def test_what_runs_on_ends_at_a_signal(self):
         for line, signum in (("status --watch", signal.SIGTERM), ("watch", signal.SIGINT),
@@ -127,6 +121,7 @@ class Stopped(World):
                 self.assertIn(process.wait(PATIENCE), (0, 1, -signum))
                 self.assertLess(time.monotonic() - begin, 3)
                 self.broker.send_signal(signal.SIGCONT)
+                self.assertNotIn("interrupted", shows.read_text())
         eventually(lambda: run("version").returncode == 0)
 
 

@@ -11,7 +11,8 @@ import tempfile
 import time
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parents[1]
 PATIENCE = 60  # seconds for what has to happen, however slow the machine is
 CONFIG = """VESK_SCAN_24G_INTERVAL={0}
 VESK_SCAN_5GA_INTERVAL={0}
@@ -23,6 +24,7 @@ VESK_UPDATE_CLIENTS_INTERVAL=1
 EVIL = "<b>&\"Gast\"</b>'"
 PHONE = {"mac": "02:5e:70:00:00:01", "rssi": -58, "tx": 72, "rx": 65, "time": 412, "11k": True}
 SHY = {"mac": "02:5e:70:00:00:02", "rssi": 0, "time": 7300}  # its level isn't known
+MESH = {"mac": "02:1a:20:00:00:2a", "rssi": -65, "tx": 1200, "rx": 1080, "time": 31, "11v": True}
 
 
 def figures(channel, util, noise):
@@ -30,14 +32,18 @@ def figures(channel, util, noise):
 
 
 def device(stations=(PHONE, SHY)):
+    """What the files of the folder shown/ and device.rows are about. Nothing of it moves."""
+    workshop = {"channel": 52, "bssid": "02:c1:52:00:00:01", "ssid": "Werk\\statt", "rssi": -80}
     return {"radios": [
-        {"channel": 6, "channels": [figures(1, 72, -91), figures(6, 12, -95), figures(11, 41, -300)],
+        {"channel": 6, "channels": [figures(1, 72, -91), figures(6, 12, -95), figures(11, 41, -300)], "excluded": [11],
+         "counters": list(range(10, 26)),
          "neighbors": [{"channel": 1, "bssid": "02:c0:01:00:00:01", "ssid": EVIL, "rssi": -61},
                        {"channel": 11, "bssid": "02:c0:11:00:00:01", "ssid": "", "rssi": 0}],
-         "vaps": [{"name": "ath0", "ssid": "Café & Co", "stations": list(stations)}]},
-        {"channel": 36, "channels": [figures(36, 15, -90), figures(52, 3, -97)], "nol": [52],
-         "neighbors": [{"channel": 52, "bssid": "02:c1:52:00:00:01", "ssid": "Werkstatt", "rssi": -80}],
-         "vaps": [{"name": "ath10", "stations": []}]}]}
+         "vaps": [{"name": "ath0", "ssid": "Café & Co", "stations": list(stations), "counters": list(range(30, 46))},
+                  {"name": "ath1", "status": 0}]},
+        {"channel": 36, "channels": [figures(36, 15, -90), figures(52, 3, -97)], "nol": [52], "noise": 0,
+         "neighbors": [workshop, workshop],  # the driver lists it twice
+         "vaps": [{"name": "ath10", "stations": []}, {"name": "ath11", "stations": [MESH]}]}]}
 
 
 def set_device(description):
@@ -98,7 +104,38 @@ def start_daemon(first_scan=3, description=None):
     return daemon
 
 
-class World(unittest.TestCase):
+def still(text):
+    """The text without what differs from run to run: times, the style sheet, counters that nobody gave."""
+    text = re.sub(r"<style>.*?</style>|vesk_\w+_statistic_total\{(?!radio=.wifi0|ifname=.ath0)[^\n]*\n", "", text, flags=re.S)
+    text = re.sub(r"(?<![\w:])(\d{4}-\d\d-\d\d )?\d\d:\d\d:\d\d(?![\w:])|\b1\d{9}(\.\d+)?\b", "TIME", text)
+    return text.replace("><", ">\n<")
+
+
+class Rows(unittest.TestCase):
+    maxDiff = None
+
+    def check_rows(self, name, fail=None):
+        """Runs a file of rows: words behind veskctl (and what is to stand in the environment), exit status, and what has
+        to be found in what it prints: a regular expression, after ! one that mustn't be, after = the file it is."""
+        for words, status, text in re.findall(r"^(?!#)(.+?) \| (\d) \| ?(.*)$", (HERE / name).read_text(), re.MULTILINE):
+            if words.startswith("FAIL:"):
+                fail(words[5:])
+                continue
+            with self.subTest(f"{name}: {words}"):
+                settings = dict(word.split("=") for word in words.split() if re.match("[A-Z_]+=", word))
+                done = run(*words.split()[len(settings):], **settings)
+                said = done.stdout + done.stderr
+                self.assertEqual(done.returncode, int(status), said)
+                self.assertEqual(bool(done.stderr), status != "0" or "warning" in text, done.stderr)
+                if text.startswith("="):
+                    self.assertEqual(still(said), (HERE / "shown" / text[1:]).read_text())
+                elif text.startswith("!"):
+                    self.assertNotRegex(said, re.compile(text[1:], re.MULTILINE))
+                else:
+                    self.assertRegex(said, re.compile(text, re.MULTILINE))
+
+
+class World(Rows):
     """Broker and daemon for all tests of a class."""
     first_scan, description = 3, None
 
@@ -118,7 +155,7 @@ def browse(page, dark):
     """What a check page finds in the page at both widths: nothing that overflows, is cut off or lies outside."""
     folder = pathlib.Path(tempfile.mkdtemp())
     (folder / "page.html").write_text(page)
-    shutil.copy(pathlib.Path(__file__).parent / "check.html", folder)
+    shutil.copy(HERE / "check.html", folder)
     done = subprocess.run(
         ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
