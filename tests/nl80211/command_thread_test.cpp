@@ -12,9 +12,6 @@
 
 namespace {
 
-/** A text of one word: "_" is a blank. */
-std::string plain(const std::string &word) { return replaced(spoken(word), "_", " "); }
-
 template <class Number>
 Number number_of(const std::string &digits) {
     return static_cast<Number>(std::stol(digits, nullptr, 0));
@@ -116,7 +113,7 @@ int connect(const Texts &words) {
     return rilk_setBstaAutoConnect(&wish);
 }
 
-const std::map<std::string, int (*)(const Texts &words)> calls = {
+const std::map<std::string, Talk::Call> calls = {
     { "rilk_sendBeaconReq",
       [](const Texts &words) {
           const RilkBeaconReq req = beacon_to(words);
@@ -151,8 +148,7 @@ const std::map<std::string, int (*)(const Texts &words)> calls = {
 };
 
 struct Command : Talk {
-    bool isLogNamed = true; // by a step, since the last call
-    int vlanError = 0;      // of the kernel
+    int vlanError = 0; // of the kernel
 
     Command() {
         rilk_initDriver();
@@ -183,30 +179,9 @@ struct Command : Talk {
         add_steps();
     }
 
-    void begin(const std::string &) { clock_advance(60000); } // what was under way is over
-    void end() {
-        hear_nothing();
-        EXPECT_TRUE(isLogNamed || fresh().empty()) << fresh();
-    }
-    /** ARGUMENTS -> STATUS */
-    void call(int (*function)(const Texts &words), const std::string &rest) {
-        const auto [arguments, status] = halves(rest, "->");
-        end();
-        forget_log();
-        isLogNamed = false;
-        EXPECT_EQ(std::to_string(function(split(arguments))), status) << fresh();
-    }
     void add_steps() {
-        verbs["leaves"] = [](Peer &peer, const std::string &command) {
-            peer.socket->say(command, FakeHostapd::silence);
-        };
         verbs["takes"] = [](Peer &peer, const std::string &ms) { peer.socket->slow = std::stoi(ms); };
-        for (const auto &[name, function] : calls)
-            steps[name] = [=, this](const std::string &rest) { call(function, rest); };
-        const auto logged = steps.at("logged");
-        steps["logged"] = [=, this](const std::string &text) { isLogNamed = true, logged(text); };
-        steps["unlogged"] = [this](const std::string &text) { EXPECT_FALSE(World::logged(quoted(text))) << log; };
-        steps["patience"] = [](const std::string &ms) { radio::ctrl_set_patience(std::stoi(ms)); };
+        add_calls(calls);
         steps["backhaul-ends"] = [](const std::string &) { radio::backhaul_wait(); };
         steps["heard"] = [](const std::string &) { // a network of the last scan, on channel 44 with 802.11be
             radio::LocalList<radio::Bss> networks;

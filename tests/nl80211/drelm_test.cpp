@@ -167,10 +167,7 @@ struct Events : Talk {
 
     /** `before` is a step that stands before the program. */
     void begin(const std::string &before) {
-        drelm_end(*drelm);
-        device_forget();
         sent.clear();
-        interfaces = places;
         if (!before.empty()) step(before);
         drelm_begin(*drelm, note);
         drelm_turn(*drelm, 0);
