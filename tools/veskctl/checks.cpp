@@ -110,9 +110,10 @@ bool wait_until(int limitMs, const std::function<bool()> &isSo)
 {
     const bool isTerminal = isatty(STDERR_FILENO) != 0;
     const int64_t begin = monotonic_ms();
-    int64_t dots = 0;
+    int64_t asked = begin, dots = 0;
     bool is = isSo();
-    while (!is && monotonic_ms() < begin + limitMs && sleep_until_stop(askMs)) {
+    while (!is && asked < begin + limitMs && sleep_until_stop(askMs)) {
+        asked = monotonic_ms(); // an answer can take longer than the time that is left
         is = isSo();
         for (; isTerminal && dots < (monotonic_ms() - begin) / dotMs; dots++)
             fputc('.', stderr);

@@ -25,6 +25,6 @@ std::vector<uint8_t> need_hex(const std::string &text, const char *what);
 /** The value of a name or number, or wrong usage. */
 int need_name(std::span<const ValueName> names, const std::string &word, const char *what);
 
-/** Asks `isSo`, which may use the bus, four times a second until it answers true or the time is over; prints
- * a dot a second on a terminal. What it answered last. */
+/** Asks `isSo`, which may use the bus, four times a second until it answers true or was asked when the
+ * time was over; prints a dot a second on a terminal. What it answered last. */
 bool wait_until(int limitMs, const std::function<bool()> &isSo);
