@@ -136,13 +136,18 @@ struct Talk : World {
         { "logged",
           [this](const std::string &text) {
               isLogNamed = true;
-              EXPECT_NE(fresh().find(quoted(text)), std::string::npos) << log;
+              EXPECT_TRUE(fresh().find(quoted(text)) != std::string::npos) << log;
           } },
         { "unlogged", [this](const std::string &text) { EXPECT_FALSE(logged(quoted(text))) << log; } },
         { "file", // PATH TEXT
           [this](const std::string &rest) {
               const auto [path, content] = word(rest);
               put(path, replaced(content, "\\n", "\n")); // JSON has braces
+          } },
+        { "link", // PATH TARGET, both below the root
+          [this](const std::string &rest) {
+              const auto [path, target] = word(rest);
+              link(path, root + target);
           } },
         { "remove", [this](const std::string &path) { World::remove(path); } },
     };
