@@ -41,7 +41,8 @@ inline std::pair<std::string, std::string> halves(const std::string &step, const
     const size_t at = step.find(sign);
     if (at == std::string::npos) return { step, "" };
     const size_t behind = at + sign.size();
-    return { step.substr(0, step.find_last_not_of(' ', at - 1) + 1), step.substr(std::min(step.size(), behind + 1)) };
+    const std::string before = step.substr(0, at);
+    return { before.substr(0, before.find_last_not_of(' ') + 1), step.substr(std::min(step.size(), behind + 1)) };
 }
 
 /** A case: its steps by their lines, and the rows of its table, the first of which names the columns. */
