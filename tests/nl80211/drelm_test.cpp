@@ -14,24 +14,20 @@ namespace {
 
 Texts sent;
 
-struct Kind {
-    const char *name;
-    size_t size;
-};
-const Kind kinds[] = { {},
-                       { "probe", 27 },
-                       {},
-                       { "join", 621 },
-                       { "leave", 22 },
-                       { "channel", 84 },
-                       { "cac", 6 },
-                       { "radar", 6 },
-                       { "btm-query", 282 },
-                       { "btm-response", 296 },
-                       { "beacon-report", 281 },
-                       { "wps", 28 },
-                       { "map-r2", 25 },
-                       { "disassociated", 24 } };
+const std::pair<const char *, size_t> kinds[] = { {},
+                                                  { "probe", 27 },
+                                                  {},
+                                                  { "join", 621 },
+                                                  { "leave", 22 },
+                                                  { "channel", 84 },
+                                                  { "cac", 6 },
+                                                  { "radar", 6 },
+                                                  { "btm-query", 282 },
+                                                  { "btm-response", 296 },
+                                                  { "beacon-report", 281 },
+                                                  { "wps", 28 },
+                                                  { "map-r2", 25 },
+                                                  { "disassociated", 24 } };
 
 template <class Record>
 Record record_of(const uint8_t *body) {
@@ -40,32 +36,32 @@ Record record_of(const uint8_t *body) {
     return record;
 }
 
-std::string join_text(const VeskClientJoinEvent &event) {
+/** MAC, level, class, BSSID, request, abilities */
+std::string text_of(const VeskClientJoinEvent &event) {
     const VeskClientJoin &join = event.join;
-    return hex(join.mac_addr, 6) + " " + std::to_string(join.rssi) + " " + std::to_string(join.opClass) + " " +
-           hex(join.bssid, 6) + " " + (join.assoc_req_len ? hex(join.assoc_req, join.assoc_req_len) : "-") + " " +
-           hex(event.cap, 2);
+    std::ostringstream text;
+    text << hex(join.mac_addr, 6) << " " << int{ join.rssi } << " " << +join.opClass << " " << hex(join.bssid, 6) << " "
+         << (join.assoc_req_len ? hex(join.assoc_req, join.assoc_req_len) : "-") << " " << hex(event.cap, 2);
+    return text.str();
 }
 
-std::string change_text(const VeskChChange &event) {
-    const auto end = [](int channel, int width, int opClass, const char *modes, float power) {
-        std::ostringstream text;
-        text << channel << " " << width << " " << opClass << " " << modes << " " << power;
-        return text.str();
-    };
-    return std::to_string(event.reason) + " " + std::to_string(event.radioId) + ": " +
-           end(event.oldCh, event.oldBw, event.oldOpClass, event.oldHwMode, event.oldTxPower) + " -> " +
-           end(event.newCh, event.newBw, event.newOpClass, event.newHwMode, event.newTxPower) + ", " +
-           std::to_string(event.interfaceIndex);
+/** Reason and band word: channel, width, class, modes and dBm before -> the same behind, band word */
+std::string text_of(const VeskChChange &event) {
+    std::ostringstream text;
+    text << +event.reason << " " << +event.radioId << ": " << +event.oldCh << " " << +event.oldBw << " "
+         << +event.oldOpClass << " " << event.oldHwMode << " " << float{ event.oldTxPower } << " -> " << +event.newCh
+         << " " << +event.newBw << " " << +event.newOpClass << " " << event.newHwMode << " "
+         << float{ event.newTxPower } << ", " << int{ event.interfaceIndex };
+    return text.str();
 }
 
 /** "NAME INTERFACE BYTES", the bytes from behind the body's own name on, without the zeros at their end. */
 std::string describe(const VeskEventHeader &header, const uint8_t *body, size_t size) {
     const uint32_t id = header.eventId;
-    if (id >= std::size(kinds) || kinds[id].size != size) return "wrong size";
-    const std::string text = std::string(kinds[id].name) + " " + header.ifName + " ";
-    if (id == VESK_EVENT_CLIENT_JOIN) return text + join_text(record_of<VeskClientJoinEvent>(body));
-    if (id == VESK_EVENT_CH_CHANGE) return text + change_text(record_of<VeskChChange>(body));
+    if (id >= std::size(kinds) || kinds[id].second != size) return "wrong size";
+    const std::string text = std::string(kinds[id].first) + " " + header.ifName + " ";
+    if (id == VESK_EVENT_CLIENT_JOIN) return text + text_of(record_of<VeskClientJoinEvent>(body));
+    if (id == VESK_EVENT_CH_CHANGE) return text + text_of(record_of<VeskChChange>(body));
     std::string bytes = hex(body + (size > 6 ? 16 : 0), size - (size > 6 ? 16 : 0));
     bytes.resize((bytes.find_last_not_of('0') + 2) / 2 * 2, '0');
     return text + bytes;
@@ -108,6 +104,7 @@ struct Events : Talk {
     bool isOpen = false; // something was said whose effect wasn't waited for
 
     Events() {
+        clock_stop();
         kernel.on(NL80211_CMD_GET_INTERFACE, [this](const Asked &) { return Reply{ messages() }; });
         kernel.on(NL80211_CMD_GET_STATION, [this](const Asked &asked) {
             Reply reply;
@@ -153,13 +150,13 @@ struct Events : Talk {
             return peer.ifName[0] == '\0' || mute.contains(peer.ifName) || (peer.fd >= 0 && peer.step == Step::none);
         });
     }
-    /** All that was said before has had its effect. */
-    void settle() {
+    /** All that was said before has had its effect, and so many milliseconds have passed. */
+    void settle(int ms) {
         EXPECT_TRUE(peers.at("wlan0").socket->tell("<3>WPS-REG-SUCCESS 02:ee:ee:ee:ee:ee end"));
         const auto end = [] { return std::find(sent.begin(), sent.end(), "wps wlan0 02eeeeeeeeee" + bssid); };
         EXPECT_TRUE(until([&] { return end() != sent.end(); }));
         if (end() != sent.end()) sent.erase(end());
-        clock_advance(1100);
+        clock_advance(ms);
         drelm_turn(*drelm, 0);
         EXPECT_TRUE(until([&] { return is_quiet(); }));
         isOpen = false;
@@ -175,11 +172,12 @@ struct Events : Talk {
         for (auto &[name, peer] : peers) peer.heard = peer.socket->commands().size();
     }
     void end() {
+        isOpen = true;
         send("nothing");
         hear_nothing();
     }
     void send(const std::string &wanted) {
-        if (isOpen || wanted == "nothing") settle();
+        if (isOpen) settle(1100);
         const std::string got = sent.empty() ? "nothing" : sent.front();
         if (!sent.empty()) sent.erase(sent.begin());
         EXPECT_EQ(got, spoken(wanted));
@@ -252,6 +250,7 @@ struct Events : Talk {
         };
         verbs["drops"] = [this](Peer &peer, const std::string &) { drop(*peer.socket); };
         steps["sends"] = [this](const std::string &rest) { send(rest); };
+        steps["soon"] = [this](const std::string &rest) { settle(20), Talk::step(rest); };
         steps["stations"] = [this](const std::string &rest) { associate(split(rest)); };
         steps["interface"] = [this](const std::string &rest) { move(split(rest)); };
         steps["monitor"] = [this](const std::string &rest) {
@@ -324,7 +323,8 @@ TEST(Events, AStormOfJoins) {
         is = !is;
     }
     sent.clear();
-    e.send("nothing");
+    e.settle(1100);
+    EXPECT_EQ(sent, Texts{});
     EXPECT_GE(hostapd.commands().size(), 9u) << "attached again, twice at least";
 }
 
