@@ -118,6 +118,7 @@ class Moving(World):
         for statement in rested:
             self.assertEqual(statement["line"], log[statement["number"] - 1].strip())
         eventually(lambda: "vesk_scan_age_seconds" in veskctl("metrics"))
+        pathlib.Path("/tmp/vesk_ready").unlink(missing_ok=True)
         self.check_rows("scanned.rows")
         show_device(device(), "stations", PHONE["mac"])
 
@@ -138,7 +139,7 @@ class Moving(World):
 class Crowded(World):
     def test_crowded_page_keeps_its_shape(self):
         wide = device(stations=[])
-        wide["radios"][0].update(channels=[], neighbors=[], status=0)
+        wide["radios"][0].update(channels=[], neighbors=[], status=0, acs=0)
         wide["radios"][0]["vaps"][0]["ssid"] = "M" * 32
         wide["radios"][1]["neighbors"] = [
             {"channel": (36, 52)[i % 2], "bssid": f"02:c1:00:00:00:{i:02x}", "rssi": -25 - i % 70,
@@ -266,7 +267,7 @@ class Logs(Rows):
             log.write_text("".join(written(row) + "\n" for row in rows)) if rows != ["no log"] else log.unlink()
             text = run("explain", *words.split(), "--log", str(log)).stdout
             for line in lines:
-                expected = re.sub(r"@(\d+)", lambda m: clock("%H:%M:%S", -int(m[1])), line[2:])
+                expected = re.sub(r"@(-?\d+)", lambda m: clock("%H:%M:%S", -int(m[1])), line[2:])
                 with self.subTest(f"{question}: {line}"):
                     if line[:2] in ("+ ", "- "):
                         (self.assertIn if line[0] == "+" else self.assertNotIn)(expected, text)

@@ -20,6 +20,7 @@ VESK_SCAN_FIRST_INTERVAL={1}
 VESK_SCAN_CONFIG=1
 VESK_LOG_LEVEL=6
 VESK_UPDATE_CLIENTS_INTERVAL=1
+VESK_CH_CHANGE_INTERVAL=1
 """
 EVIL = "<b>&\"Gast\"</b>'"
 PHONE = {"mac": "02:5e:70:00:00:01", "rssi": -58, "tx": 72, "rx": 65, "time": 412, "11k": True}

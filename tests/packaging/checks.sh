@@ -8,6 +8,7 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 PATH=$build:$PATH
 
+rows() { grep -vE '^(#|$)' "$checkout/tests/packaging/$1"; } # the rows of a table
 wrong() { echo "$*" >&2; exit 1; }
 
 same() { # WHAT FILE FILE

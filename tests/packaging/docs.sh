@@ -23,13 +23,7 @@ same 'the daemon knows other signals than the description' "$scratch/spoken" "$s
 said() { jq -r "$1" "$scratch/api.json"; }
 while read -r question answer; do
     [ "$(said "$question")" = "$answer" ] || wrong "$question: $(said "$question") instead of $answer"
-done <<'TABLE'
-.methods[]|select(.name=="getChannel").example.resultBytes 2c00000002000000
-.methods[]|select(.name=="setBlockClient").example.argumentBytes 00000000025e700000010000
-.methods[]|select(.name=="getScanStatus").example.resultBytes 01
-.signals[]|select(.name|endswith("MapR2AssocResp")).example.bytes 6170636c696930000000000000000000021a200000210a0005
-.records[]|select(.name=="WireStation").fields[]|select(.name=="stats").offset 152
-TABLE
+done < <(rows api.rows)
 
 for page in docs/*.[18]; do
     mandoc -T lint -W warning "$page" || wrong "$page"
@@ -55,13 +49,4 @@ same 'the completion offers other commands' "$scratch/commands" "$scratch/comple
 while IFS='|' read -r words expected; do
     read -ra line <<<"$words"
     [ "$(complete_words "${line[@]/#_/}" | xargs)" = "$expected" ] || wrong "completion of: $words"
-done <<'TABLE'
-backhaul _|info credential auto
-backhaul auto 5 _|on off
-channel 5 set 44 1|160
---json log _|level to
-stats --int|--interval
-channel 5 _|set
-call setB|setBstaAutoConnect setBeaconRequest setBTMRequest setBlockClient
-no-such-command _|
-TABLE
+done < <(rows completion.rows)

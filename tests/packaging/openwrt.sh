@@ -39,10 +39,7 @@ fi
 while read -r socket link; do
     "$checkout/scripts/private-root" --build "$build" "$checkout/tests/packaging/openwrt.sh" "$build" "$socket" "$link" ||
         wrong "a bus at $socket"
-done <<'TABLE'
-/run/ubus/ubus.sock ubus/ubus.sock
-/run/ubus.sock
-TABLE
+done < <(rows sockets.rows)
 
 shellcheck -s dash files/vesk.init || wrong 'shellcheck'
 
@@ -55,13 +52,7 @@ asked_by start_service >"$scratch/asked"
 [ "$(tail -n 1 "$scratch/asked")" = procd_close_instance ] || wrong 'the instance stays open'
 while read -r line; do
     grep -qxF -- "$line" "$scratch/asked" || wrong "the init script doesn't ask for: $line"
-done <<'TABLE'
-procd_set_param command /usr/sbin/vesk
-procd_set_param respawn 3600 5 0
-procd_set_param stderr 1
-procd_set_param no_new_privs 1
-procd_add_jail_mount_rw /tmp /configs /var/run
-TABLE
+done < <(rows procd.rows)
 [ "$(asked_by 'service_triggers; reload_service')" = 'procd_add_reload_trigger wireless
 ubus send tamlo.pelk.vesk.notifyWlanChange { "payload": 1 }' ] || wrong 'a changed Wi-Fi configuration is not announced'
 
@@ -69,13 +60,7 @@ ubus send tamlo.pelk.vesk.notifyWlanChange { "payload": 1 }' ] || wrong 'a chang
 queries=$(vesk-apidoc --json | jq -c '[.methods[].name | select(startswith("get"))] | sort')
 while read -r file condition; do
     jq -e --argjson queries "$queries" "$condition" "files/$file" >/dev/null || wrong "packaging/openwrt/vesk/files/$file: not $condition"
-done <<'TABLE'
-vesk.acl.json ."vesk-read".read.ubus."tamlo.pelk.vesk" | sort == $queries
-ubus-vesk-read.json .access."tamlo.pelk.vesk".methods | sort == $queries
-vesk.acl.json ."vesk-read" | has("write") | not
-vesk.acl.json ."vesk-full" | [.read, .write] | all(.ubus."tamlo.pelk.vesk" == ["*"])
-ubus-vesk-full.json .access."tamlo.pelk.vesk".methods == ["*"]
-TABLE
+done < <(rows roles.rows)
 
 # The install rules of the Makefile against an installed build.
 DESTDIR=$scratch/installed cmake --install "$build" --prefix /usr >/dev/null
@@ -90,17 +75,7 @@ while read -r file; do
 done < <(find "$build" "$scratch/installed" -path '*/CMakeFiles' -prune -o -type f \( -perm -100 -o -name '*.so' \) -print)
 mkdir "$scratch/include"
 touch "$scratch/include/rules.mk" "$scratch/include/cmake.mk"
-cat >"$scratch/include/package.mk" <<'STUB'
-INSTALL_DIR := mkdir -p
-INSTALL_BIN := install -m 755
-INSTALL_DATA := install -m 644
-CP := cp
-PKG_INSTALL_DIR := $(SCRATCH)/installed
-define BuildPackage
-$(1):
-	$(call Package/$(1)/install,$(SCRATCH)/root)
-endef
-STUB
+cp "$checkout/tests/packaging/package.mk" "$scratch/include/"
 make -s TOPDIR="$scratch/include" INCLUDE_DIR="$scratch/include" SCRATCH="$scratch" vesk vesk-bus veskctl vesk-sim
 for path in usr/sbin/vesk usr/bin/veskctl etc/init.d/vesk usr/share/rpcd/acl.d/vesk.json usr/sbin/run_drelm.sh usr/lib/vesk/librilk.so usr/lib/vesk/libvesk_ubus.so; do
     [ -e "$scratch/root/$path" ] || wrong "the package lacks $path"
