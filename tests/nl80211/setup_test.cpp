@@ -11,7 +11,7 @@ namespace {
 
 const char file24[] = "interface=wlan0\nctrl_interface=/run/hostapd\nhw_mode=g\nbss=wlan0b\n"
                       "ctrl_interface=/run/hostapd\n";
-const char file5[] = "interface=wlan1\nctrl_interface=DIR=/run/ap GROUP=wheel\nhw_mode=a\n# bss=off\n";
+const char file5[] = "interface=wlan1\nctrl_interface=DIR=/run/ap GROUP=wheel\nhw_mode=a\n#bss=off\n";
 
 /** A value by its keys and positions, "Wifi 1 HT40MHz". */
 std::string value(const Json &json, const std::string &keys) {
@@ -20,6 +20,23 @@ std::string value(const Json &json, const std::string &keys) {
         at = isdigit(key[0]) && cJSON_IsArray(at) ? cJSON_GetArrayItem(at, atoi(key.c_str()))
                                                   : cJSON_GetObjectItemCaseSensitive(at, key.c_str());
     return at ? json_line(at) : "nothing";
+}
+
+/** Two more pieces of the wiphy's recording that mustn't count: a station's 802.11ax, and 802.11ac at 2.4 GHz. */
+std::vector<Blob> wiphy_with_more() {
+    const auto piece = [](int wiphy, int band, const Blob &values) {
+        return join({ number(NL80211_ATTR_WIPHY, wiphy), nest(NL80211_ATTR_WIPHY_BANDS, { nest(band, { values }) }) });
+    };
+    const Blob all(12, 0xff), maps = { 0xfa, 0xff, 0, 0, 0xfa, 0xff, 0, 0 };
+    const Blob kind = nest(1, { nest(NL80211_BAND_IFTYPE_ATTR_IFTYPES, { flag(NL80211_IFTYPE_STATION) }),
+                                attribute(NL80211_BAND_IFTYPE_ATTR_HE_CAP_PHY, all.data(), 11),
+                                attribute(NL80211_BAND_IFTYPE_ATTR_HE_CAP_MCS_SET, all.data(), all.size()) });
+    const Blob vht = join({ attribute(NL80211_BAND_ATTR_VHT_MCS_SET, maps.data(), maps.size()),
+                            number<uint32_t>(NL80211_BAND_ATTR_VHT_CAPA, 0x20) });
+    auto pieces = recorded("wiphy");
+    pieces.push_back(piece(1, NL80211_BAND_5GHZ, nest(NL80211_BAND_ATTR_IFTYPE_DATA, { kind })));
+    pieces.push_back(piece(0, NL80211_BAND_2GHZ, vht));
+    return pieces;
 }
 
 /** A whole access point: nothing is missing but where a row takes it away. */
@@ -45,7 +62,11 @@ struct Machine : Talk {
             put("/sys/class/net/" + std::string(port) + "/device/vendor", "");
             put("/sys/class/net/" + std::string(port) + "/type", "1\n");
         }
+        put("/sys/class/net/can0/device/vendor", "");
+        put("/sys/class/net/can0/type", "280\n");
         put("/tmp/sysinfo/model", "Gateway\n");
+        put("/sys/class/dmi/id/product_name", "Board\n");
+        kernel.on(NL80211_CMD_GET_WIPHY, { wiphy_with_more() });
         for (const auto &[name, folder] :
              { std::pair("wlan0", "/run/hostapd"), { "wlan0b", "/run/hostapd" }, { "wlan1", "/run/ap" } })
             add_peer(name, folder, { { "BSS_TM_REQ", "FAIL\n" } });
@@ -86,6 +107,10 @@ struct Machine : Talk {
 
     void add_steps() {
         steps["interface"] = [this](const std::string &rest) { add_interface(rest); };
+        steps["arguments"] = [this](const std::string &rest) { // PID WORDS
+            const auto [process, words] = word(rest);
+            put("/proc/" + process + "/cmdline", replaced(words, " ", std::string(1, '\0')) + '\0');
+        };
         steps["country"] = [this](const std::string &code) {
             kernel.on(NL80211_CMD_GET_REG, { { ::text(NL80211_ATTR_REG_ALPHA2, code) } });
         };
