@@ -104,7 +104,6 @@ struct Events : Talk {
     bool isOpen = false; // something was said whose effect wasn't waited for
 
     Events() {
-        clock_stop();
         kernel.on(NL80211_CMD_GET_INTERFACE, [this](const Asked &) { return Reply{ messages() }; });
         kernel.on(NL80211_CMD_GET_STATION, [this](const Asked &asked) {
             Reply reply;

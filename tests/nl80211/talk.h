@@ -41,6 +41,7 @@ struct Talk : World {
         void start(const Replies &with) { heard = 0, socket.emplace(path, with); }
     };
 
+    Talk() { clock_stop(); }
     void TestBody() override {}
     void add_peer(const std::string &name, const std::string &folder, const Replies &replies) {
         Peer &peer = peers[name];
