@@ -4,6 +4,7 @@
 #include <functional>
 #include <sstream>
 
+#include "tests/radio/script.h"
 #include "tests/radio/table.h"
 
 namespace {
@@ -266,11 +267,6 @@ std::string differences(const std::string &command) {
     return last;
 }
 
-int lines_in(const char *file, const std::string &part) {
-    return atoi(sh("grep -c -F '" + part + "' " + file).c_str());
-}
-int lines_with(const std::string &part) { return lines_in("/tmp/vesk.log", part); }
-
 /** Moments of the start, in ms of virtual time since the daemon's, by its log. */
 struct Device : testing::Test {
     static inline int64_t ready, begun[2], done[2];
@@ -351,48 +347,6 @@ TEST_F(Device, RealRadiosTakeLittleMemory) { // after all that was read above
     EXPECT_LE(resident() - simulatedKiB, 400);
 }
 
-/** A command of veskctl, what it answers, and whether it took effect on the other side. */
-struct Order {
-    const char *command, *answer; // an expression
-    bool (*seen)();
-};
-const Order orders[] = {
-    { "channel 0 set 1", "channel 1", [] { return info("wlan0").find("channel 1 ") != std::string::npos; } },
-    { "channel 0 set 6", "channel 6", [] { return info("wlan0").find("channel 6 ") != std::string::npos; } },
-    // What the library refuses, the caller of the next request is told.
-    { "call setChannel band=3 data=3c00000000000000", "\"return\":\\s0",
-      [] { return lines_with(" Set radio cur bandwidth error !!! ") == 1; } },
-    { "call setChannel band=3 data=2400000002000000", "\"return\":\\s-1",
-      [] { return lines_with(" Set the same channel return !") == 1; } },
-    { "vendor-ie add wlan0 3 --oui 00:11:22 --data 3344", "dd050011223344",
-      [] {
-          return sh("iw dev wlan3 scan -u freq 2437 flush passive").find("OUI 00:11:22, data: 33 44") !=
-                 std::string::npos;
-      } },
-    { "vendor-ie add wlan0 8 --oui 00:11:22 --data 3344", "-1",
-      [] { return lines_in("/tmp/vesk.err", "frames are a sum of 1, 2 and 4, not 8") == 1; } },
-    { "beacon-request wlan0 02:00:00:00:02:00 --op-class 81 --channel 1", "sent",
-      [] { return sh("grep -c BEACON-RESP-RX /tmp/hostapd.log") != "0\n"; } },
-    { "btm-request wlan0 02:00:00:00:02:00 --mode 4 --target 02:00:00:00:01:00", "sent",
-      [] { return sh("grep -c 'WNM: Disassociation Imminent' /tmp/phone.log") != "0\n"; } },
-    { "block wlan0 02:00:00:00:02:00", "", [] { return stations_of("wlan0").empty(); } },
-    { "unblock wlan0 02:00:00:00:02:00", "", [] { return hostapd("wlan0", "deny_acl SHOW").empty(); } },
-    { "backhaul credential 0 bsta0 Haus --key-file /tmp/key", "",
-      [] { return supplicant("bsta0", "list_networks").find("Haus") != std::string::npos; } },
-};
-
-TEST_F(Device, CommandsReachTheRadios) {
-    sh("echo hinterm Haus >/tmp/key; wpa_supplicant -B -P /run/bsta.pid -i bsta0 -c /etc/radio/agent.conf");
-    const Joined telephone("wlan2", LINDENHOF_24);
-    EXPECT_EQ(differences("stations"), ""); // veskctl looks the station up
-    for (const Order &order : orders) {
-        SCOPED_TRACE(order.command);
-        const std::string answer = sh(std::string("veskctl ") + order.command);
-        EXPECT_NE(find(answer, order.answer), order.answer[0] ? "" : "-") << answer;
-        EXPECT_TRUE(within(10s, order.seen)) << answer << sh("tail -n 5 /tmp/vesk.log /tmp/vesk.err");
-    }
-    EXPECT_EQ(sh("grep -c 'hinterm Haus' /tmp/vesk.err"), "0\n") << "a key";
-    sh("veskctl vendor-ie del wlan0 3 --oui 00:11:22 --data 3344; kill $(cat /run/bsta.pid)");
-}
+[[maybe_unused]] const bool isReady = add_tests<Device>("Device", "daemon.rows");
 
 } // namespace

@@ -1,12 +1,18 @@
 // The radio tests, or with --shell a shell (running a script) where they would stand, or with --crowd stations on an
 // access point that stay. Runs as the guest's first program.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "tests/radio/crowd.h"
 #include "tests/radio/world.h"
 
 namespace {
 
 struct World : testing::Environment {
-    void SetUp() override { ASSERT_TRUE(start_world()) << sh("tail -n 60 /tmp/*.log"); }
+    void SetUp() override {
+        ASSERT_TRUE(start_world()) << sh("tail -n 60 /tmp/*.log");
+        dup2(open("/tmp/spoken", O_WRONLY | O_CREAT | O_APPEND, 0600), STDERR_FILENO); // the libraries' own log
+    }
 };
 
 } // namespace

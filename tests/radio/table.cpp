@@ -4,23 +4,6 @@
 #include <cstring>
 #include <sstream>
 
-void compare(const Row &row) {
-    const auto truths = [&] {
-        const Moment moment;
-        return map_each(row.names, row.truth);
-    };
-    const auto before = truths(), got = map_each(row.names, row.library), after = got == before ? got : truths();
-    for (size_t i = 0; i < got.size(); i++) {
-        if (got[i] != before[i] && got[i] != after[i])
-            ADD_FAILURE() << row.operation << " " << row.names[i] << "\n  says  " << got[i] << "\n  truth "
-                          << before[i];
-    }
-}
-
-std::string mac_text(const uint8_t *mac) {
-    return text("%02x:%02x:%02x:%02x:%02x:%02x", mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]);
-}
-
 std::string sys(const std::string &interface, const std::string &file) {
     return find(read_file("/sys/class/net/" + interface + "/" + file), "[^\n]*");
 }
@@ -47,15 +30,6 @@ std::string info(const std::string &interface) {
         if (each.name == interface) return each.info;
     }
     return "";
-}
-
-std::string access_points(const std::string &phy) {
-    std::vector<std::string> names;
-    for (const Interface &each : interfaces()) {
-        if (each.phy == phy && each.info.find("type AP\n") != std::string::npos) names.push_back(each.name);
-    }
-    std::ranges::sort(names);
-    return join_words(names);
 }
 
 std::string station_dumps(const std::string &bss) {

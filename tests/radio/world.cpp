@@ -7,7 +7,7 @@
 
 static std::string run(const std::string &command) {
     std::string text;
-    FILE *pipe = popen((command + " 2>&1").c_str(), "r");
+    FILE *pipe = popen((". /etc/radio/words.sh; " + command + " 2>&1").c_str(), "r");
     char part[4096];
     for (size_t length; pipe && (length = fread(part, 1, sizeof part, pipe)) > 0;) text.append(part, length);
     if (pipe) pclose(pipe);
@@ -81,7 +81,7 @@ bool start_world() {
     };
     static const Step steps[] = {
         { "regulatory domain", "iw reg set US", "iw reg get | grep -q 'country US' && echo yes" },
-        { "radios under test", HOSTAPD,
+        { "radios under test", "start_hostapd",
           "test -S /run/hostapd/wlan0s && test -S /run/hostapd/wlan1o && grep -q up /sys/class/net/wlan0/operstate &&"
           " grep -q up /sys/class/net/wlan1/operstate && echo yes" },
         { "backhaul station's interface", "iw phy phy0 interface add bsta0 type managed",

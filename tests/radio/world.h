@@ -34,7 +34,7 @@ auto of_moment(const std::string &name, Make make) {
     if (const auto at = known.find(name); at != known.end()) return at->second;
     return known.emplace(name, make()).first->second;
 }
-/** What a shell command prints on both streams. */
+/** What a shell command prints on both streams; it may use the words of words.sh. */
 std::string sh(const std::string &command);
 std::string read_file(const std::string &path);
 
@@ -66,9 +66,6 @@ struct Joined {
     Joined(const Joined &) = delete;
     Joined &operator=(const Joined &) = delete;
 };
-
-/** Starts hostapd on the radios under test. */
-#define HOSTAPD "hostapd -B -t -P /run/hostapd.pid -f /tmp/hostapd.log /etc/radio/access24.conf /etc/radio/access5.conf"
 
 /** Starts what the tests and the shell stand in. False, with a line on stderr, if something doesn't come up. */
 bool start_world();
