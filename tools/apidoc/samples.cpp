@@ -128,7 +128,9 @@ constexpr Text methods[] = {
     { "getChannel", "The channel and bandwidth that a radio runs on." },
     { "setChannel",
       "Asks for a channel and bandwidth; channel 0 leaves the channel, bandwidth 5 the bandwidth. "
-      "`return` tells how the radio's request before this one went." },
+      "`return` tells how the radio's request before this one went. What the radio was at when its channel "
+      "was polled last (every five seconds) isn't asked of the driver: a request back to it does nothing "
+      "before a poll has seen that the radio moved." },
     { "getEirp",
       "Answers for the radiated power, which the daemon doesn't know: the record's content means nothing." },
     { "setEirp", "Accepts a radiated power; nothing is done with it." },
