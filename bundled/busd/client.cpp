@@ -23,8 +23,10 @@ void watch(Client &client, int operation)
     epoll_event event = {};
     event.events = EPOLLIN | (client.blocked ? EPOLLOUT : 0u);
     event.data.ptr = &client;
-    if (epoll_ctl(broker().pollFd, operation, client.fd, &event) < 0)
-        client_doom(client); // nothing would be heard of it any more
+    if (epoll_ctl(broker().pollFd, operation, client.fd, &event) == 0)
+        return;
+    say_no_memory(client, "it is let go"); // nothing would be heard of it any more
+    client_doom(client);
 }
 
 // Bytes of the message at `data`; 0: not yet known; doomed client: it can't be one.
@@ -86,7 +88,7 @@ void continue_message(Client &client)
     Buffer *unread = client.unread;
     unread->used += static_cast<uint32_t>(
         receive(client, unread->bytes() + unread->used, unread->capacity - unread->used));
-    if (client.doomed || unread->used < unread->capacity)
+    if (unread->used < unread->capacity)
         return;
     if (message_length(client, unread->bytes(), unread->used) > unread->used) {
         keep_begin(client, unread->bytes(), unread->used);
@@ -108,8 +110,6 @@ void read_messages(Client &client)
 
 void flush(Client &client)
 {
-    if (client.doomed)
-        return;
     const Sent sent = queue_send(client.queue, client.fd);
     if (sent == Sent::failed) {
         client_doom(client);
@@ -196,7 +196,7 @@ void client_send(Client &client, OutMessage &out, Buffer *shared)
     OutQueue &queue = client.queue;
     const size_t length = headerLength + out.length;
     const bool direct = length >= longMessage && !shared;
-    if (queue.bytes && ((direct && !client.blocked) || queue.bytes + length > queueLimit))
+    if (queue.bytes && (direct || queue.bytes + length > queueLimit))
         flush(client);
     if (queue.bytes + length > queueLimit)
         client_doom(client);
@@ -253,8 +253,7 @@ void clients_settle()
         // By index: sending may doom a client, letting one go makes events for others.
         for (size_t i = 0; i < bus.dirty.size(); i++) {
             bus.dirty[i]->dirty = false;
-            if (!bus.dirty[i]->blocked)
-                flush(*bus.dirty[i]);
+            flush(*bus.dirty[i]);
         }
         bus.dirty.clear();
         if (bus.doomed.empty())

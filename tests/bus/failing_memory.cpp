@@ -1,6 +1,8 @@
 // Linked into a program: its allocations are counted, and fail by a plan that it shares with the test.
+#include <errno.h>
 #include <new>
 #include <stdlib.h>
+#include <sys/epoll.h>
 #include <sys/mman.h>
 
 #include "tests/bus/failing_memory.h"
@@ -38,6 +40,12 @@ void __wrap_free(void *block) {
 }
 
 #ifdef VESK_FAILING_NEW
+extern "C" int __real_epoll_ctl(int fd, int operation, int watched, epoll_event *event);
+extern "C" int __wrap_epoll_ctl(int fd, int operation, int watched, epoll_event *event) {
+    if (operation != EPOLL_CTL_ADD || !fails()) return __real_epoll_ctl(fd, operation, watched, event);
+    errno = ENOMEM; // the kernel's own
+    return -1;
+}
 void *operator new(size_t size) {
     void *block = __wrap_malloc(size);
     return block ? block : throw std::bad_alloc();

@@ -117,6 +117,7 @@ std::optional<int> Wire::ask(const std::string &request) {
     data.clear();
     send(request);
     for (Message m = receive(); m.type != SILENCE; m = receive()) {
+        answering = m.type == UBUS_MSG_STATUS ? m.peer : 0;
         if (m.type == UBUS_MSG_STATUS)
             return m.get(UBUS_ATTR_STATUS) ? static_cast<int>(m.number(UBUS_ATTR_STATUS)) : -1;
         data.push_back(m);

@@ -100,6 +100,7 @@ struct Wire {
     // Sends, returns the status; DATA messages before it are kept in `data`.
     std::optional<int> ask(const std::string &request);
     std::vector<Message> data;
+    uint32_t answering = 0;                       // peer of the status
     uint32_t add_object(const std::string &body); // 0: refused
     uint32_t hear(const std::string &pattern);    // with an object of its own, its id; 0: refused
 };
