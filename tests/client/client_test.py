@@ -133,6 +133,9 @@ class Moving(World):
         many = [{"mac": f"02:5e:71:00:00:{i:02x}", "rssi": -40 - i % 50, "time": i} for i in range(256)]
         show_device(device(many), "metrics", 'wifi_stations{ifname="ath0.v0"} 256')
         self.assertLess(min(cost() for _ in range(5)), 5 * few)
+        eventually(lambda: "and 248 more" in veskctl("explain", "scan", "2.4"))
+        show_device(device(many[:8]), "metrics", 'wifi_stations{ifname="ath0.v0"} 8')
+        self.assertNotIn(" more", veskctl("explain", "scan", "2.4"))
         show_device(device(), "stations", PHONE["mac"])
 
 

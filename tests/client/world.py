@@ -36,7 +36,8 @@ def device(stations=(PHONE, SHY)):
     """What the files of the folder shown/ and device.rows are about. Nothing of it moves."""
     workshop = {"channel": 52, "bssid": "02:c1:52:00:00:01", "ssid": "Werk\\statt", "rssi": -80}
     return {"radios": [
-        {"channel": 6, "channels": [figures(1, 72, -91), figures(6, 12, -95), figures(11, 41, -300)], "excluded": [11],
+        {"channel": 6, "channels": [figures(1, 72, -91), figures(6, 12, -95), figures(11, 41, -300), figures(14, 0, -98)],
+         "excluded": [11],
          "counters": list(range(10, 26)),
          "neighbors": [{"channel": 1, "bssid": "02:c0:01:00:00:01", "ssid": EVIL, "rssi": -61},
                        {"channel": 11, "bssid": "02:c0:11:00:00:01", "ssid": "", "rssi": 0}],
