@@ -22,20 +22,25 @@ std::string value(const Json &json, const std::string &keys) {
     return at ? json_line(at) : "nothing";
 }
 
-/** Two more pieces of the wiphy's recording that mustn't count: a station's 802.11ax, and 802.11ac at 2.4 GHz. */
+/** The wiphy's recording and pieces that mustn't count: a station's 802.11ax; 802.11ac, and maps of widths that the phy
+ * hasn't, at 2.4 GHz. */
 std::vector<Blob> wiphy_with_more() {
     const auto piece = [](int wiphy, int band, const Blob &values) {
         return join({ number(NL80211_ATTR_WIPHY, wiphy), nest(NL80211_ATTR_WIPHY_BANDS, { nest(band, { values }) }) });
     };
-    const Blob all(12, 0xff), maps = { 0xfa, 0xff, 0, 0, 0xfa, 0xff, 0, 0 };
-    const Blob kind = nest(1, { nest(NL80211_BAND_IFTYPE_ATTR_IFTYPES, { flag(NL80211_IFTYPE_STATION) }),
-                                attribute(NL80211_BAND_IFTYPE_ATTR_HE_CAP_PHY, all.data(), 11),
-                                attribute(NL80211_BAND_IFTYPE_ATTR_HE_CAP_MCS_SET, all.data(), all.size()) });
-    const Blob vht = join({ attribute(NL80211_BAND_ATTR_VHT_MCS_SET, maps.data(), maps.size()),
+    const auto kind = [](int type, const Blob &phy, const Blob &maps) {
+        const Blob values = join({ nest(NL80211_BAND_IFTYPE_ATTR_IFTYPES, { flag(type) }),
+                                   attribute(NL80211_BAND_IFTYPE_ATTR_HE_CAP_PHY, phy.data(), phy.size()),
+                                   attribute(NL80211_BAND_IFTYPE_ATTR_HE_CAP_MCS_SET, maps.data(), maps.size()) });
+        return nest(NL80211_BAND_ATTR_IFTYPE_DATA, { nest(1, { values }) });
+    };
+    const Blob maps = { 0xfa, 0xff, 0xfa, 0xff, 0xfa, 0xff, 0xfa, 0xff, 0xfa, 0xff, 0xfa, 0xff };
+    const Blob narrow = { 0, 0xbf, 0xce, 0, 0, 0, 0, 0, 0, 0, 0 };
+    const Blob vht = join({ attribute(NL80211_BAND_ATTR_VHT_MCS_SET, maps.data(), 8),
                             number<uint32_t>(NL80211_BAND_ATTR_VHT_CAPA, 0x20) });
     auto pieces = recorded("wiphy");
-    pieces.push_back(piece(1, NL80211_BAND_5GHZ, nest(NL80211_BAND_ATTR_IFTYPE_DATA, { kind })));
-    pieces.push_back(piece(0, NL80211_BAND_2GHZ, vht));
+    pieces.push_back(piece(1, NL80211_BAND_5GHZ, kind(NL80211_IFTYPE_STATION, Blob(11, 0xff), maps)));
+    pieces.push_back(piece(0, NL80211_BAND_2GHZ, join({ vht, kind(NL80211_IFTYPE_AP, narrow, maps) })));
     return pieces;
 }
 
@@ -64,8 +69,8 @@ struct Machine : Talk {
         }
         put("/sys/class/net/can0/device/vendor", "");
         put("/sys/class/net/can0/type", "280\n");
-        put("/tmp/sysinfo/model", "Gateway\n");
-        put("/sys/class/dmi/id/product_name", "Board\n");
+        put("/tmp/sysinfo/model", "Gateway\033\n");
+        put("/proc/device-tree/model", "Board\n");
         kernel.on(NL80211_CMD_GET_WIPHY, { wiphy_with_more() });
         for (const auto &[name, folder] :
              { std::pair("wlan0", "/run/hostapd"), { "wlan0b", "/run/hostapd" }, { "wlan1", "/run/ap" } })

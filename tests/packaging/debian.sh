@@ -47,13 +47,8 @@ expect 'the daemon alone, purged' package --purge vesk vesk-bus
 # The layout before vesk-bus: its files in vesk-sim. The upgrade moves them.
 old=$scratch/old
 mkdir "$old"
-for deb in "${debs[@]}"; do
-    name=$(basename "$deb")
-    case "$name" in
-    vesk-nl80211_*) ;;
-    vesk-bus_* | vesk-sim_*) dpkg-deb -x "$deb" "$old/vesk-sim" ;;
-    vesk_*) dpkg-deb -x "$deb" "$old/vesk" ;;
-    esac
+for name in vesk vesk-sim vesk-bus; do
+    dpkg-deb -x "$build/package/$name"_*.deb "$old/${name/bus/sim}"
 done
 old_package() { # NAME RELATIONS
     mkdir "$old/$1/DEBIAN"

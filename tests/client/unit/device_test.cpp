@@ -2,8 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
-#include "tests/client/unit/rows.h"
+#include "tests/rows.h"
 #include "tools/client/device.h"
 
 namespace {
@@ -12,22 +13,23 @@ std::string refused, broken;      // methods that the daemon refuses, or that th
 WireOffChannel scanned;           // of channel 6
 WireCurChannelInfo load;          // of the operating channel
 
-WireRadioInfo radio_of(bool is5) {
-    WireRadioInfo radio = {};
-    strcpy(radio.radioIfname, is5 ? "wifi1" : "wifi0");
-    radio.curChannel = is5 ? 52 : 6;
-    radio.chListNums = 300;                                                           // more than fit
-    radio.curchList[0] = radio.curchList[1] = static_cast<uint8_t>(radio.curChannel); // twice
-    return radio;
+/** The record that a JSON object describes. */
+template <class T>
+T record_from(const RecordLayout &layout, const std::string &json) {
+    T record = {};
+    std::vector<uint8_t> bytes;
+    EXPECT_EQ(encode_record(layout, Json::parse(json.c_str()).get(), bytes), "") << json;
+    memcpy(static_cast<void *>(&record), bytes.data(), std::min(bytes.size(), sizeof record));
+    return record;
 }
 
-WireApIntfsInfo vaps_of(bool is5) {
-    WireApIntfsInfo list = {};
-    list.vapNums = 3;
-    for (auto &name : list.vapIfname) strcpy(name, "ath0.v0"); // more than once, and on both radios
-    if (!is5) strcpy(list.vapIfname[2], "ath1.v0");
-    return list;
-}
+// More channels than fit, each twice; access points more than once, on both radios; one of them on one.
+const char *const radios[] = {
+    R"({"radioIfname":"wifi0","curChannel":6,"chListNums":300,"curchList":[6,6]})",
+    R"({"radioIfname":"wifi1","curChannel":52,"chListNums":300,"curchList":[52,52]})",
+};
+const char *const vaps[] = { R"({"vapNums":3,"vapIfname":["ath0.v0","ath0.v0","ath1.v0"]})",
+                             R"({"vapNums":3,"vapIfname":["ath0.v0","ath0.v0","ath0.v0"]})" };
 
 std::vector<uint8_t> stations_of(int32_t count) {
     std::vector<uint8_t> all(sizeof(WireStaInfo), 0xff); // bytes that nobody meant
@@ -37,8 +39,10 @@ std::vector<uint8_t> stations_of(int32_t count) {
 
 std::vector<uint8_t> answer(const WireMethod &method, const std::string &argument) {
     const std::string_view name = method.name;
-    if (name == "getRadioInfo") return bytes_of_record(radio_of(argument == "3"));
-    if (name == "getRadioApIntfsInfo") return bytes_of_record(vaps_of(argument == "3"));
+    if (name == "getRadioInfo")
+        return bytes_of_record(record_from<WireRadioInfo>(layoutRadioInfo, radios[argument == "3"]));
+    if (name == "getRadioApIntfsInfo")
+        return bytes_of_record(record_from<WireApIntfsInfo>(layoutApIntfsInfo, vaps[argument == "3"]));
     if (name == "getNolChannelList") return bytes_of_record(WireNolList{ 255, 0, { { 1860, 52, 0 } } });
     if (name == "getStaInfo") return stations_of(argument == "ath0.v0" ? 1000 : -1);
     if (name == "getCurChannelInfo") return bytes_of_record(load);
@@ -100,19 +104,26 @@ TEST(ClientSnapshot, HoldsTheDeviceOnce) {
     EXPECT_TRUE(cJSON_IsObject(snapshot_json(all).get()));
 }
 
-/** The record that a JSON object describes. */
-template <class T>
-T record_from(const RecordLayout &layout, const std::string &json) {
-    T record = {};
-    std::vector<uint8_t> bytes;
-    EXPECT_EQ(encode_record(layout, Json::parse(json.c_str()).get(), bytes), "") << json;
-    memcpy(static_cast<void *>(&record), bytes.data(), std::min(bytes.size(), sizeof record));
-    return record;
+TEST(ClientSnapshot, StopsAtAFailureOfTheBusAndGoesOnBehindARefusal) {
+    for (const char *method :
+         { "getStaInfo", "getOffChannelInfo", "getRadioIntfStats", "getBstaIntfInfo", "getScanCap" }) {
+        SCOPED_TRACE(method);
+        refused = method;
+        EXPECT_EQ(look(PartOverview | PartCounters).radios.size(), 2u);
+        broken = std::exchange(refused, "");
+        look(PartOverview | PartCounters, "broken");
+        broken = "";
+    }
+    refused = "getRadioInfo";
+    EXPECT_EQ(look(PartOverview).radios.size(), 0u);
+    refused = "";
 }
+
+} // namespace
 
 /** What the snapshot's JSON has of the operating channel and of the one that the scan brought, and that the record's
  * own JSON agrees. */
-std::string absences(const Words &w) {
+std::string absences(const Texts &w) {
     scanned = record_from<WireOffChannel>(layoutOffChannel, w[0]);
     load = record_from<WireCurChannelInfo>(layoutCurChannelInfo, w[1]);
     const Snapshot all = look(PartOverview);
@@ -135,7 +146,7 @@ std::string absences(const Words &w) {
                   { "ccaInbss", "ccaTxUtil", "ccaIdle", "noise" });
 }
 
-std::string calls(const Words &w) {
+std::string calls(const Texts &w) {
     static const std::map<std::string, unsigned> parts = {
         { "radios", 0 },
         { "channels", PartChannels },
@@ -148,22 +159,3 @@ std::string calls(const Words &w) {
     look(parts.at(w[0]));
     return std::to_string(asked.size());
 }
-
-TEST(ClientSnapshot, StopsAtAFailureOfTheBusAndGoesOnBehindARefusal) {
-    for (const char *method :
-         { "getStaInfo", "getOffChannelInfo", "getRadioIntfStats", "getBstaIntfInfo", "getScanCap" }) {
-        SCOPED_TRACE(method);
-        refused = method;
-        EXPECT_EQ(look(PartOverview | PartCounters).radios.size(), 2u);
-        broken = std::exchange(refused, "");
-        look(PartOverview | PartCounters, "broken");
-        broken = "";
-    }
-    refused = "getRadioInfo";
-    EXPECT_EQ(look(PartOverview).radios.size(), 0u);
-    refused = "";
-}
-
-} // namespace
-
-const RowFunctions deviceFunctions = { { "absent", absences }, { "calls", calls } };
