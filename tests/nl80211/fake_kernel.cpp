@@ -25,17 +25,15 @@
 Asked read_request(nlmsghdr *header) {
     nlattr *attrs[NL80211_ATTR_MAX + 1];
     genlmsg_parse(header, 0, attrs, NL80211_ATTR_MAX, nullptr);
-    Asked asked = { static_cast<genlmsghdr *>(nlmsg_data(header))->cmd,
-                    (header->nlmsg_flags & NLM_F_DUMP) != 0,
-                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_IFINDEX]),
-                    radio::attr_value<int>(attrs[NL80211_ATTR_WIPHY], -1),
-                    0,
-                    radio::attr_value<uint32_t>(attrs[NL80211_ATTR_SCAN_FLAGS]),
-                    attrs[NL80211_ATTR_MEASUREMENT_DURATION]
-                        ? radio::attr_value<uint16_t>(attrs[NL80211_ATTR_MEASUREMENT_DURATION])
-                        : -1,
-                    attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr,
-                    0 };
+    const auto number = [&](int attr) { return radio::attr_value<uint32_t>(attrs[attr]); };
+    const nlattr *duration = attrs[NL80211_ATTR_MEASUREMENT_DURATION];
+    Asked asked = { .command = static_cast<genlmsghdr *>(nlmsg_data(header))->cmd,
+                    .dump = (header->nlmsg_flags & NLM_F_DUMP) != 0,
+                    .ifindex = number(NL80211_ATTR_IFINDEX),
+                    .wiphy = radio::attr_value<int>(attrs[NL80211_ATTR_WIPHY], -1),
+                    .flags = number(NL80211_ATTR_SCAN_FLAGS),
+                    .duration = duration ? radio::attr_value<uint16_t>(duration) : -1,
+                    .active = attrs[NL80211_ATTR_SCAN_SSIDS] != nullptr };
     if (const auto mac = radio::attr_bytes(attrs[NL80211_ATTR_MAC]); mac.size() == 6) asked.station = mac[5];
     radio::attr_each(attrs[NL80211_ATTR_SCAN_FREQUENCIES],
                      [&](const nlattr *one) { asked.frequency = radio::attr_value<uint32_t>(one); });
@@ -48,54 +46,50 @@ constexpr uint16_t FAMILY = 0x1c;
 const char *const groups[] = { "config", "scan", "regulatory", "mlme" }; // numbers from 5 on
 constexpr int FIRST_GROUP = 5;
 
+struct Socket {
+    std::deque<Blob> queue; // datagrams on their way
+    std::set<int> groups;   // that it listens to
+    int fd = -1;            // readable while the queue has something
+};
+
 struct State {
     std::recursive_mutex lock; // an answer may send an event
     std::condition_variable_any changed;
     FakeKernel *kernel = nullptr;
     std::map<uint8_t, std::function<Reply(const Asked &)>> answers;
     std::vector<Asked> asked;
-    std::map<nl_sock *, std::deque<Blob>> queues; // datagrams on their way
-    std::map<nl_sock *, std::set<int>> listeners; // their groups
-    std::map<nl_sock *, int> fds;                 // readable while a queue has something
+    std::map<nl_sock *, Socket> sockets;
     bool overflows = false;
     int64_t ahead = 0;   // ms that the clock was advanced
     int64_t stopped = 0; // where the clock stands, 0: it runs
 } state;
 
-void append(Blob &to, const void *bytes, size_t size) {
-    const size_t at = to.size();
-    to.resize(at + size);
-    if (size > 0) memcpy(&to[at], bytes, size);
-}
-
 template <class T>
-void append(Blob &to, const T &value) {
-    append(to, &value, sizeof value);
-}
-
-Blob message(uint16_t type, uint16_t flags, uint32_t seq, const Blob &payload) {
-    Blob out;
-    append(out, nlmsghdr{ static_cast<uint32_t>(NLMSG_HDRLEN + payload.size()), type, flags, seq, 0 });
-    append(out, payload.data(), payload.size());
-    out.resize((out.size() + 3) & ~size_t{ 3 });
+Blob raw(const T &value) {
+    Blob out(sizeof value);
+    memcpy(out.data(), &value, sizeof value);
     return out;
 }
 
-Blob generic(uint16_t family, uint8_t command, uint16_t flags, uint32_t seq, const Blob &content) {
-    Blob payload;
-    append(payload, genlmsghdr{ command, 1, 0 });
-    append(payload, content.data(), content.size());
-    return message(family, flags, seq, payload);
+Blob padded(Blob blob) {
+    blob.resize((blob.size() + 3) & ~size_t{ 3 });
+    return blob;
 }
 
+Blob message(uint16_t type, uint16_t flags, uint32_t seq, const Blob &payload) {
+    const auto length = static_cast<uint32_t>(NLMSG_HDRLEN + payload.size());
+    return padded(join({ raw(nlmsghdr{ length, type, flags, seq, 0 }), payload }));
+}
+
+Blob generic(uint16_t family, uint8_t command, uint16_t flags, uint32_t seq, const Blob &content) {
+    return message(family, flags, seq, join({ raw(genlmsghdr{ command, 1, 0 }), content }));
+}
+
+bool is_dump(const nlmsghdr &request) { return (request.nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP; }
+
 Blob ending(const nlmsghdr &request, int error, uint16_t flags) {
-    Blob payload;
-    const bool done = error == 0 && (request.nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP;
-    if (done)
-        append(payload, 0);
-    else
-        append(payload, nlmsgerr{ error, request });
-    return message(done ? NLMSG_DONE : NLMSG_ERROR, done ? NLM_F_MULTI | flags : 0, request.nlmsg_seq, payload);
+    if (error == 0 && is_dump(request)) return message(NLMSG_DONE, NLM_F_MULTI | flags, request.nlmsg_seq, raw(0));
+    return message(NLMSG_ERROR, 0, request.nlmsg_seq, raw(nlmsgerr{ error, request }));
 }
 
 Blob group(int i) {
@@ -105,8 +99,6 @@ Blob group(int i) {
 
 Reply describe_family() {
     return { { join({ number<uint16_t>(CTRL_ATTR_FAMILY_ID, FAMILY), text(CTRL_ATTR_FAMILY_NAME, "nl80211"),
-                      number<uint32_t>(CTRL_ATTR_VERSION, 1), number<uint32_t>(CTRL_ATTR_HDRSIZE, 0),
-                      number<uint32_t>(CTRL_ATTR_MAXATTR, 300),
                       nest(CTRL_ATTR_MCAST_GROUPS, { group(0), group(1), group(2), group(3) }) }) } };
 }
 
@@ -115,14 +107,9 @@ Asked read_port(nlmsghdr *header) {
     nlattr *attrs[IFLA_MAX + 1], *bridge[IFLA_BRIDGE_MAX + 1];
     nlmsg_parse(header, sizeof(ifinfomsg), attrs, IFLA_MAX, nullptr);
     radio::attr_nested(attrs[IFLA_AF_SPEC], bridge);
-    return { static_cast<uint8_t>(header->nlmsg_type),
-             false,
-             static_cast<uint32_t>(static_cast<ifinfomsg *>(nlmsg_data(header))->ifi_index),
-             -1,
-             0,
-             radio::attr_value<uint32_t>(bridge[IFLA_BRIDGE_VLAN_INFO]),
-             -1,
-             false };
+    return { .command = static_cast<uint8_t>(header->nlmsg_type),
+             .ifindex = static_cast<uint32_t>(static_cast<ifinfomsg *>(nlmsg_data(header))->ifi_index),
+             .flags = radio::attr_value<uint32_t>(bridge[IFLA_BRIDGE_VLAN_INFO]) };
 }
 
 Reply answer(nlmsghdr *header) {
@@ -139,32 +126,30 @@ int on_send(nl_sock *socket, nl_msg *request) {
     nlmsghdr *header = nlmsg_hdr(request);
     const std::lock_guard guard(state.lock);
     const Reply reply = answer(header);
-    if (reply.lost) return static_cast<int>(header->nlmsg_len);
-    bool whole = true; // nothing follows a datagram that is cut
-    const auto deliver = [&](Blob datagram) {
-        if (!whole) return;
+    std::deque<Blob> datagrams;
+    const auto flags = static_cast<uint16_t>(reply.flags | (is_dump(*header) ? NLM_F_MULTI : 0));
+    for (const Blob &content : reply.error ? std::vector<Blob>{} : reply.messages)
+        datagrams.push_back(generic(header->nlmsg_type, 1, flags, header->nlmsg_seq, content));
+    datagrams.push_back(ending(*header, reply.error, reply.flags));
+    bool whole = !reply.lost; // nothing follows a datagram that is cut
+    for (Blob &datagram : datagrams) {
+        if (!whole) break;
         whole = datagram.size() <= reply.cutTo;
         datagram.resize(std::min(datagram.size(), reply.cutTo));
-        state.queues[socket].push_back(std::move(datagram));
-    };
-    const bool dump = (header->nlmsg_flags & NLM_F_DUMP) == NLM_F_DUMP;
-    for (const Blob &content : reply.error ? std::vector<Blob>{} : reply.messages)
-        deliver(generic(header->nlmsg_type, 1, static_cast<uint16_t>(reply.flags | (dump ? NLM_F_MULTI : 0)),
-                        header->nlmsg_seq, content));
-    deliver(ending(*header, reply.error, reply.flags));
+        state.sockets[socket].queue.push_back(datagram);
+    }
     return static_cast<int>(header->nlmsg_len);
 }
 
 int on_receive(nl_sock *socket, sockaddr_nl *from, unsigned char **bytes, ucred **) {
     const std::lock_guard guard(state.lock);
-    auto &queue = state.queues[socket];
+    auto &[queue, joined, fd] = state.sockets[socket];
     if (std::exchange(state.overflows, false)) return -NLE_NOMEM; // what libnl makes of ENOBUFS
     if (queue.empty()) return -NLE_AGAIN;
     const Blob datagram = queue.front();
     queue.pop_front();
-    uint64_t count;
-    if (queue.empty() && state.fds.contains(socket) && read(state.fds[socket], &count, sizeof count) < 0)
-        perror("eventfd");
+    eventfd_t count;
+    if (queue.empty() && fd >= 0 && eventfd_read(fd, &count) < 0) perror("eventfd");
     *from = {};
     from->nl_family = AF_NETLINK;
     *bytes = static_cast<unsigned char *>(malloc(datagram.size()));
@@ -182,12 +167,9 @@ int netlink_port_connect(nl_sock *socket) {
     nl_cb_overwrite_recv(callbacks, on_receive);
     nl_cb_put(callbacks);
     const std::lock_guard guard(state.lock);
-    state.queues[socket].clear(); // the address may be that of an earlier one
-    state.listeners.erase(socket);
-    if (const auto fd = state.fds.find(socket); fd != state.fds.end()) {
-        close(fd->second);
-        state.fds.erase(fd);
-    }
+    Socket &own = state.sockets[socket]; // the address may be that of an earlier one
+    if (own.fd >= 0) close(own.fd);
+    own = {};
     return 0;
 }
 
@@ -195,20 +177,21 @@ int netlink_port_connect_route(nl_sock *socket) { return netlink_port_connect(so
 
 int netlink_port_join(nl_sock *socket, int group) {
     const std::lock_guard guard(state.lock);
-    state.listeners[socket].insert(group);
+    state.sockets[socket].groups.insert(group);
     return group >= FIRST_GROUP ? 0 : -1;
 }
 
 int netlink_port_fd(nl_sock *socket) {
     const std::lock_guard guard(state.lock);
-    return state.fds[socket] = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+    return state.sockets[socket].fd = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
 }
 
 int netlink_port_wait(nl_sock *socket, int ms) {
     std::unique_lock guard(state.lock);
-    const bool listens = state.listeners.contains(socket);
-    const auto ready = [&] { return state.overflows || !state.queues[socket].empty(); };
-    if (!listens || ready() || state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready)) return ready();
+    const Socket &own = state.sockets[socket];
+    const auto ready = [&] { return state.overflows || !own.queue.empty(); };
+    if (own.groups.empty() || ready() || state.changed.wait_for(guard, std::chrono::milliseconds(ms), ready))
+        return ready();
     state.ahead += state.stopped ? ms : 0;
     return 0;
 }
@@ -232,18 +215,16 @@ void clock_advance(int64_t ms) {
 void clock_stop() { state.stopped = radio::clock_ms() - state.ahead; }
 
 Blob attribute(int type, const void *data, size_t size) {
-    Blob out;
-    append(out, nlattr{ static_cast<uint16_t>(NLA_HDRLEN + size), static_cast<uint16_t>(type) });
-    append(out, data, size);
-    out.resize((out.size() + 3) & ~size_t{ 3 });
-    return out;
+    const auto *bytes = static_cast<const uint8_t *>(data);
+    const nlattr header = { static_cast<uint16_t>(NLA_HDRLEN + size), static_cast<uint16_t>(type) };
+    return padded(join({ raw(header), Blob(bytes, bytes + size) }));
 }
 
 Blob text(int type, const std::string &value) { return attribute(type, value.c_str(), value.size() + 1); }
 
 Blob join(std::initializer_list<Blob> parts) {
     Blob out;
-    for (const Blob &part : parts) append(out, part.data(), part.size());
+    for (const Blob &part : parts) out.insert(out.end(), part.begin(), part.end());
     return out;
 }
 
@@ -257,17 +238,26 @@ Blob mac(int type, uint8_t last) {
     return attribute(type, bytes, sizeof bytes);
 }
 
-std::vector<Blob> recorded(const std::string &name) {
-    std::ifstream file(std::string(VESK_RECORDED) + "/" + name, std::ios::binary);
-    const Blob bytes((std::istreambuf_iterator<char>(file)), {});
-    std::vector<Blob> contents;
-    for (size_t at = 0; at + NLMSG_HDRLEN + GENL_HDRLEN <= bytes.size();) {
-        nlmsghdr header;
+std::string content_of(const std::string &file) {
+    std::ifstream stream(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+}
+
+std::vector<Blob> messages_of(const std::string &bytes) {
+    std::vector<Blob> messages;
+    nlmsghdr header;
+    for (size_t at = 0; at + sizeof header <= bytes.size(); at += NLMSG_ALIGN(header.nlmsg_len)) {
         memcpy(&header, &bytes[at], sizeof header);
-        contents.emplace_back(bytes.begin() + static_cast<long>(at) + NLMSG_HDRLEN + GENL_HDRLEN,
-                              bytes.begin() + static_cast<long>(at + header.nlmsg_len));
-        at += NLMSG_ALIGN(header.nlmsg_len);
+        header.nlmsg_len = std::max<uint32_t>(header.nlmsg_len, sizeof header);
+        const std::string one = bytes.substr(at, header.nlmsg_len);
+        messages.emplace_back(one.begin(), one.end());
     }
+    return messages;
+}
+
+std::vector<Blob> recorded(const std::string &name) {
+    std::vector<Blob> contents = messages_of(content_of(std::string(VESK_RECORDED) + "/" + name));
+    for (Blob &one : contents) one.erase(one.begin(), one.begin() + NLMSG_HDRLEN + GENL_HDRLEN);
     return contents;
 }
 
@@ -297,10 +287,10 @@ void FakeKernel::send_event(uint8_t command, const Blob &content, const char *to
     const std::lock_guard guard(state.lock);
     const auto at = std::ranges::find(groups, std::string_view(to));
     const int id = FIRST_GROUP + static_cast<int>(at - groups);
-    for (const auto &[socket, joined] : state.listeners) {
-        if (!joined.contains(id)) continue;
-        state.queues[socket].push_back(generic(FAMILY, command, 0, 0, content));
-        if (state.fds.contains(socket)) eventfd_write(state.fds[socket], 1);
+    for (auto &[socket, own] : state.sockets) {
+        if (!own.groups.contains(id)) continue;
+        own.queue.push_back(generic(FAMILY, command, 0, 0, content));
+        if (own.fd >= 0) eventfd_write(own.fd, 1);
     }
     state.changed.notify_all();
 }
@@ -308,7 +298,8 @@ void FakeKernel::send_event(uint8_t command, const Blob &content, const char *to
 void FakeKernel::overflow() {
     const std::lock_guard guard(state.lock);
     state.overflows = true;
-    for (const auto &[socket, fd] : state.fds) eventfd_write(fd, 1);
+    for (const auto &[socket, own] : state.sockets)
+        if (own.fd >= 0) eventfd_write(own.fd, 1);
 }
 
 std::vector<Asked> FakeKernel::asked(uint8_t command) {

@@ -24,19 +24,22 @@ Blob join(std::initializer_list<Blob> parts);
 Blob nest(int type, std::initializer_list<Blob> parts);
 Blob mac(int type, uint8_t last);
 
+std::string content_of(const std::string &file);
+/** Whole messages, one behind the other. */
+std::vector<Blob> messages_of(const std::string &bytes);
 /** Contents of the messages in tests/nl80211/recorded/NAME, as a kernel once sent them. */
 std::vector<Blob> recorded(const std::string &name);
 
 /** What a request asked. */
 struct Asked {
     uint8_t command;
-    bool dump;
-    uint32_t ifindex;
-    int wiphy;
-    uint32_t frequency, flags;
-    int duration; // time units, -1 without
-    bool active;
-    uint8_t station; // last byte of the MAC
+    bool dump = false;
+    uint32_t ifindex = 0;
+    int wiphy = -1;
+    uint32_t frequency = 0, flags = 0;
+    int duration = -1; // time units, -1 without
+    bool active = false;
+    uint8_t station = 0; // last byte of the MAC
 };
 
 Asked read_request(nlmsghdr *header);

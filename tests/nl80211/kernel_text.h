@@ -55,18 +55,11 @@ inline const Words networkWords = { { "mhz", { NL80211_BSS_FREQUENCY, 4 } },
 
 inline int64_t integer(const std::string &word) { return strtoll(word.c_str(), nullptr, 0); }
 
-inline Blob digits(const std::string &text) {
-    Blob bytes;
-    for (size_t i = 0; i + 1 < text.size(); i += 2)
-        bytes.push_back(static_cast<uint8_t>(std::stoi(text.substr(i, 2), nullptr, 16)));
-    return bytes;
-}
-
 inline Blob valued(Attribute of, const std::string &text) {
     const auto value = static_cast<uint64_t>(integer(text));
     const nl80211_sta_flag_update update = { 0xff, 1u << (value ? NL80211_STA_FLAG_AUTHORIZED
                                                                 : NL80211_STA_FLAG_ASSOCIATED) };
-    const Blob bytes = of.form == 'x' ? digits(text) : Blob{};
+    const Blob bytes = of.form == 'x' ? bytes_of(text) : Blob{};
     switch (of.form) {
     case 1:
         return number(of.type, static_cast<uint8_t>(value));
@@ -156,33 +149,28 @@ inline const std::map<std::string, Kind> kinds = {
 /** Items; beside those of the kind: recorded[=COUNT], 0xDIGITS, !refused=ERRNO, !lost, !cut=BYTES, !interrupted. */
 inline Reply reply_of(const Kind &kind, const std::string &text) {
     Reply reply;
+    std::vector<Blob> &to = reply.messages;
     for (const std::string &one : split(text, ';')) {
-        const Texts words = split(one);
+        Texts words = split(one);
         if (words.empty()) continue;
-        const std::string &first = words[0];
-        const auto value = integer(first.substr(first.find('=') + 1));
-        if (first.starts_with("recorded")) {
-            std::vector<Blob> messages = recorded(kind.recording);
-            if (value > 0) messages.resize(static_cast<size_t>(value));
-            reply.messages.insert(reply.messages.end(), messages.begin(), messages.end());
-        } else if (first.starts_with("!refused")) {
-            reply.error = -static_cast<int>(value);
-        } else if (first.starts_with("!cut")) {
-            reply.cutTo = static_cast<size_t>(value);
-        } else if (first == "!lost") {
-            reply.lost = true;
-        } else if (first == "!interrupted") {
-            reply.flags = NLM_F_DUMP_INTR;
+        const std::string first = words[0], name = first.substr(0, first.find('='));
+        const auto value = static_cast<int>(integer(first.substr(first.find('=') + 1)));
+        if (name == "!refused") reply.error = -value;
+        if (name == "!cut") reply.cutTo = static_cast<size_t>(value);
+        if (name == "!lost") reply.lost = true;
+        if (name == "!interrupted") reply.flags = NLM_F_DUMP_INTR;
+        if (name[0] == '!') continue;
+        if (name == "recorded") {
+            const std::vector<Blob> all = recorded(kind.recording);
+            to.insert(to.end(), all.begin(), value ? all.begin() + value : all.end());
         } else if (first.starts_with("0x")) {
-            reply.messages.push_back(digits(first.substr(2)));
-        } else if (const size_t dots = first.find(".."); dots != std::string::npos) { // one each
-            Texts each = words;
-            for (int64_t i = integer(first); i <= integer(first.substr(dots + 2)); i++) {
-                each[0] = std::to_string(i);
-                reply.messages.push_back(kind.item(each));
-            }
+            to.push_back(bytes_of(first.substr(2)));
         } else {
-            reply.messages.push_back(kind.item(words));
+            const size_t dots = std::min(first.find(".."), first.size()); // FROM..TO: one each
+            for (int64_t i = value; i <= (dots < first.size() ? integer(first.substr(dots + 2)) : value); i++) {
+                if (dots < first.size()) words[0] = std::to_string(i);
+                to.push_back(kind.item(words));
+            }
         }
     }
     return reply;

@@ -1,9 +1,6 @@
 // What radio-check captured on a device, replayed: the library has to make the same of it again. An owner's capture
 // becomes a fixture by being copied to tests/nl80211/captures; whoever mends a fault corrects its said.json.
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "platform/nl80211/config.h"
 #include "platform/nl80211/device.h"
@@ -12,16 +9,12 @@
 #include "tools/client/json.h"
 #include "tools/client/text.h"
 #include "tools/radiocheck/anonymous.h"
+#include "tools/radiocheck/output.h"
 #include "tools/radiocheck/said.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string text_of(const fs::path &file) {
-    std::ifstream stream(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
-}
 
 struct Replay : World {
     std::map<std::string, std::unique_ptr<FakeHostapd>> sockets;
@@ -29,14 +22,14 @@ struct Replay : World {
 
     void load(const fs::path &folder) {
         remove("/sys");
-        put("/usr/etc/vesk-radio.json", text_of(folder / "vesk-radio.json"));
-        put("/tmp/kor-product-cfg.json", text_of(folder / "kor-product-cfg.json"));
+        put("/usr/etc/vesk-radio.json", content_of(folder / "vesk-radio.json"));
+        put("/tmp/kor-product-cfg.json", content_of(folder / "kor-product-cfg.json"));
         radio::config_forget();
         radio::device_forget();
         radio::station_forget();
-        load_sys(text_of(folder / "sys"));
-        load_control(text_of(folder / "control"));
-        load_netlink(text_of(folder / "netlink"));
+        load_sys(content_of(folder / "sys"));
+        load_control(content_of(folder / "control"));
+        load_netlink(content_of(folder / "netlink"));
         for (const auto &[key, reply] : answers)
             kernel.on(std::get<0>(key), [this](const Asked &asked) {
                 const auto found = answers.find({ asked.command, asked.dump, asked.ifindex, asked.wiphy });
@@ -45,26 +38,22 @@ struct Replay : World {
     }
 
     void load_sys(const std::string &lines) {
-        std::istringstream stream(lines);
-        for (std::string line; std::getline(stream, line);) {
+        for (const std::string &line : lines_of(lines)) {
             const size_t blank = line.find(' ');
             const std::string path = "/sys/class/" + line.substr(0, blank), value = line.substr(blank + 1);
-            if (path.ends_with("/driver"))
-                link(path, "/drivers/" + value);
-            else
-                put(path, value + "\n");
+            path.ends_with("/driver") ? link(path, "/drivers/" + value) : put(path, value + "\n");
         }
     }
 
     void load_control(const std::string &lines) {
         std::map<std::string, std::map<std::string, std::string>> replies;
         std::string *reply = nullptr;
-        std::istringstream stream(lines);
-        for (std::string line; std::getline(stream, line);) {
+        for (const std::string &line : lines_of(lines)) {
+            const size_t blank = line.find(' ');
             if (line[0] == '\t')
                 *reply += line.substr(1) + "\n";
             else
-                reply = &replies[line.substr(0, line.find(' '))][line.substr(line.find(' ') + 1)];
+                reply = &replies[line.substr(0, blank)][line.substr(blank + 1)];
         }
         for (const auto &[name, rows] : replies)
             sockets[name] = std::make_unique<FakeHostapd>(root + "/run/hostapd/" + name, rows);
@@ -72,19 +61,14 @@ struct Replay : World {
 
     void load_netlink(const std::string &stream) {
         Reply *reply = nullptr;
-        for (size_t at = 0; at + sizeof(nlmsghdr) <= stream.size();) {
-            nlmsghdr header;
-            memcpy(&header, &stream[at], sizeof header);
-            ASSERT_GE(header.nlmsg_len, sizeof header);
-            Blob message(stream.begin() + static_cast<long>(at),
-                         stream.begin() + static_cast<long>(at + header.nlmsg_len));
-            at += NLMSG_ALIGN(header.nlmsg_len);
-            if (header.nlmsg_flags & NLM_F_REQUEST && header.nlmsg_type >= NLMSG_MIN_TYPE) {
-                const Asked asked = read_request(reinterpret_cast<nlmsghdr *>(message.data()));
+        for (Blob &message : messages_of(stream)) {
+            auto *header = reinterpret_cast<nlmsghdr *>(message.data());
+            if (header->nlmsg_flags & NLM_F_REQUEST && header->nlmsg_type >= NLMSG_MIN_TYPE) {
+                const Asked asked = read_request(header);
                 reply = &answers[{ asked.command, asked.dump, asked.ifindex, asked.wiphy }];
-            } else if (header.nlmsg_type == NLMSG_ERROR) {
-                memcpy(&reply->error, &message[sizeof header], sizeof reply->error);
-            } else if (header.nlmsg_type >= NLMSG_MIN_TYPE) {
+            } else if (header->nlmsg_type == NLMSG_ERROR) {
+                reply->error = static_cast<nlmsgerr *>(NLMSG_DATA(header))->error;
+            } else if (header->nlmsg_type >= NLMSG_MIN_TYPE) {
                 reply->messages.emplace_back(message.begin() + NLMSG_HDRLEN + 4, message.end());
             }
         }
@@ -108,7 +92,7 @@ TEST_F(Replay, TheLibrarySaysTheSame) {
     for (const auto &entry : fs::directory_iterator(VESK_CAPTURES)) {
         SCOPED_TRACE(entry.path());
         load(entry.path());
-        const Json expected = Json::parse(text_of(entry.path() / "said.json").c_str());
+        const Json expected = Json::parse(content_of(entry.path() / "said.json").c_str());
         const auto check = [&](const std::string &of, const Values &said) {
             compare(expected.at(of.c_str()), said, of);
             values += said.all.size();

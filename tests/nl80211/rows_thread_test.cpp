@@ -54,12 +54,8 @@ struct Stage : World {
             replies.push_back(reply_of(kinds.at(name), one));
         replies.resize(std::max<size_t>(1, replies.size()));
         kernel.on(kinds.at(name).command, [replies, name, n = size_t{ 0 }](const Asked &asked) mutable {
-            Reply reply = replies[std::min(n++, replies.size() - 1)];
-            if (name == "interfaces" && !asked.dump && reply.error == 0) {
-                std::erase_if(reply.messages, [&](const Blob &one) { return one.at(4) != asked.ifindex; });
-                if (reply.messages.empty()) return Reply{ {}, -ENODEV };
-            }
-            return reply;
+            const Reply &reply = replies[std::min(n++, replies.size() - 1)];
+            return name == "interfaces" ? narrowed(reply, asked) : reply;
         });
     }
     void configure(const std::string &json) {
@@ -149,7 +145,7 @@ std::string ask_told(const Given &given) {
 }
 
 std::string ask_element(const Given &given) {
-    const Blob bytes = digits(given.name(2));
+    const Blob bytes = bytes_of(given.name(2));
     const auto size = static_cast<uint32_t>(bytes.size());
     return spaced(rilk_addVendorIE(given.name(), given.mhz(1), bytes.data(), size));
 }

@@ -49,7 +49,7 @@ inline std::string network_of(const Blob &bytes, uint16_t capability) {
 }
 
 inline std::string ask_elements(const Given &given) {
-    const Blob bytes = digits(given.words.size() > 1 ? given.words[1] : "");
+    const Blob bytes = bytes_of(given.words.size() > 1 ? given.words[1] : "");
     const auto capability = static_cast<uint16_t>(given.number());
     for (auto cut = bytes.begin(); cut != bytes.end(); cut++) network_of(Blob(bytes.begin(), cut), capability);
     return network_of(bytes, capability);

@@ -103,14 +103,7 @@ World::World() : root("/tmp/radio." + std::to_string(getpid())) {
                                             { 3u, "wlan1", 1 },
                                             { 6u, "wlan4", 4 } })
         add_interface(index, name, phy);
-    const auto find_one = [](const Asked &asked) {
-        for (const Blob &one : recorded("iface"))
-            if (one[2] == NL80211_ATTR_IFINDEX && one[4] == asked.ifindex)
-                return Reply{ { one } }; // their first attribute
-        return Reply{ {}, -ENODEV };
-    };
-    kernel.on(NL80211_CMD_GET_INTERFACE,
-              [=](const Asked &asked) { return asked.dump ? Reply{ recorded("iface") } : find_one(asked); });
+    kernel.on(NL80211_CMD_GET_INTERFACE, [](const Asked &asked) { return narrowed({ recorded("iface") }, asked); });
     kernel.on(NL80211_CMD_GET_WIPHY, { recorded("wiphy") });
     kernel.on(NL80211_CMD_GET_STATION, [](const Asked &asked) {
         return asked.ifindex == 2    ? Reply{ recorded("station_wlan0") }
@@ -142,16 +135,14 @@ bool World::logged(const std::string &text) {
 }
 
 void World::put(const std::string &file, const std::string &content) {
-    const fs::path path = root + file;
-    fs::create_directories(path.parent_path());
-    std::ofstream(path) << content;
+    fs::create_directories(fs::path(root + file).parent_path());
+    std::ofstream(root + file) << content;
 }
 
 void World::link(const std::string &file, const std::string &target) {
-    const fs::path path = root + file;
-    fs::create_directories(path.parent_path());
-    fs::remove(path);
-    fs::create_symlink(target, path);
+    put(file, "");
+    fs::remove(root + file);
+    fs::create_symlink(target, root + file);
 }
 
 void World::remove(const std::string &path) { fs::remove_all(root + path); }
@@ -166,10 +157,10 @@ void World::add_phy(int index, const std::string &name) {
     link(phy + "/device", root + device);
 }
 
-void World::add_interface(uint32_t index, const std::string &name, int phy, const std::string &operstate) {
+void World::add_interface(uint32_t index, const std::string &name, int phy) {
     const std::string net = "/sys/class/net/" + name;
     put(net + "/ifindex", std::to_string(index) + "\n");
-    put(net + "/operstate", operstate + "\n");
+    put(net + "/operstate", "up\n");
     put(net + "/phy80211/index", std::to_string(phy) + "\n");
     const char *counters[] = { "rx_packets", "tx_packets", "rx_bytes",   "tx_bytes", "rx_errors",
                                "tx_errors",  "rx_dropped", "tx_dropped", "multicast" };
@@ -191,6 +182,12 @@ std::vector<uint8_t> bytes_of(const std::string &digits) {
     std::vector<uint8_t> bytes(digits.size() / 2);
     radio::message_bytes(digits, bytes.data(), bytes.size());
     return bytes;
+}
+
+Reply narrowed(Reply interfaces, const Asked &asked) {
+    if (asked.dump || interfaces.error) return interfaces;
+    std::erase_if(interfaces.messages, [&](const Blob &one) { return one.at(4) != asked.ifindex; }); // comes first
+    return interfaces.messages.empty() ? Reply{ {}, -ENODEV } : interfaces;
 }
 
 Blob interface(uint32_t index, int wiphy, uint32_t type, const std::string &name, uint32_t frequency, uint8_t last) {

@@ -48,7 +48,7 @@ struct World : testing::Test {
     void link(const std::string &file, const std::string &target);
     void remove(const std::string &path);
     void add_phy(int index, const std::string &name);
-    void add_interface(uint32_t index, const std::string &name, int phy, const std::string &operstate = "up");
+    void add_interface(uint32_t index, const std::string &name, int phy);
     /** Whether the library's log, since the world began, has a text. */
     bool logged(const std::string &text);
 
@@ -61,5 +61,7 @@ struct World : testing::Test {
 std::string hex(const void *bytes, size_t size);
 std::vector<uint8_t> bytes_of(const std::string &digits);
 
+/** Of an answer about all interfaces what a request about one of them gets. */
+Reply narrowed(Reply interfaces, const Asked &asked);
 /** An interface as GET_INTERFACE tells it. */
 Blob interface(uint32_t index, int wiphy, uint32_t type, const std::string &name, uint32_t frequency, uint8_t last);
