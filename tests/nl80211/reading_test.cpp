@@ -63,6 +63,8 @@ TEST_F(Reading, WhatIsRefusedLeavesItsRecord) {
     const uint8_t mac[6] = { 2, 0, 0, 0, 2, 0x77 };
     for (const int position : { -1, 0, 2 }) expect_refusal(rilk_getVapAssocStationMac("wlan0", position, record));
     expect_refusal(rilk_getVapAssocStationInfo("wlan0", mac, reinterpret_cast<VeskStaEntry *>(record)));
+    kernel.on(NL80211_CMD_GET_REG, Reply{});
+    expect_refusal(hul_getCountryID(reinterpret_cast<char *>(record), 8));
     refuses(hul_getRadioInfo, 0, 1, false);
     refuses(hul_getRadioChannelList, 0, 2);
     refuses(hul_getRadioExcludedChannelList, 3, -1);

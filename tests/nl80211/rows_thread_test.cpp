@@ -8,6 +8,7 @@
 #include "platform/nl80211/iface.h"
 #include "platform/nl80211/scan.h"
 #include "platform/nl80211/scan_table.h"
+#include "platform/nl80211/wiphy.h"
 #include "tests/nl80211/text_questions.h"
 #include "tools/client/text.h"
 #include "tools/radiocheck/said.h"
@@ -89,7 +90,7 @@ struct Stage : World {
     VeskScanChannel records[COUNT] = {};
     VeskScanChannel *channels[COUNT];
     std::vector<VeskScanNeighbor *> table{ VESK_SCAN_CHANNELS * VESK_SCAN_NEIGHBORS_PER_CHANNEL };
-    VeskScanNeighbor *earlier = nullptr; // the first one of a list before it was read anew
+    VeskScanNeighbor *earlier = nullptr; // the first one of a list that was read anew since
 };
 std::optional<Stage> stage;
 
@@ -179,13 +180,19 @@ std::string ask_triggered(const Given &given) {
 }
 
 std::string ask_neighbors(const Given &given) {
-    stage->earlier = stage->neighbor(given.words.at(1), 0);
+    if (!stage->earlier) stage->earlier = stage->neighbor(given.words.at(1), 0);
     return spaced(rilk_getScanNeighborApOneChannel(given.name(), given.number(1), stage->table.data()));
 }
 
 std::string ask_list(const Given &) {
     radio::LocalList<radio::Iface> interfaces;
     return spaced(radio::iface_list(interfaces), interfaces.count);
+}
+
+std::string ask_known(const Given &given) {
+    radio::Wiphy wiphy = {};
+    const int status = radio::wiphy_read(given.number(), wiphy);
+    return spaced(status, wiphy.count, wiphy.count ? std::to_string(wiphy.channels[wiphy.count - 1].frequency) : "");
 }
 
 std::string ask_stations(const Given &given) {
@@ -244,9 +251,10 @@ const std::map<std::string, Question> questions = {
     { "triggered", ask_triggered },
     { "scanned", [](const Given &given) { return spaced(stage->has_result(row_of(given.name()), 1)); } },
     { "neighbors", ask_neighbors },
-    { "earlier", [](const Given &) { return std::string(stage->earlier->ssid); } },
+    { "earlier", [](const Given &) { return spaced(stage->earlier->bssid, stage->earlier->ssid); } },
     { "asked", [](const Given &given) { return spaced(stage->kernel.asked(kinds.at(given.name()).command).size()); } },
     { "list", ask_list },
+    { "known", ask_known },
     { "init", [](const Given &) { return spaced(rilk_initDriver()); } },
     { "logged", ask_logged },
 };
