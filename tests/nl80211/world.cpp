@@ -47,10 +47,10 @@ void FakeHostapd::serve() {
         if (poll(&wanted, 1, 5) <= 0) continue;
         const ssize_t length = recvfrom(fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr *>(&from), &size);
         const std::string command(bytes, static_cast<size_t>(std::max<ssize_t>(length, 0)));
+        clock_advance(slow); // not under the lock: the kernel, whose clock it is, notes things here under its own
         const std::lock_guard guard(lock);
         heard.push_back(command);
         if (command.starts_with("ATTACH")) listener.assign(reinterpret_cast<char *>(&from), size);
-        clock_advance(slow);
         for (auto row = replies.rbegin(); row != replies.rend(); ++row) // the longest row that fits
             if (command.starts_with(row->first)) {
                 const std::string &reply = row->second;
