@@ -137,7 +137,7 @@ struct Talk : World {
         { "logged",
           [this](const std::string &text) {
               isLogNamed = true;
-              EXPECT_TRUE(fresh().find(quoted(text)) != std::string::npos) << log;
+              EXPECT_TRUE(until([&] { return fresh().find(quoted(text)) != std::string::npos; })) << log;
           } },
         { "unlogged", [this](const std::string &text) { EXPECT_FALSE(logged(quoted(text))) << log; } },
         { "file", // PATH TEXT

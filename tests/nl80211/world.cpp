@@ -33,6 +33,7 @@ FakeHostapd::FakeHostapd(const std::string &where, std::map<std::string, std::st
 
 FakeHostapd::~FakeHostapd() {
     ends = true;
+    shutdown(fd, SHUT_RD); // wakes the thread
     thread.join();
     close(fd);
     unlink(path.c_str());
@@ -44,7 +45,7 @@ void FakeHostapd::serve() {
         char bytes[4096];
         sockaddr_un from;
         socklen_t size = sizeof from;
-        if (poll(&wanted, 1, 5) <= 0) continue;
+        if (poll(&wanted, 1, -1) <= 0 || ends) continue;
         const ssize_t length = recvfrom(fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr *>(&from), &size);
         const std::string command(bytes, static_cast<size_t>(std::max<ssize_t>(length, 0)));
         clock_advance(slow); // not under the lock: the kernel, whose clock it is, notes things here under its own
