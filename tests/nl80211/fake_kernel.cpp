@@ -233,8 +233,8 @@ Blob nest(int type, std::initializer_list<Blob> parts) {
     return attribute(type, inner.data(), inner.size());
 }
 
-Blob mac(int type, uint8_t last) {
-    const uint8_t bytes[6] = { 2, 0x11, 0, 0, 0, last };
+Blob mac(int type, uint16_t last) {
+    const uint8_t bytes[6] = { 2, 0x11, 0, 0, static_cast<uint8_t>(last >> 8), static_cast<uint8_t>(last) };
     return attribute(type, bytes, sizeof bytes);
 }
 

@@ -22,7 +22,7 @@ Blob text(int type, const std::string &value);
 inline Blob flag(int type) { return attribute(type, nullptr, 0); }
 Blob join(std::initializer_list<Blob> parts);
 Blob nest(int type, std::initializer_list<Blob> parts);
-Blob mac(int type, uint8_t last);
+Blob mac(int type, uint16_t last); // 02:11:00:00:LAST
 
 std::string content_of(const std::string &file);
 /** Whole messages, one behind the other. */

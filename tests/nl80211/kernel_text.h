@@ -92,12 +92,6 @@ inline Blob attributes(const Words &known, const Texts &item, size_t first) {
     return all;
 }
 
-inline Blob address(int type, const std::string &last) {
-    const auto number = static_cast<uint16_t>(integer(last));
-    const uint8_t bytes[6] = { 2, 0x11, 0, 0, static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number) };
-    return attribute(type, bytes, sizeof bytes);
-}
-
 // NAME TYPE MHZ LAST; its number and phy are those of /sys.
 inline Blob interface_item(const Texts &item) {
     static const std::map<std::string, uint32_t> types = { { "station", NL80211_IFTYPE_STATION },
@@ -122,13 +116,14 @@ inline Blob station_item(const Texts &item) {
     const Texts parts = split(item.at(0), '@');
     const auto generation = static_cast<uint32_t>(integer(parts.back()));
     return join({ parts.size() > 1 ? number(NL80211_ATTR_GENERATION, generation) : Blob{},
-                  address(NL80211_ATTR_MAC, parts[0]),
+                  mac(NL80211_ATTR_MAC, static_cast<uint16_t>(integer(parts[0]))),
                   nest(NL80211_ATTR_STA_INFO, { attributes(stationWords, item, 1) }) });
 }
 
 // LAST
 inline Blob network_item(const Texts &item) {
-    return nest(NL80211_ATTR_BSS, { address(NL80211_BSS_BSSID, item.at(0)), attributes(networkWords, item, 1) });
+    return nest(NL80211_ATTR_BSS, { mac(NL80211_BSS_BSSID, static_cast<uint16_t>(integer(item.at(0)))),
+                                    attributes(networkWords, item, 1) });
 }
 
 /** What can be asked of the kernel: the command, how an item of the answer is written, and its recording. */

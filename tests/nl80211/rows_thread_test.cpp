@@ -97,13 +97,6 @@ std::optional<Stage> stage;
 /** Looks of 2 ms; where something has failed already, nothing is waited for at length. */
 int patience() { return testing::Test::HasFailure() ? 50 : 5000; }
 
-/** What a call delivers. */
-template <class T, class Call>
-std::string got(Call call) {
-    T value{};
-    return call(&value) == 0 ? spaced(value) : "refused";
-}
-
 /** Two samples of a survey, as the kernel tells them. */
 std::string ask_between(const Given &given) {
     stage->answer("surveys", given.text);
@@ -206,6 +199,11 @@ std::string ask_logged(const Given &given) {
     return stage->log.find(given.text) == stage->log.rfind(given.text) ? "once" : "often";
 }
 
+std::string ask_role(const Given &) {
+    int32_t role = -1;
+    return hul_EM_getWorkRole(&role) == 0 ? spaced(role) : "refused";
+}
+
 std::string ask_width_of(const Given &given) {
     RilkRadioDynParams params{};
     return rilk_getRadioDynParamters(given.name(), &params) == 0 ? spaced(int{ params.bw }, params.bond) : "refused";
@@ -227,11 +225,7 @@ const std::map<std::string, Question> questions = {
     { "vaps", ask_vaps },
     { "radios", [](const Given &) { return radio_at(0) + " " + radio_at(1); } },
     { "width-of", ask_width_of },
-    { "channel",
-      [](const Given &given) {
-          return got<int32_t>([&](int32_t *to) { return rilk_getRadioCurChannel(given.name(), to); });
-      } },
-    { "role", [](const Given &) { return got<int32_t>(hul_EM_getWorkRole); } },
+    { "role", ask_role },
     { "ssid", ask_ssid },
     { "passphrase", ask_passphrase },
     { "joined", ask_stations },
@@ -261,58 +255,44 @@ const std::map<std::string, Question> questions = {
 
 // Answers of several values, of which a row names some; of none, where a call is refused.
 
+/** NAME, VALUE, and so on. */
+template <class... T>
+Values named(const T &...parts) {
+    const Texts texts = { spaced(parts)... };
+    Values values;
+    for (size_t i = 0; i + 1 < texts.size(); i += 2) values.add(texts[i], texts[i + 1]);
+    return values;
+}
+
 Values load_of(const Given &given) {
     VeskCurChannelInfo info{};
     if (rilk_getCurChannelInfo(given.name(), &info) != 0) return {};
-    uint64_t counters[4];
-    memcpy(counters, info.counters2, sizeof counters);
-    Values values;
-    values.add("channel", spaced(int{ info.channel }));
-    values.add("used", spaced(unsigned{ info.ccaTxUtil }));
-    values.add("own", spaced(unsigned{ info.ccaInbss }));
-    values.add("idle", spaced(int{ info.ccaIdle }));
-    values.add("noise", spaced(int{ info.noise }));
-    values.add("knows", spaced(int{ info.value4 }));
-    values.add("counters", spaced(uint64_t{ info.counter1 }, counters[0], counters[1], counters[2], counters[3]));
-    values.add("dated", spaced(info.time != 0));
-    return values;
+    uint64_t more[4];
+    memcpy(more, info.counters2, sizeof more);
+    return named("channel", int{ info.channel }, "used", unsigned{ info.ccaTxUtil }, "own", unsigned{ info.ccaInbss },
+                 "idle", int{ info.ccaIdle }, "noise", int{ info.noise }, "knows", int{ info.value4 }, "counters",
+                 spaced(uint64_t{ info.counter1 }, more[0], more[1], more[2], more[3]), "dated", info.time != 0);
 }
 
 Values settings_of(const Given &given) {
     HulRadioInfo info{};
     if (hul_getRadioInfo(given.number(), &info) != 0) return {};
-    Values values;
-    values.add("id", spaced(int{ info.radioId }));
-    values.add("enabled", spaced(int{ info.isEnabled }));
-    values.add("acs", spaced(int{ info.isAcsEnabled }));
-    return values;
+    return named("id", int{ info.radioId }, "enabled", int{ info.isEnabled }, "acs", int{ info.isAcsEnabled });
 }
 
 Values result_of(const Given &given) {
     const size_t row = row_of(given.name());
     if (!stage->has_result(row, patience())) return {};
     const VeskScanChannel &record = stage->records[row];
-    Values values;
-    values.add("noise", spaced(int{ record.noise }));
-    values.add("networks", spaced(int{ record.inC }));
-    values.add("used", spaced(int{ record.chnUtil }));
-    values.add("radar", spaced(int{ record.cac }));
-    values.add("smoothed", spaced(double{ record.smoothedNoise }));
-    return values;
+    return named("noise", int{ record.noise }, "networks", int{ record.inC }, "used", int{ record.chnUtil }, "radar",
+                 int{ record.cac }, "smoothed", double{ record.smoothedNoise });
 }
 
 Values neighbor_of(const Given &given) {
     const VeskScanNeighbor *one = stage->neighbor(given.name(), given.number(1));
     if (!one) return {};
-    Values values;
-    values.add("bssid", one->bssid);
-    values.add("ssid", one->ssid);
-    values.add("security", one->text);
-    values.add("channel", spaced(int{ one->ch }));
-    values.add("level", spaced(int{ one->rssi }));
-    values.add("width", spaced(int{ one->value1 }));
-    values.add("capability", spaced(int{ one->value2 }));
-    return values;
+    return named("bssid", one->bssid, "ssid", one->ssid, "security", one->text, "channel", int{ one->ch }, "level",
+                 int{ one->rssi }, "width", int{ one->value1 }, "capability", int{ one->value2 });
 }
 
 const std::map<std::string, Values (*)(const Given &given)> records = {
@@ -349,10 +329,8 @@ void add_interfaces(const Given &given) {
 }
 
 void end_scans(const Given &given) {
-    static const std::map<std::string, uint8_t> endings = { { "never", 0 },
-                                                            { "aborted", NL80211_CMD_SCAN_ABORTED },
-                                                            { "done", NL80211_CMD_NEW_SCAN_RESULTS } };
-    stage->ending = endings.at(given.name());
+    const std::string &end = given.words.at(0);
+    stage->ending = end == "never" ? 0 : end == "aborted" ? NL80211_CMD_SCAN_ABORTED : NL80211_CMD_NEW_SCAN_RESULTS;
 }
 
 /** What stands behind the first word, its line ends with it. */
