@@ -30,7 +30,8 @@ class Commands(World):
     def test_a_command_tells_what_became_of_it(self):
         self.check_rows("commands.rows", lambda name: set_device({**self.description, "functions": {name: {"rc": -1}}}))
         driver = pathlib.Path("/tmp/vesk-sim.log").read_text()
-        self.assertEqual(re.findall(r"AclMac.* operation=(\d)", driver), ["0", "1"])  # block, unblock
+        told = re.findall(r"(?:BeaconReq.* list|AclMac.* operation)=(\w+)", driver)
+        self.assertEqual(told, ["0106", "0", "1"])  # the channels, block, unblock
 
     def test_a_key_is_read_where_nobody_sees_it(self):
         path = pathlib.Path("/tmp/key")

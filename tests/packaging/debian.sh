@@ -23,6 +23,7 @@ mapfile -t debs < <(printf '%s\n' "$build"/package/*.deb | grep -v nl80211) # it
 export FAKEROOTDONTTRYCHOWN=1
 package() { fakeroot dpkg --root="$root" --force-script-chrootless --log=/dev/null "$@" >"$scratch/dpkg.out" 2>&1; }
 state() { dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${db:Status-Status} ${Version}' "$1" 2>/dev/null || true; }
+stop_daemon() { kill "$daemon"; wait "$daemon" || wrong 'the daemon did not end in good order'; }
 expect() { "${@:2}" || { cat "$scratch/dpkg.out" >&2; wrong "$1"; }; }
 within() { # SECONDS COMMAND...
     local deadline=$((SECONDS + $1))
@@ -91,8 +92,7 @@ within 60 bash -c '"$0/event" && grep -q "veskClientLeave .*mac=02:5e:70:00:00:0
 # The example of a vendor's library, with the headers of vesk-dev: its country shows.
 c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -shared -fPIC -I"$root/usr/include/vesk" -o "$scratch/libhul.so" \
     "$root/usr/share/doc/vesk-dev/examples/hul.cpp" || wrong "the example of a vendor's library"
-kill "$daemon"
-wait "$daemon" || wrong 'the daemon did not end in good order'
+stop_daemon
 LD_LIBRARY_PATH=$scratch vesk 2>/dev/null &
 daemon=$!
 within 60 bash -c 'veskctl radios 2>/dev/null | grep -q " AT "' || wrong "the example's country isn't in force"
@@ -106,8 +106,7 @@ grep -q '^vesk_up 1' /tmp/lib/vesk.prom || wrong 'no metrics'
 [ -s /tmp/lib/report.html ] || wrong 'no report'
 
 # Real radios in the simulated ones' place: their files give way, and the daemon says that there are none here. And back.
-kill "$daemon"
-wait "$daemon" || wrong 'the daemon did not end in good order'
+stop_daemon
 ! package -i "$real" || wrong 'vesk-sim and vesk-nl80211 side by side'
 expect 'without the simulated device' package --remove vesk-sim
 expect 'real radios' package -i "$real"

@@ -146,16 +146,11 @@ std::string absences(const Texts &w) {
                   { "ccaInbss", "ccaTxUtil", "ccaIdle", "noise" });
 }
 
+/** The parts in the order of their bits. */
 std::string calls(const Texts &w) {
-    static const std::map<std::string, unsigned> parts = {
-        { "radios", 0 },
-        { "channels", PartChannels },
-        { "figures", PartFigures },
-        { "vaps", PartVaps },
-        { "stations", PartVaps | PartStations },
-        { "state", PartState },
-        { "all", PartOverview | PartCounters },
-    };
-    look(parts.at(w[0]));
+    const Texts names = { "state", "channels", "figures", "load", "vaps", "stations", "counters" };
+    unsigned parts = 0;
+    for (const std::string &name : split(w[0])) parts |= 1u << (std::ranges::find(names, name) - names.begin());
+    look(parts);
     return std::to_string(asked.size());
 }
