@@ -115,8 +115,6 @@ void queue_append(OutQueue &queue, const iovec *part, int parts, Buffer *shared)
         const auto begin = static_cast<uint32_t>(static_cast<const char *>(part->iov_base) - shared->bytes());
         append_piece(queue, shared, begin, begin + static_cast<uint32_t>(part->iov_len));
     }
-    if (!queue.bytes)
-        rewind(queue);
 }
 
 Sent queue_send(OutQueue &queue, int fd)
@@ -136,7 +134,7 @@ Sent queue_send(OutQueue &queue, int fd)
             skip_sent(queue, static_cast<size_t>(sent));
         else if (errno == EAGAIN)
             break;
-        else if (errno != EINTR)
+        else
             return Sent::failed;
     }
     if (queue.bytes == 0) {

@@ -53,6 +53,9 @@ TEST_F(BrokerWire, AReaderThatSleepsLosesNothingAndOneThatNeverReadsIsLetGo) {
         for (int i = 0; i < 20; i++) EXPECT_EQ(sleeper.receive().type, UBUS_MSG_INVOKE + 0u) << round << " " << i;
     }
     EXPECT_TRUE(never.closed());
+    for (int i = 0; i < 1500; i++)
+        ASSERT_EQ(sender.ask(event_of(1100)), 0); // so many pieces that sent ones are dropped
+    for (int i = 0; i < 1500; i++) ASSERT_EQ(sleeper.receive().get(UBUS_ATTR_DATA), payload_of(1100)) << i;
     // More at once than is kept for it: what the socket takes doesn't count.
     EXPECT_NE(sender.add_object(published("l", field(BLOBMSG_TYPE_TABLE, std::string(15000, 'n'), ""))), 0u);
     std::string requests;
@@ -89,12 +92,16 @@ TEST_F(BrokerWire, KeepsSoMuchForAClientAndNoMore) {
     EXPECT_TRUE(other.alive());
     EXPECT_EQ(other.data.size(), 1u) << "what it asks for after it has been given up isn't done";
     EXPECT_TRUE(hoarder.closed());
-    Wire pedant(broker.path); // what a pattern costs beside its bytes counts, too
+    Wire pedant(broker.path); // what patterns and objects cost beside their bytes counts, too
     const uint32_t pedants = pedant.hear("p");
     int held = 0;
     while (held < 100 && pedant.ask(listen_to(pedants, std::string(69890, static_cast<char>('A' + held)))) == 0) held++;
     EXPECT_EQ(held, 29);
     EXPECT_EQ(pedant.ask(listen_to(pedants, std::string(69890, 'A'))), 0) << "it has that one";
+    EXPECT_EQ(pedant.add_object(path_attr(std::string(69500, 'p').c_str())), 0u);
+    int added = 0;
+    while (added < 1000 && pedant.add_object("")) added++;
+    EXPECT_EQ(added, 270);
     EXPECT_TRUE(other.alive());
 }
 
