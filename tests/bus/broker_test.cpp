@@ -158,7 +158,8 @@ size_t live(Broker &broker) {
         wire.send(message(UBUS_MSG_INVOKE, 8, named, content)); // to itself
         if (wire.receive().type != UBUS_MSG_INVOKE) continue;
         const std::string status = object_attr(named) + attr(UBUS_ATTR_STATUS, be32(0));
-        ask(message(UBUS_MSG_DATA, 8, wire.id, content) + message(UBUS_MSG_STATUS, 8, wire.id, status), 1);
+        const std::string answer = object_attr(named) + data_attr(payload_of(2 * size)); // needs more than the call
+        ask(message(UBUS_MSG_DATA, 8, wire.id, answer) + message(UBUS_MSG_STATUS, 8, wire.id, status), 1);
         EXPECT_TRUE(wire.answering == named || wire.closed());
         if (wire.data.empty()) wire.ask(""); // the data's end came in front of the status
     }
