@@ -29,7 +29,7 @@ void read_whole(blob_attr *attr) {
 }
 } // namespace
 
-void fuzz_one(FuzzInput in) {
+void fuzz_blob(FuzzInput in) {
     std::vector<uint8_t> bytes = in.take(in.left);
     const auto size = static_cast<unsigned>(bytes.size());
     blob_attr *found[fields];

@@ -39,7 +39,7 @@ extern "C" ssize_t __wrap_getrandom(void *to, size_t size, unsigned) {
     return static_cast<ssize_t>(size);
 }
 
-void fuzz_one(FuzzInput in) {
+void fuzz_broker(FuzzInput in) {
     lastId = 1999;
     int pair[2][2];
     for (int(&ends)[2] : pair) {

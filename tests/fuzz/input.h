@@ -30,6 +30,3 @@ struct FuzzInput {
 [[gnu::noinline]] inline void fuzz_expect(bool holds) {
     if (!holds) abort();
 }
-
-/** What each program does with an input. */
-void fuzz_one(FuzzInput in);
