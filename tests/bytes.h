@@ -33,16 +33,12 @@ struct Bytes : std::vector<uint8_t> {
     }
     // clang-format off
     template <class... V> Bytes &u8(size_t at, V... values) { return row<uint8_t>(at, values...); }
-    template <class... V> Bytes &u16(size_t at, V... values) { return row<uint16_t>(at, values...); }
     template <class... V> Bytes &i32(size_t at, V... values) { return row<int32_t>(at, values...); }
     // clang-format on
-    Bytes &u64(size_t at, uint64_t v) { return put(at, bytes_of(v)); }
-    Bytes &f32(size_t at, float v) { return put(at, bytes_of(v)); }
-    Bytes &f64(size_t at, double v) { return put(at, bytes_of(v)); }
     Bytes &mac(size_t at, int last) { return u8(at, 2).u8(at + 5, last); } // 02:00:00:00:00:LAST
     Bytes &text(size_t at, const std::string &s) { return put(at, Bytes(s.begin(), s.end())); }
     /** A name and the zeros behind it. */
-    Bytes &name(size_t at, const std::string &s, size_t field = 16) { return put(at, Bytes(field)).text(at, s); }
+    Bytes &name(size_t at, const std::string &s, size_t room = 16) { return put(at, Bytes(room)).text(at, s); }
     /** So many bytes that count up. */
     Bytes &count(size_t at, int first, int n) {
         for (int i = 0; i < n; i++) u8(at + static_cast<size_t>(i), first + i);

@@ -97,15 +97,19 @@ Bus::Bus() : ctx(ubus_connect(busSocket.c_str())) {
     if (ctx) ubus_register_event_handler(ctx, &listener, "tamlo.pelk.vesk.vesk*");
 }
 
-Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill) {
+Answer Bus::call(const char *method, blob_attr *arguments) {
     uint32_t id = 0;
     Answer answer;
     answer.status = lookup(&id);
-    if (answer.status != 0) return answer;
+    if (answer.status == 0) answer.status = ubus_invoke(ctx, id, method, arguments, read_reply, &answer, PATIENCE);
+    return answer;
+}
+
+Answer Bus::call(const char *method, const std::function<void(blob_buf *)> &fill) {
     blob_buf arguments = {};
     blob_buf_init(&arguments, 0);
     if (fill) fill(&arguments);
-    answer.status = ubus_invoke(ctx, id, method, arguments.head, read_reply, &answer, PATIENCE);
+    const Answer answer = call(method, arguments.head);
     blob_buf_free(&arguments);
     return answer;
 }

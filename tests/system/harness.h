@@ -70,6 +70,7 @@ struct Bus {
     int lookup(uint32_t *id) { return ctx ? ubus_lookup_id(ctx, "tamlo.pelk.vesk", id) : -1; }
     /** `fill` adds the arguments. */
     Answer call(const char *method, const std::function<void(blob_buf *)> &fill = {});
+    Answer call(const char *method, blob_attr *arguments);
     /** Sends an event with the bytes as field `payload`, as the bus client library does. */
     int send(const char *name, const std::string &payload);
     /** Collects signals of the daemon until the question is answered with yes. */

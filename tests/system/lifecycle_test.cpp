@@ -4,8 +4,6 @@
 
 #include <fcntl.h>
 
-#include "include/vesk_event.h"
-
 namespace {
 
 const char waiting[] = "\nUbusd not running, run ubusd firstly !!\r\n";
@@ -48,24 +46,6 @@ TEST_F(System, ARefusedInstanceTouchesNothing) {
     EXPECT_EQ(read_file("/tmp/vesk.log").size(), 1048577u); // not rotated, nothing added
     EXPECT_FALSE(exists("/configs/vesk/vesk.conf"));
     close(fd);
-}
-
-TEST_F(System, AnnouncesTheBackhaulStationAtStart) {
-    startBroker();
-    Child watch("veskctl", { "watch" });
-    Bus bus;
-    ASSERT_TRUE(eventually([&] { // the watcher has subscribed when it shows a signal of ours
-        bus.send(VESK_SIGNAL_RADAR_NOTIF, "radar.");
-        return contains(watch.out(), "veskRadarNotif");
-    })) << watch.err();
-
-    startDaemon();
-    ASSERT_TRUE(bus.hears(VESK_SIGNAL_IF_STATUS));
-    std::string status = bus.find(VESK_SIGNAL_IF_STATUS)->payload;
-    ASSERT_EQ(status.size(), sizeof(VeskIfStatus));
-    EXPECT_EQ(status[16], 1);
-    const std::string shown = std::string("veskIfStatusChange ifName=") + status.c_str();
-    EXPECT_TRUE(eventually([&] { return contains(watch.out(), shown); })) << watch.out();
 }
 
 const auto end_line = [](int signal) {

@@ -2,25 +2,8 @@
 #pragma once
 
 #include "bus/stub.h"
+#include "tests/call_text.h"
 #include "tests/unit/common.h"
-
-/** The message of a call, argument by argument. */
-struct Args {
-    blob_buf buf = {};
-
-    Args() { blob_buf_init(&buf, 0); }
-    Args(const Args &) = delete;
-    ~Args() { blob_buf_free(&buf); }
-    // clang-format off
-    Args &i32(const char *name, int v) { return blobmsg_add_u32(&buf, name, static_cast<uint32_t>(v)), *this; }
-    Args &text(const char *name, const char *v) { return blobmsg_add_string(&buf, name, v), *this; }
-    Args &record(const char *name, const Bytes &v)
-    {
-        blobmsg_add_field(&buf, BLOBMSG_TYPE_UNSPEC, name, v.data(), static_cast<unsigned>(v.size()));
-        return *this;
-    }
-    // clang-format on
-};
 
 struct BusReply {
     int dispatch = 0;                // what the dispatch function returned

@@ -75,10 +75,6 @@ void put_neighbors(const Texts &words) {
     }
 }
 
-void lose_record(const Texts &words) { free(std::exchange(scan->channels[word(words, 0)], nullptr)); }
-
-void start_monitor(const Texts &) { vesk_start_sta_mon_timer(); }
-
 void note_call(const std::string &function, const std::string &args) {
     rowWorld.sentAtLastCall = static_cast<int>(fakeBus.signals.size());
     rowWorld.scanningAtLastCall = vesk_get_scan_status();
@@ -139,7 +135,7 @@ const std::map<std::string, std::function<void(const Texts &)>> rowActions = {
     { "forget", [](const Texts &words) { vesk_unset_sta_cap(stored_mac(word<uint8_t>(words, 0)).data()); } },
     { "monitor", [](const Texts &words) { vesk_sta_mon_set(STA.data(), word(words, 0)); } },
     { "end-monitor", [](const Texts &words) { vesk_sta_mon_remove(STA.data(), word(words, 0)); } },
-    { "start-monitor", start_monitor },
+    { "start-monitor", [](const Texts &) { vesk_start_sta_mon_timer(); } },
     { "stop-monitor", [](const Texts &) { vesk_stop_sta_mon_timer(); } },
     { "check-monitor", [](const Texts &) { vesk_sta_mon_routine_check(nullptr); } },
     // scans
@@ -170,7 +166,7 @@ const std::map<std::string, std::function<void(const Texts &)>> rowActions = {
     { "smooth", [](const Texts &words) { vesk_smooth_channel_noise(scan, word<uint32_t>(words, 0)); } },
     { "visited", [](const Texts &words) { scan_mark_visited(scan_cfg(word<uint32_t>(words, 0)), word(words, 1)); } },
     { "all-visited", [](const Texts &words) { memset(scan_cfg(word<uint32_t>(words, 0))->chScanned, 1, 256); } },
-    { "lose-record", lose_record },
+    { "lose-record", [](const Texts &words) { free(std::exchange(scan->channels[word(words, 0)], nullptr)); } },
     { "fetch", [](const Texts &words) { scan_fetch_neighbors(scan, scan_cfg(1), word<uint32_t>(words, 0)); } },
     { "print-neighbors", [](const Texts &) { vesk_print_scan_info(); } },
     { "put-neighbor", put_neighbors },

@@ -33,25 +33,11 @@ void ask(const std::string &what, const std::string &wanted) {
     EXPECT_TRUE(field.is(wanted)) << "is " << field.show(field.at);
 }
 
-/** METHOD NAME=VALUE... NAME{RECORD}... -> STATUS {RECORD} */
+/** METHOD ARGUMENTS -> STATUS {RECORD} */
 void call(const std::string &step) {
     const auto [asked, answer] = halves(step, "->");
     Args args;
-    const std::string method = asked.substr(0, asked.find(' '));
-    for (size_t at = method.size() + 1; at < asked.size();) {
-        const size_t end = asked.find_first_of("={", at);
-        const std::string name = asked.substr(at, end - at);
-        if (asked[end] == '{') {
-            args.record(name.c_str(), record_of(braced(asked, at)));
-            at = asked.find('}', end) + 2;
-            continue;
-        }
-        at = std::min(asked.size(), asked.find(' ', end)) + 1;
-        const std::string value = asked.substr(end + 1, at - end - 2);
-        const bool isNumber = value.find_first_not_of("-0123456789") == std::string::npos;
-        isNumber ? args.i32(name.c_str(), number<int>(value))
-                 : args.text(name.c_str(), replaced(value, "'", "").c_str());
-    }
+    const std::string method = args.fill(asked);
     const BusReply reply = rowWorld.reply = bus_call(method.c_str(), args);
     const std::string unsent = reply.dispatch == 0 ? "silent" : "refused";
     EXPECT_EQ(reply.sent ? std::to_string(reply.status) : unsent, answer.substr(0, answer.find(' ')));
