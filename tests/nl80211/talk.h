@@ -100,7 +100,7 @@ struct Talk : World {
     }
     void add_calls(const std::map<std::string, Call> &calls) {
         for (const auto &[name, function] : calls)
-            steps[name] = [=, this](const std::string &rest) { call(function, rest); };
+            steps[name] = [function = function, this](const std::string &rest) { call(function, rest); };
     }
 
     void step(const std::string &text) {
