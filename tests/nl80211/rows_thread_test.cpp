@@ -109,7 +109,7 @@ std::string ask_between(const Given &given) {
 /** Samples before a scan and behind it, or none; ms between them. */
 std::string ask_utilisation(const Given &given) {
     radio::LocalList<radio::Survey> samples[2];
-    for (const size_t i : { 0, 1 }) {
+    for (const size_t i : { 0u, 1u }) {
         stage->answer("surveys", split(given.text, ';').at(i));
         EXPECT_EQ(radio::survey_list(2, samples[i]), 0);
     }
