@@ -324,7 +324,7 @@ TEST(Events, AStormOfJoins) {
     sent.clear();
     e.settle(1100);
     EXPECT_EQ(sent, Texts{});
-    EXPECT_GE(hostapd.commands().size(), 9u) << "attached again, twice at least";
+    EXPECT_GE(hostapd.commands().size(), 6u) << "attached again in its midst";
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "tests/nl80211/world.h"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -46,11 +47,12 @@ void FakeHostapd::serve() {
         sockaddr_un from;
         socklen_t size = sizeof from;
         if (poll(&wanted, 1, -1) <= 0 || ends) continue;
-        const ssize_t length = recvfrom(fd, bytes, sizeof bytes, 0, reinterpret_cast<sockaddr *>(&from), &size);
+        const ssize_t length = recvfrom(fd, bytes, sizeof bytes, MSG_PEEK, reinterpret_cast<sockaddr *>(&from), &size);
         const std::string command(bytes, static_cast<size_t>(std::max<ssize_t>(length, 0)));
         clock_advance(slow); // not under the lock: the kernel, whose clock it is, notes things here under its own
         const std::lock_guard guard(lock);
         heard.push_back(command);
+        recv(fd, bytes, sizeof bytes, MSG_DONTWAIT); // until now it was still to be heard
         if (command.starts_with("ATTACH")) listener.assign(reinterpret_cast<char *>(&from), size);
         for (auto row = replies.rbegin(); row != replies.rend(); ++row) // the longest row that fits
             if (command.starts_with(row->first)) {
@@ -67,8 +69,11 @@ void FakeHostapd::serve() {
 }
 
 std::vector<std::string> FakeHostapd::commands() {
-    const std::lock_guard guard(lock);
-    return heard;
+    for (;; std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
+        const std::lock_guard guard(lock);
+        int unread = 0;
+        if (ioctl(fd, FIONREAD, &unread) != 0 || unread == 0) return heard;
+    }
 }
 
 void FakeHostapd::note(const std::string &what) {

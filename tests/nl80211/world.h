@@ -20,7 +20,7 @@
 struct FakeHostapd {
     FakeHostapd(const std::string &path, std::map<std::string, std::string> replies);
     ~FakeHostapd();
-    std::vector<std::string> commands();
+    std::vector<std::string> commands(); // waits for what has been sent and isn't heard yet
     void say(const std::string &command, const std::string &reply);
     static constexpr char silence[] = "..."; // as a reply: none
     void note(const std::string &what);      // stands among the commands from now on
