@@ -196,7 +196,7 @@ void client_send(Client &client, OutMessage &out, Buffer *shared)
     OutQueue &queue = client.queue;
     const size_t length = headerLength + out.length;
     const bool direct = length >= longMessage && !shared;
-    if (queue.bytes && (direct || queue.bytes + length > queueLimit))
+    if (queue.bytes && ((direct && !client.blocked) || queue.bytes + length > queueLimit))
         flush(client);
     if (queue.bytes + length > queueLimit)
         client_doom(client);

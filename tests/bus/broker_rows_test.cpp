@@ -129,7 +129,7 @@ TEST(BrokerConversations, Hold) {
         std::optional<Conversation> talk;
         const auto begin = [&](const std::string &) { talk.reset(), talk.emplace(piece); };
         const auto run_step = [&](const std::string &step) { talk->run_step(step); };
-        for (const RowCase &c : row_cases(VESK_BUS_ROWS)) c.run("broker.rows", begin, run_step);
+        for (const RowCase &c : row_cases(VESK_BUS_ROWS "/broker.rows")) c.run("broker.rows", begin, run_step);
     }
 }
 } // namespace

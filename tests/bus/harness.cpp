@@ -37,7 +37,7 @@ int listen_at(const std::string &path) {
 
 std::string bytes(std::string hex) {
     std::string data;
-    std::erase(hex, ' ');
+    std::erase_if(hex, [](char c) { return c == ' ' || c == '\''; });
     for (size_t i = 0; i < hex.size(); i += 2) data += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
     return data;
 }

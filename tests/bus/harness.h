@@ -29,7 +29,7 @@ const auto now_ms = [] { return std::chrono::steady_clock::now().time_since_epoc
 inline constexpr int PATIENCE = 60000; // ms
 bool eventually(const std::function<bool()> &condition);
 
-std::string bytes(std::string hex);          // blanks don't count
+std::string bytes(std::string hex);          // blanks and ' don't count
 std::string be(uint64_t value, size_t size); // big-endian
 const auto padded = [](std::string data) {
     data.resize((data.size() + 3) / 4 * 4);
