@@ -249,6 +249,17 @@ TEST(BrokerMemory, AnyAllocationMayFail) {
     unlink(errors.c_str());
 }
 
+TEST(BrokerMemory, ShortAnswersNeedNoMore) {
+    Plan &plan = shared_plan();
+    plan = {};
+    Broker broker(VESK_TEST_FAILING_BROKER, "/dev/null");
+    Wire wire(broker.path);
+    EXPECT_TRUE(wire.alive());
+    plan.failing = 1;
+    for (int i = 0; i < 200; i++) EXPECT_TRUE(wire.alive());
+    EXPECT_EQ(plan.failing, 1) << "an allocation was tried";
+}
+
 // A long message is sent from where it stands only when nothing waits before it.
 TEST_F(BrokerWire, ALongMessageDoesNotOvertake) {
     Wire server(broker.path), caller(broker.path);
