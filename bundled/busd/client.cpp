@@ -253,7 +253,8 @@ void clients_settle()
         // By index: sending may doom a client, letting one go makes events for others.
         for (size_t i = 0; i < bus.dirty.size(); i++) {
             bus.dirty[i]->dirty = false;
-            flush(*bus.dirty[i]);
+            if (!bus.dirty[i]->blocked) // else it is sent when the socket takes more
+                flush(*bus.dirty[i]);
         }
         bus.dirty.clear();
         if (bus.doomed.empty())

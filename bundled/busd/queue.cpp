@@ -134,7 +134,7 @@ Sent queue_send(OutQueue &queue, int fd)
             skip_sent(queue, static_cast<size_t>(sent));
         else if (errno == EAGAIN)
             break;
-        else
+        else if (errno != EINTR)
             return Sent::failed;
     }
     if (queue.bytes == 0) {
