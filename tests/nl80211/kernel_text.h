@@ -141,7 +141,8 @@ inline const std::map<std::string, Kind> kinds = {
     { "country", { NL80211_CMD_GET_REG, nullptr, "reg" } },
 };
 
-/** Items; beside those of the kind: recorded[=COUNT], 0xDIGITS, !refused=ERRNO, !lost, !cut=BYTES, !interrupted. */
+/** Items; beside those of the kind: recorded[=COUNT], 0xDIGITS, !refused=ERRNO, !unsupported (whose
+ * number isn't the same everywhere), !lost, !cut=BYTES, !interrupted. */
 inline Reply reply_of(const Kind &kind, const std::string &text) {
     Reply reply;
     std::vector<Blob> &to = reply.messages;
@@ -151,6 +152,7 @@ inline Reply reply_of(const Kind &kind, const std::string &text) {
         const std::string first = words[0], name = first.substr(0, first.find('='));
         const auto value = static_cast<int>(integer(first.substr(first.find('=') + 1)));
         if (name == "!refused") reply.error = -value;
+        if (name == "!unsupported") reply.error = -EOPNOTSUPP;
         if (name == "!cut") reply.cutTo = static_cast<size_t>(value);
         if (name == "!lost") reply.lost = true;
         if (name == "!interrupted") reply.flags = NLM_F_DUMP_INTR;
